@@ -1,0 +1,5 @@
+#include "foundation/Value.h"
+
+#include <benchmark/benchmark.h>
+
+BENCHMARK_MAIN();
