@@ -15,3 +15,5 @@ endif()
 if(CVB_BUILD_BENCH AND NOT CVB_FUZZ)
   find_package(benchmark REQUIRED)
 endif()
+
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
