@@ -2,7 +2,6 @@
 #include "corvane/BuildInfo.h"
 
 #include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <iostream>
 

@@ -12,7 +12,9 @@ struct Date {
     static constexpr double kSecondsFrom1970To2001 = 978307200.0;
 
     constexpr double secondsSince2001() const { return secondsSince1970 - kSecondsFrom1970To2001; }
-    static constexpr Date fromSecondsSince2001(double s) { return Date{s + kSecondsFrom1970To2001}; }
+    static constexpr Date fromSecondsSince2001(double s) {
+        return Date{s + kSecondsFrom1970To2001};
+    }
 
     friend constexpr auto operator<=>(const Date&, const Date&) = default;
 };

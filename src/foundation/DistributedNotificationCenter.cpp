@@ -38,15 +38,16 @@ DistributedNotificationCenter& DistributedNotificationCenter::defaultCenter() {
     return *instance;
 }
 
-void DistributedNotificationCenter::cleanup() { defaultInstance().reset(); }
+void DistributedNotificationCenter::cleanup() {
+    defaultInstance().reset();
+}
 
 DistributedNotificationCenter::DistributedNotificationCenter(GDBusConnection* connection)
     : connection_(connection ? G_DBUS_CONNECTION(g_object_ref(connection)) : nullptr) {
     if (!connection_)
         return;
     subscription_ = g_dbus_connection_signal_subscribe(
-        connection_, nullptr, kInterface, kSignal, kObjectPath, nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
+        connection_, nullptr, kInterface, kSignal, kObjectPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
            GVariant* parameters, gpointer self) {
             if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv})")))
@@ -95,8 +96,7 @@ void DistributedNotificationCenter::postNotificationName(const std::string& name
     GVariant* payload = toGVariant(info.isNull() ? Value(Value::Dictionary{}) : info);
     GError* error = nullptr;
     if (!g_dbus_connection_emit_signal(connection_, nullptr, kObjectPath, kInterface, kSignal,
-                                       g_variant_new("(s@a{sv})", name.c_str(), payload),
-                                       &error)) {
+                                       g_variant_new("(s@a{sv})", name.c_str(), payload), &error)) {
         CVBLog("Distributed notification %s not sent: %s", name.c_str(),
                error ? error->message : "unknown error");
         g_clear_error(&error);

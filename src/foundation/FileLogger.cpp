@@ -25,7 +25,9 @@ FileLogger::~FileLogger() {
         ::close(fd_);
 }
 
-std::filesystem::path FileLogger::currentFile() const { return directory_ / (name_ + ".log"); }
+std::filesystem::path FileLogger::currentFile() const {
+    return directory_ / (name_ + ".log");
+}
 
 std::filesystem::path FileLogger::archiveFile(int number) const {
     return directory_ / (name_ + "." + std::to_string(number) + ".log");

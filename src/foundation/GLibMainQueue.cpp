@@ -1,12 +1,13 @@
 #include "foundation/GLibMainQueue.h"
 
-#include <glib.h>
-
 #include <cmath>
+#include <glib.h>
 
 namespace corvane {
 
-double SystemClock::now() const { return static_cast<double>(g_get_real_time()) / 1e6; }
+double SystemClock::now() const {
+    return static_cast<double>(g_get_real_time()) / 1e6;
+}
 
 SystemClock& SystemClock::shared() {
     static SystemClock clock;
@@ -104,9 +105,13 @@ void GLibMainQueue::cancel(TimerId id) {
     g_source_unref(source);
 }
 
-void GLibMainQueue::run() { g_main_loop_run(loop_); }
+void GLibMainQueue::run() {
+    g_main_loop_run(loop_);
+}
 
-void GLibMainQueue::quit() { g_main_loop_quit(loop_); }
+void GLibMainQueue::quit() {
+    g_main_loop_quit(loop_);
+}
 
 void GLibMainQueue::drain() {
     while (g_main_context_iteration(context_, FALSE)) {

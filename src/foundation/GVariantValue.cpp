@@ -1,14 +1,13 @@
 #include "foundation/GVariantValue.h"
 
-#include <glib.h>
-
 #include <cstring>
+#include <glib.h>
 
 namespace corvane {
 
 namespace {
 
-constexpr int kMaximumDepth = 64;  // D-Bus itself allows 64 levels of containers
+constexpr int kMaximumDepth = 64; // D-Bus itself allows 64 levels of containers
 
 GVariant* tagged(const char* tag, GVariant* payload) {
     if (!payload)
@@ -68,9 +67,9 @@ Value fromVariant(GVariant* variant, int depth) {
 
 Value fromTuple(GVariant* variant, int depth) {
     const gsize count = g_variant_n_children(variant);
-    if ((count == 1 || count == 2) && g_variant_type_equal(g_variant_get_type(variant),
-                                                          count == 1 ? G_VARIANT_TYPE("(s)")
-                                                                     : G_VARIANT_TYPE("(sd)"))) {
+    if ((count == 1 || count == 2) &&
+        g_variant_type_equal(g_variant_get_type(variant),
+                             count == 1 ? G_VARIANT_TYPE("(s)") : G_VARIANT_TYPE("(sd)"))) {
         GVariant* tag = g_variant_get_child_value(variant, 0);
         const char* name = g_variant_get_string(tag, nullptr);
         Value result;
@@ -185,6 +184,8 @@ GVariant* toGVariant(const Value& value) {
     return tagged("null", nullptr);
 }
 
-Value fromGVariant(GVariant* variant) { return fromVariant(variant, 0); }
+Value fromGVariant(GVariant* variant) {
+    return fromVariant(variant, 0);
+}
 
 } // namespace corvane

@@ -2,12 +2,11 @@
 
 #include "foundation/Log.h"
 
-#include <glib.h>
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 #include <ctime>
+#include <glib.h>
 #include <limits>
+#include <nlohmann/json.hpp>
 
 namespace corvane {
 

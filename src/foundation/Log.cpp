@@ -51,7 +51,8 @@ double wallSeconds() {
 void setupLog(std::string_view processName) {
     auto& s = state();
     std::lock_guard lock(s.mutex);
-    s.file = std::make_unique<FileLogger>(Paths::logDirectory(processName), std::string(processName));
+    s.file =
+        std::make_unique<FileLogger>(Paths::logDirectory(processName), std::string(processName));
     s.syslogIdent = "corvanebar-" + std::string(processName);
     openlog(s.syslogIdent.c_str(), LOG_PID, LOG_USER);
 }
@@ -118,7 +119,8 @@ void BALog(const char* format, ...) {
     syslog(LOG_NOTICE, "%s", message.c_str());
 }
 
-LogCapture::LogCapture(std::function<void(std::string_view)> tap) : tap_(std::move(tap)) {
+LogCapture::LogCapture(std::function<void(std::string_view)> tap)
+    : tap_(std::move(tap)) {
     auto& s = state();
     std::lock_guard lock(s.mutex);
     previous_ = s.tap;
@@ -131,10 +133,10 @@ LogCapture::LogCapture(std::function<void(std::string_view)> tap) : tap_(std::mo
 
 LogCapture::LogCapture()
     : LogCapture([this](std::string_view message) {
-          std::lock_guard lock(linesMutex_);
-          lines_ += message;
-          lines_ += '\n';
-      }) {}
+        std::lock_guard lock(linesMutex_);
+        lines_ += message;
+        lines_ += '\n';
+    }) {}
 
 std::string LogCapture::lines() const {
     std::lock_guard lock(linesMutex_);

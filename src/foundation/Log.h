@@ -29,7 +29,7 @@ void BALog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 class LogCapture {
 public:
     explicit LogCapture(std::function<void(std::string_view)> tap);
-    LogCapture();  // collects the messages in lines()
+    LogCapture(); // collects the messages in lines()
     ~LogCapture();
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;

@@ -5,9 +5,12 @@
 
 namespace corvane {
 
-ManualMainQueue::ManualMainQueue(double startTime) : wallOffset_(startTime) {}
+ManualMainQueue::ManualMainQueue(double startTime)
+    : wallOffset_(startTime) {}
 
-void ManualMainQueue::async(Task task) { after(0.0, std::move(task)); }
+void ManualMainQueue::async(Task task) {
+    after(0.0, std::move(task));
+}
 
 MainQueue::TimerId ManualMainQueue::after(double seconds, Task task) {
     std::lock_guard lock(mutex_);

@@ -39,8 +39,8 @@ private:
     bool runNextDueBy(double limit);
 
     mutable std::mutex mutex_;
-    double elapsed_ = 0.0;  // running time, which orders the tasks
-    double wallOffset_;     // wall clock minus running time
+    double elapsed_ = 0.0; // running time, which orders the tasks
+    double wallOffset_;    // wall clock minus running time
     TimerId nextId_ = 1;
     std::map<Key, Task> tasks_;
     std::unordered_map<TimerId, Key> keys_;

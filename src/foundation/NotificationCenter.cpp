@@ -68,12 +68,16 @@ private:
 };
 
 Observation::Observation(std::weak_ptr<Registry> registry, std::uint64_t id)
-    : registry_(std::move(registry)), id_(id) {}
+    : registry_(std::move(registry))
+    , id_(id) {}
 
-Observation::~Observation() { reset(); }
+Observation::~Observation() {
+    reset();
+}
 
 Observation::Observation(Observation&& other) noexcept
-    : registry_(std::move(other.registry_)), id_(std::exchange(other.id_, 0)) {}
+    : registry_(std::move(other.registry_))
+    , id_(std::exchange(other.id_, 0)) {}
 
 Observation& Observation::operator=(Observation&& other) noexcept {
     if (this != &other) {
@@ -98,7 +102,8 @@ bool Observation::active() const {
     return registry && id_ != 0 && registry->contains(id_);
 }
 
-NotificationCenter::NotificationCenter() : registry_(std::make_shared<Observation::Registry>()) {}
+NotificationCenter::NotificationCenter()
+    : registry_(std::make_shared<Observation::Registry>()) {}
 
 NotificationCenter::~NotificationCenter() = default;
 
@@ -122,6 +127,8 @@ void NotificationCenter::post(std::string name, std::any object, Value userInfo)
     post(Notification{std::move(name), std::move(object), std::move(userInfo)});
 }
 
-std::size_t NotificationCenter::observerCount() const { return registry_->size(); }
+std::size_t NotificationCenter::observerCount() const {
+    return registry_->size();
+}
 
 } // namespace corvane

@@ -12,8 +12,8 @@ namespace corvane {
 
 struct Notification {
     std::string name;
-    std::any object;  // the sender, or whatever the poster hands along; empty for none
-    Value userInfo;   // a dictionary, or null
+    std::any object; // the sender, or whatever the poster hands along; empty for none
+    Value userInfo;  // a dictionary, or null
 };
 
 // Keeps an observer registered for as long as it lives; destroying it (or reset) removes the

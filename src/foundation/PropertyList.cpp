@@ -2,12 +2,12 @@
 
 #include "foundation/AtomicFile.h"
 #include "foundation/Log.h"
-
-#include <plist/plist.h>
+#include "foundation/XmlPropertyListCheck.h"
 
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <plist/plist.h>
 
 namespace corvane {
 
@@ -73,7 +73,9 @@ struct Reader {
             int32_t sec = 0;
             int32_t usec = 0;
             plist_get_date_val(node, &sec, &usec);
-            return Value(Date::fromSecondsSince2001(sec + usec / 1e6));
+            // libplist splits a date toward zero and hands the fraction without its sign.
+            const double fraction = (sec < 0 ? -usec : usec) / 1e6;
+            return Value(Date::fromSecondsSince2001(sec + fraction));
         }
         default:
             return fail("unknown element type");
@@ -142,18 +144,12 @@ plist_t toPlist(const Value& value, int depth) {
         return plist_new_data(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }
     case Value::Kind::Date: {
-        const double s = value.date().secondsSince2001();
-        const double whole = std::floor(s);
-        if (!std::isfinite(s) || whole < std::numeric_limits<int32_t>::min() ||
-            whole > std::numeric_limits<int32_t>::max())
+        // Both formats as libplist writes them keep whole seconds only.
+        const double s = std::round(value.date().secondsSince2001());
+        if (!std::isfinite(s) || s < std::numeric_limits<int32_t>::min() ||
+            s > std::numeric_limits<int32_t>::max())
             return nullptr;
-        auto sec = static_cast<int32_t>(whole);
-        auto usec = static_cast<int32_t>(std::lround((s - whole) * 1e6));
-        if (usec >= 1000000 && sec < std::numeric_limits<int32_t>::max()) {
-            ++sec;
-            usec -= 1000000;
-        }
-        return plist_new_date(sec, usec);
+        return plist_new_date(static_cast<int32_t>(s), 0);
     }
     case Value::Kind::Array: {
         plist_t array = plist_new_array();
@@ -184,8 +180,13 @@ Value readPropertyList(std::string_view bytes, std::string_view origin,
         return reader.fail("empty");
     if (bytes.size() > std::numeric_limits<uint32_t>::max())
         return reader.fail("too large");
+    const auto length = static_cast<uint32_t>(bytes.size());
+    if (!plist_is_binary(bytes.data(), length)) {
+        if (auto problem = xmlPropertyListProblem(bytes))
+            return reader.fail(problem->c_str());
+    }
     plist_t raw = nullptr;
-    plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &raw);
+    plist_from_memory(bytes.data(), length, &raw);
     PlistPtr root(raw);
     if (!root)
         return reader.fail("not a readable XML or binary property list");
@@ -193,8 +194,8 @@ Value readPropertyList(std::string_view bytes, std::string_view origin,
     if (reader.failed)
         return {};
     if (expected && value.kind() != *expected) {
-        std::string why = std::string("expected ") + Value::kindName(*expected) + " at the root, found " +
-                          Value::kindName(value.kind());
+        std::string why = std::string("expected ") + Value::kindName(*expected) +
+                          " at the root, found " + Value::kindName(value.kind());
         return reader.fail(why.c_str());
     }
     return value;

@@ -16,8 +16,8 @@ enum class PropertyListFormat { XML, Binary };
 // is given, a root of another kind counts as wrongly typed.
 //
 // Limits of the format as libplist reads it: integers are 64-bit signed (an unsigned value
-// above 2^63-1 reads as its two's complement), dates count whole microseconds from 2001 and
-// lie between 1933 and 2069, strings end at a NUL byte.
+// above 2^63-1 reads as its two's complement), dates are written in whole seconds and lie
+// between 1933 and 2069, strings end at a NUL byte.
 Value readPropertyList(std::string_view bytes, std::string_view origin = "property list",
                        std::optional<Value::Kind> expected = std::nullopt);
 Value readPropertyListFile(const std::filesystem::path& file,

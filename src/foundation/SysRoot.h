@@ -14,8 +14,10 @@ namespace corvane {
 // ("/proc/stat"). A missing or unreadable file is an ordinary answer (nothing), not an error.
 class SysRoot {
 public:
-    SysRoot() : root_("/") {}
-    explicit SysRoot(std::filesystem::path root) : root_(std::move(root)) {}
+    SysRoot()
+        : root_("/") {}
+    explicit SysRoot(std::filesystem::path root)
+        : root_(std::move(root)) {}
     // $CORVANEBAR_SYSROOT when set, else "/".
     static SysRoot fromEnvironment();
 

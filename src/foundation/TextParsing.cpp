@@ -12,7 +12,9 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 std::string_view skipSpace(std::string_view text) {
     std::size_t i = 0;
@@ -99,12 +101,12 @@ double leadingDouble(std::string_view text) {
     if (text.empty() || !(isDigit(text.front()) || text.front() == '.'))
         return 0.0;
     double value = 0.0;
-    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value,
-                                        std::chars_format::general);
+    auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::general);
     if (error == std::errc::result_out_of_range) {
         // Tell overflow from underflow by the exponent's sign.
-        const bool tiny = text.find("e-") != std::string_view::npos ||
-                          text.find("E-") != std::string_view::npos;
+        const bool tiny =
+            text.find("e-") != std::string_view::npos || text.find("E-") != std::string_view::npos;
         value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
     } else if (error != std::errc{}) {
         value = 0.0;

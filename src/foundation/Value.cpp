@@ -6,6 +6,7 @@
 #include <cmath>
 #include <ctime>
 #include <limits>
+#include <ostream>
 
 namespace corvane {
 
@@ -76,11 +77,15 @@ Value::Value(unsigned long long i)
                    ? std::numeric_limits<std::int64_t>::max()
                    : static_cast<std::int64_t>(i)) {}
 
-Value::Value(Array a) : storage_(std::make_shared<Array>(std::move(a))) {}
+Value::Value(Array a)
+    : storage_(std::make_shared<Array>(std::move(a))) {}
 
-Value::Value(Dictionary d) : storage_(std::make_shared<Dictionary>(std::move(d))) {}
+Value::Value(Dictionary d)
+    : storage_(std::make_shared<Dictionary>(std::move(d))) {}
 
-Value Value::array(std::initializer_list<Value> items) { return Value(Array(items)); }
+Value Value::array(std::initializer_list<Value> items) {
+    return Value(Array(items));
+}
 
 Value Value::dict(std::initializer_list<std::pair<const std::string, Value>> entries) {
     Dictionary d;
@@ -91,7 +96,9 @@ Value Value::dict(std::initializer_list<std::pair<const std::string, Value>> ent
     return Value(std::move(d));
 }
 
-Value Value::data(std::string_view bytes) { return Value(Data(bytes.begin(), bytes.end())); }
+Value Value::data(std::string_view bytes) {
+    return Value(Data(bytes.begin(), bytes.end()));
+}
 
 const char* Value::kindName(Kind kind) {
     switch (kind) {
@@ -265,7 +272,9 @@ Value::Array& Value::mutableArray() {
     return **ref;
 }
 
-void Value::append(Value item) { mutableArray().push_back(std::move(item)); }
+void Value::append(Value item) {
+    mutableArray().push_back(std::move(item));
+}
 
 const Value* Value::find(std::string_view key) const {
     const auto& items = dictionaryItems();
@@ -371,6 +380,10 @@ std::string Value::description() const {
     default:
         return stringValue();
     }
+}
+
+std::ostream& operator<<(std::ostream& out, const Value& value) {
+    return out << value.description();
 }
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <iosfwd>
 #include <map>
 #include <memory>
 #include <string>
@@ -28,24 +29,37 @@ public:
 
     Value() = default;
     Value(std::nullptr_t) {}
-    Value(bool b) : storage_(b) {}
-    Value(int i) : storage_(std::int64_t{i}) {}
-    Value(long i) : storage_(std::int64_t{i}) {}
-    Value(long long i) : storage_(std::int64_t{i}) {}
-    Value(unsigned int i) : storage_(std::int64_t{i}) {}
+    Value(bool b)
+        : storage_(b) {}
+    Value(int i)
+        : storage_(std::int64_t{i}) {}
+    Value(long i)
+        : storage_(std::int64_t{i}) {}
+    Value(long long i)
+        : storage_(std::int64_t{i}) {}
+    Value(unsigned int i)
+        : storage_(std::int64_t{i}) {}
     Value(unsigned long i);      // values above INT64_MAX saturate
     Value(unsigned long long i); // values above INT64_MAX saturate
-    Value(double d) : storage_(d) {}
-    Value(float f) : storage_(double{f}) {}
-    Value(const char* s) : storage_(std::string(s ? s : "")) {}
-    Value(char* s) : Value(static_cast<const char*>(s)) {}
+    Value(double d)
+        : storage_(d) {}
+    Value(float f)
+        : storage_(double{f}) {}
+    Value(const char* s)
+        : storage_(std::string(s ? s : "")) {}
+    Value(char* s)
+        : Value(static_cast<const char*>(s)) {}
     // Any other pointer would silently become a bool.
     template <class T>
     Value(T*) = delete;
-    Value(std::string s) : storage_(std::move(s)) {}
-    Value(std::string_view s) : storage_(std::string(s)) {}
-    Value(Data d) : storage_(std::move(d)) {}
-    Value(corvane::Date d) : storage_(d) {}
+    Value(std::string s)
+        : storage_(std::move(s)) {}
+    Value(std::string_view s)
+        : storage_(std::string(s)) {}
+    Value(Data d)
+        : storage_(std::move(d)) {}
+    Value(corvane::Date d)
+        : storage_(d) {}
     Value(Array a);
     Value(Dictionary d);
 
@@ -120,5 +134,8 @@ private:
 
     Storage storage_;
 };
+
+// Writes the description, so that test failures and logs show the content.
+std::ostream& operator<<(std::ostream& out, const Value& value);
 
 } // namespace corvane

@@ -1,7 +1,167 @@
 #include "foundation/Value.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 
+using corvane::Date;
 using corvane::Value;
 
-TEST(Value, Placeholder) { EXPECT_EQ(Value(1).integerValue(), 1); }
+namespace {
+
+struct IntegerCase {
+    Value value;
+    std::int64_t expected;
+};
+
+class IntegerValue : public testing::TestWithParam<IntegerCase> {};
+
+TEST_P(IntegerValue, ReadsLikeATextFieldOrNumber) {
+    EXPECT_EQ(GetParam().value.integerValue(), GetParam().expected)
+        << GetParam().value.description();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversions, IntegerValue,
+    testing::Values(
+        IntegerCase{Value(), 0}, IntegerCase{Value(true), 1}, IntegerCase{Value(-7), -7},
+        IntegerCase{Value(3.99), 3}, IntegerCase{Value(-3.99), -3}, IntegerCase{Value(NAN), 0},
+        IntegerCase{Value(1e300), std::numeric_limits<std::int64_t>::max()},
+        IntegerCase{Value(-1e300), std::numeric_limits<std::int64_t>::min()},
+        IntegerCase{Value("42"), 42}, IntegerCase{Value("  -12kg"), -12},
+        IntegerCase{Value("+8"), 8}, IntegerCase{Value("3.9"), 3}, IntegerCase{Value("1e3"), 1},
+        IntegerCase{Value("abc"), 0}, IntegerCase{Value(""), 0},
+        IntegerCase{Value("99999999999999999999"), std::numeric_limits<std::int64_t>::max()},
+        IntegerCase{Value("-9223372036854775808"), std::numeric_limits<std::int64_t>::min()},
+        IntegerCase{Value(Date{1234.9}), 1234}, IntegerCase{Value::array({1, 2}), 0},
+        IntegerCase{Value::data("12"), 0}));
+
+struct DoubleCase {
+    Value value;
+    double expected;
+};
+
+class DoubleValue : public testing::TestWithParam<DoubleCase> {};
+
+TEST_P(DoubleValue, ReadsTheLeadingDecimalNumber) {
+    EXPECT_DOUBLE_EQ(GetParam().value.doubleValue(), GetParam().expected)
+        << GetParam().value.description();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Conversions, DoubleValue,
+    testing::Values(DoubleCase{Value(), 0}, DoubleCase{Value(false), 0}, DoubleCase{Value(12), 12},
+                    DoubleCase{Value("2.5 GHz"), 2.5}, DoubleCase{Value(" -0.25"), -0.25},
+                    DoubleCase{Value(".5"), 0.5}, DoubleCase{Value("1e3"), 1000},
+                    DoubleCase{Value("1,5"), 1}, DoubleCase{Value("nan"), 0},
+                    DoubleCase{Value("inf"), 0}, DoubleCase{Value("0x1A"), 0},
+                    DoubleCase{Value("1e-400"), 0}, DoubleCase{Value(Date{10.5}), 10.5},
+                    DoubleCase{Value::dict(), 0}));
+
+TEST(DoubleValue, OverflowingTextIsInfiniteWithItsSign) {
+    EXPECT_EQ(Value("1e999").doubleValue(), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(Value("-1e999").doubleValue(), -std::numeric_limits<double>::infinity());
+}
+
+TEST(DoubleValue, IgnoresTheUsersLocale) {
+    // A German locale writes "2,5"; stored text always uses the point.
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+    EXPECT_DOUBLE_EQ(Value("2.5").doubleValue(), 2.5);
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+TEST(BoolValue, FollowsStoredFlagConventions) {
+    for (const char* yes : {"YES", "yes", "true", "T", "1", "007", " +9", "-1"})
+        EXPECT_TRUE(Value(yes).boolValue()) << yes;
+    for (const char* no : {"NO", "no", "false", "0", "0.5", "", "   ", "-0", "x1"})
+        EXPECT_FALSE(Value(no).boolValue()) << no;
+    EXPECT_TRUE(Value(2).boolValue());
+    EXPECT_FALSE(Value(0).boolValue());
+    EXPECT_TRUE(Value(0.1).boolValue());
+    EXPECT_FALSE(Value(0.0).boolValue());
+    EXPECT_FALSE(Value(Date{5}).boolValue());
+    EXPECT_FALSE(Value::array({1}).boolValue());
+}
+
+TEST(StringValue, HasATextForEveryKind) {
+    EXPECT_EQ(Value().stringValue(), "");
+    EXPECT_EQ(Value(true).stringValue(), "1");
+    EXPECT_EQ(Value(false).stringValue(), "0");
+    EXPECT_EQ(Value(-42).stringValue(), "-42");
+    EXPECT_EQ(Value(3.0).stringValue(), "3");
+    EXPECT_EQ(Value(0.1).stringValue(), "0.1");
+    EXPECT_EQ(Value(2.5).stringValue(), "2.5");
+    EXPECT_EQ(Value(1e20).stringValue(), "1e+20");
+    EXPECT_EQ(Value(-INFINITY).stringValue(), "-inf");
+    EXPECT_EQ(Value("Grüße").stringValue(), "Grüße");
+    EXPECT_EQ(Value::data(std::string("\x00\xff\x10", 3)).stringValue(), "00ff10");
+    EXPECT_EQ(Value(Date::fromSecondsSince2001(0.75)).stringValue(), "2001-01-01 00:00:00 +0000");
+    EXPECT_EQ(Value::array({1, "a"}).stringValue(), "(1, \"a\")");
+    EXPECT_EQ(Value::dict({{"k", 1}}).stringValue(), "{\"k\" = 1; }");
+}
+
+TEST(StringValue, RealsReadBackExactly) {
+    for (double d : {0.1, 1.0 / 3.0, 123456.789, -2.5e-300, 6.72})
+        EXPECT_EQ(Value(Value(d).stringValue()).doubleValue(), d);
+}
+
+TEST(Containers, CopiesAreIndependentAfterAChange) {
+    Value original = Value::dict({{"cpu", Value::array({1, 2})}, {"name", "core"}});
+    Value copy = original;
+    copy.set("name", "changed");
+    copy.mutableDictionary()["cpu"].append(3);
+
+    EXPECT_EQ(original["name"].string(), "core");
+    EXPECT_EQ(original["cpu"].size(), 2u);
+    EXPECT_EQ(copy["cpu"].size(), 3u);
+    EXPECT_EQ(copy["name"].string(), "changed");
+}
+
+TEST(Containers, MissingEntriesReadAsNull) {
+    const Value dict = Value::dict({{"a", 1}});
+    EXPECT_TRUE(dict["missing"].isNull());
+    EXPECT_TRUE(dict[0].isNull());
+    EXPECT_TRUE(Value::array({1})[5].isNull());
+    EXPECT_TRUE(Value(3)["a"].isNull());
+    EXPECT_EQ(Value(3).size(), 0u);
+}
+
+TEST(Containers, NullRemovesAndIsNeverStoredByBuilders) {
+    Value dict = Value::dict({{"a", 1}, {"gone", Value()}});
+    EXPECT_EQ(dict.size(), 1u);
+    dict.set("a", Value());
+    EXPECT_TRUE(dict.empty());
+    EXPECT_FALSE(dict.erase("a"));
+
+    Value scalar = 5;
+    scalar.set("k", "v"); // a scalar becomes a dictionary
+    EXPECT_EQ(scalar["k"].string(), "v");
+}
+
+TEST(Equality, IsStrictAboutKinds) {
+    EXPECT_NE(Value(1), Value(1.0));
+    EXPECT_NE(Value(1), Value(true));
+    EXPECT_NE(Value("1"), Value(1));
+    EXPECT_EQ(Value(NAN), Value(NAN));
+    EXPECT_EQ(Value::dict({{"a", Value::array({1, "x"})}}),
+              Value::dict({{"a", Value::array({1, "x"})}}));
+    EXPECT_NE(Value::dict({{"a", 1}}), Value::dict({{"a", 2}}));
+    EXPECT_NE(Value(Date{1}), Value(1.0));
+}
+
+TEST(Equality, NumericallyEqualsComparesNumbersAcrossKinds) {
+    EXPECT_TRUE(Value(1).numericallyEquals(Value(1.0)));
+    EXPECT_TRUE(Value(true).numericallyEquals(Value(1)));
+    EXPECT_FALSE(Value(1).numericallyEquals(Value(1.5)));
+    EXPECT_FALSE(Value(1).numericallyEquals(Value("1")));
+    // Large integers must not be compared through doubles.
+    EXPECT_FALSE(Value(9007199254740993LL).numericallyEquals(Value(9007199254740992LL)));
+}
+
+TEST(Integers, UnsignedValuesBeyondInt64Saturate) {
+    EXPECT_EQ(Value(std::numeric_limits<std::uint64_t>::max()).integerValue(),
+              std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(Value(std::size_t{7}).integerValue(), 7);
+}
+
+} // namespace
