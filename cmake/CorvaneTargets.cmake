@@ -41,6 +41,7 @@ function(cvb_add_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE cvb_options ${ARG_DEPS} GTest::gmock GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_compile_definitions(${name}
                              PRIVATE CVB_FIXTURES_DIR="${PROJECT_SOURCE_DIR}/tests/fixtures")
   include(GoogleTest)

@@ -2,6 +2,7 @@
 
 #include "foundation/AtomicFile.h"
 #include "foundation/Log.h"
+#include "support/TemporaryDirectory.h"
 
 #include <cmath>
 #include <filesystem>
@@ -157,18 +158,7 @@ TEST(PropertyList, DeepNestingIsRefusedNotOverflowed) {
     EXPECT_TRUE(log.contains("nested too deeply")) << log.lines();
 }
 
-class TemporaryDirectory {
-public:
-    TemporaryDirectory() {
-        char pattern[] = "/tmp/cvb-test-XXXXXX";
-        path_ = mkdtemp(pattern);
-    }
-    ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
+using corvane::test::TemporaryDirectory;
 
 TEST(PropertyListFile, ReplacesTheFileWholeAndLeavesNoTemporaries) {
     TemporaryDirectory dir;

@@ -1,0 +1,152 @@
+#include "foundation/GLibMainQueue.h"
+#include "foundation/ManualMainQueue.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+using namespace corvane;
+
+namespace {
+
+TEST(ManualMainQueue, RunsByDueTimeThenInSchedulingOrder) {
+    ManualMainQueue queue(1000.0);
+    std::vector<std::string> ran;
+    queue.after(2.0, [&] { ran.push_back("2s"); });
+    queue.after(1.0, [&] { ran.push_back("1s-a"); });
+    queue.async([&] { ran.push_back("async"); });
+    queue.after(1.0, [&] { ran.push_back("1s-b"); });
+
+    queue.advance(1.5);
+    EXPECT_EQ(ran, (std::vector<std::string>{"async", "1s-a", "1s-b"}));
+    EXPECT_DOUBLE_EQ(queue.now(), 1001.5);
+    queue.advance(0.5);
+    EXPECT_EQ(ran.back(), "2s");
+}
+
+TEST(ManualMainQueue, TasksSeeTheClockAtTheirDueTime) {
+    ManualMainQueue queue(0.0);
+    std::vector<double> times;
+    queue.after(0.25, [&] { times.push_back(queue.now()); });
+    queue.after(3.0, [&] { times.push_back(queue.now()); });
+    queue.advance(10.0);
+    EXPECT_EQ(times, (std::vector<double>{0.25, 3.0}));
+    EXPECT_DOUBLE_EQ(queue.now(), 10.0);
+}
+
+TEST(ManualMainQueue, ARearmingTaskRunsOncePerPeriodWithinTheWindow) {
+    ManualMainQueue queue(0.0);
+    int beats = 0;
+    std::function<void()> beat = [&] {
+        ++beats;
+        queue.after(1.0, beat);
+    };
+    queue.after(1.0, beat);
+    queue.advance(5.0);
+    EXPECT_EQ(beats, 5);
+    EXPECT_DOUBLE_EQ(queue.nextDueTime(), 6.0);
+}
+
+TEST(ManualMainQueue, AsyncNeverRunsInsideTheCaller) {
+    ManualMainQueue queue;
+    bool ran = false;
+    queue.async([&] { ran = true; });
+    EXPECT_FALSE(ran);
+    queue.runUntilIdle();
+    EXPECT_TRUE(ran);
+}
+
+TEST(ManualMainQueue, CancelledTasksDoNotRun) {
+    ManualMainQueue queue;
+    bool ran = false;
+    const auto id = queue.after(1.0, [&] { ran = true; });
+    queue.cancel(id);
+    queue.cancel(id);
+    queue.cancel(9999);
+    queue.advance(2.0);
+    EXPECT_FALSE(ran);
+    EXPECT_EQ(queue.pendingCount(), 0u);
+}
+
+TEST(ManualMainQueue, AWallClockJumpKeepsTimersOnRunningTime) {
+    ManualMainQueue queue(100.0);
+    double firedAt = 0;
+    queue.after(1.0, [&] { firedAt = queue.now(); });
+    queue.setTime(5000.0); // woke from sleep
+    queue.advance(0.5);
+    EXPECT_EQ(firedAt, 0);
+    queue.advance(0.5);
+    EXPECT_DOUBLE_EQ(firedAt, 5001.0);
+}
+
+TEST(ManualMainQueue, AcceptsTasksFromOtherThreads) {
+    ManualMainQueue queue;
+    std::atomic<int> count{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 100; ++i)
+                queue.async([&] { ++count; });
+        });
+    for (auto& thread : threads)
+        thread.join();
+    queue.runUntilIdle();
+    EXPECT_EQ(count, 400);
+}
+
+TEST(GLibMainQueue, RunsTasksInOrderOnTheLoop) {
+    GMainContext* context = g_main_context_new();
+    std::vector<int> order;
+    {
+        GLibMainQueue queue(context);
+        queue.after(0.05, [&] {
+            order.push_back(3);
+            queue.quit();
+        });
+        queue.async([&] { order.push_back(1); });
+        queue.async([&] { order.push_back(2); });
+        EXPECT_TRUE(order.empty());
+        queue.run();
+    }
+    g_main_context_unref(context);
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(GLibMainQueue, CancelAndDestructionDropPendingTasks) {
+    GMainContext* context = g_main_context_new();
+    bool cancelledRan = false;
+    bool abandonedRan = false;
+    {
+        GLibMainQueue queue(context);
+        const auto id = queue.after(0.01, [&] { cancelledRan = true; });
+        queue.cancel(id);
+        queue.after(0.03, [&] { queue.quit(); });
+        queue.run();
+        queue.after(10.0, [&] { abandonedRan = true; });
+    }
+    while (g_main_context_iteration(context, FALSE)) {
+    }
+    g_main_context_unref(context);
+    EXPECT_FALSE(cancelledRan);
+    EXPECT_FALSE(abandonedRan);
+}
+
+TEST(GLibMainQueue, WorkOffTheMainThreadHandsItsResultBack) {
+    GMainContext* context = g_main_context_new();
+    GLibMainQueue queue(context);
+    std::thread::id ranOn;
+    std::thread worker([&] {
+        queue.async([&] {
+            ranOn = std::this_thread::get_id();
+            queue.quit();
+        });
+    });
+    g_main_context_push_thread_default(context);
+    queue.run();
+    g_main_context_pop_thread_default(context);
+    worker.join();
+    EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+} // namespace

@@ -1,0 +1,68 @@
+#include "foundation/SysRoot.h"
+
+#include "support/TemporaryDirectory.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using corvane::test::TemporaryDirectory;
+
+namespace {
+
+class RecordedTree : public ::testing::Test {
+protected:
+    void write(const std::string& livePath, const std::string& text) {
+        const auto file = dir.path() / livePath.substr(1);
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file) << text;
+    }
+
+    TemporaryDirectory dir;
+};
+
+TEST_F(RecordedTree, ReadsFilesAndAttributesUnderItsRoot) {
+    write("/proc/loadavg", "0.52 0.58 0.59 2/1007 12345\n");
+    write("/sys/class/power_supply/BAT0/capacity", " 87\n");
+    write("/sys/class/power_supply/BAT0/status", "Discharging\n");
+    write("/sys/devices/system/cpu/online", "0-3,5\n");
+    const SysRoot root(dir.path());
+
+    EXPECT_EQ(root.readFile("/proc/loadavg"), "0.52 0.58 0.59 2/1007 12345\n");
+    EXPECT_EQ(root.readInteger("/sys/class/power_supply/BAT0/capacity"), 87);
+    EXPECT_EQ(root.readAttribute("sys/class/power_supply/BAT0/status"), "Discharging");
+    EXPECT_EQ(root.readInteger("/sys/class/power_supply/BAT0/status"), std::nullopt);
+    EXPECT_EQ(root.readFile("/proc/missing"), std::nullopt);
+    EXPECT_EQ(root.list("/sys/class/power_supply"), std::vector<std::string>{"BAT0"});
+    EXPECT_TRUE(root.list("/sys/class/missing").empty());
+    EXPECT_TRUE(root.isDirectory("/sys/devices/system/cpu"));
+    EXPECT_FALSE(root.isLive());
+}
+
+TEST_F(RecordedTree, RelativeLinksResolveInsideTheTree) {
+    write("/sys/devices/platform/bat/power_supply/BAT1/capacity", "50\n");
+    std::filesystem::create_directories(dir.path() / "sys/class/power_supply");
+    std::filesystem::create_symlink("../../devices/platform/bat/power_supply/BAT1",
+                                    dir.path() / "sys/class/power_supply/BAT1");
+    const SysRoot root(dir.path());
+    EXPECT_EQ(root.readInteger("/sys/class/power_supply/BAT1/capacity"), 50);
+    EXPECT_EQ(root.readLink("/sys/class/power_supply/BAT1"),
+              "../../devices/platform/bat/power_supply/BAT1");
+}
+
+TEST_F(RecordedTree, CutsLargeFilesAtTheLimit) {
+    write("/proc/big", std::string(10000, 'x'));
+    EXPECT_EQ(SysRoot(dir.path()).readFile("/proc/big", 4096)->size(), 4096u);
+}
+
+TEST(LiveRoot, ReadsProcfsFilesThatReportNoSize) {
+    const SysRoot live;
+    EXPECT_TRUE(live.isLive());
+    const auto stat = live.readFile("/proc/self/status");
+    ASSERT_TRUE(stat.has_value());
+    EXPECT_NE(stat->find("Pid:"), std::string::npos);
+    // A directory is not a readable file.
+    EXPECT_EQ(live.readFile("/proc/self"), std::nullopt);
+}
+
+} // namespace
