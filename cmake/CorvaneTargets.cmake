@@ -3,7 +3,7 @@
 add_library(cvb_options INTERFACE)
 target_compile_options(cvb_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow
                                              -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
-                                             -Woverloaded-virtual -Wnull-dereference)
+                                             -Woverloaded-virtual)
 if(CVB_WARNINGS_AS_ERRORS)
   target_compile_options(cvb_options INTERFACE -Werror)
 endif()

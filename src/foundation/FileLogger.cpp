@@ -36,10 +36,10 @@ std::filesystem::path FileLogger::archiveFile(int number) const {
 std::string FileLogger::formatLine(double seconds, std::string_view message) {
     const double whole = std::floor(seconds);
     const auto t = static_cast<std::time_t>(whole);
-    const int millis = std::min(999, static_cast<int>((seconds - whole) * 1000.0));
+    const int millis = std::clamp(static_cast<int>((seconds - whole) * 1000.0), 0, 999);
     std::tm tm{};
     localtime_r(&t, &tm);
-    char stamp[40];
+    char stamp[80];
     std::snprintf(stamp, sizeof stamp, "%04d/%02d/%02d %02d:%02d:%02d:%03d", tm.tm_year + 1900,
                   tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, millis);
     std::string line = stamp;

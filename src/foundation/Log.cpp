@@ -3,6 +3,7 @@
 #include "foundation/FileLogger.h"
 #include "foundation/Paths.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -91,13 +92,13 @@ void CVBLog(const char* format, ...) {
 std::string dlogLine(double seconds, std::string_view message) {
     const double whole = std::floor(seconds);
     const auto t = static_cast<std::time_t>(whole);
-    const int millis = std::min(999, static_cast<int>((seconds - whole) * 1000.0));
+    const int millis = std::clamp(static_cast<int>((seconds - whole) * 1000.0), 0, 999);
     std::tm tm{};
     localtime_r(&t, &tm);
     // The pattern's "YYYY" is the week-based year; %G gives the ISO 8601 one.
     char stamp[48];
     std::strftime(stamp, sizeof stamp, "%G-%m-%d %H:%M:%S", &tm);
-    char full[64];
+    char full[96];
     std::snprintf(full, sizeof full, "%s.%03d", stamp, millis);
     return std::string(full) + ": " + std::string(message);
 }
