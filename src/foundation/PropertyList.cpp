@@ -1,6 +1,7 @@
 #include "foundation/PropertyList.h"
 
 #include "foundation/AtomicFile.h"
+#include "foundation/BinaryPropertyListCheck.h"
 #include "foundation/Log.h"
 #include "foundation/XmlPropertyListCheck.h"
 
@@ -74,7 +75,7 @@ struct Reader {
             int32_t usec = 0;
             plist_get_date_val(node, &sec, &usec);
             // libplist splits a date toward zero and hands the fraction without its sign.
-            const double fraction = (sec < 0 ? -usec : usec) / 1e6;
+            const double fraction = (sec < 0 ? -1.0 : 1.0) * usec / 1e6;
             return Value(Date::fromSecondsSince2001(sec + fraction));
         }
         default:
@@ -181,10 +182,9 @@ Value readPropertyList(std::string_view bytes, std::string_view origin,
     if (bytes.size() > std::numeric_limits<uint32_t>::max())
         return reader.fail("too large");
     const auto length = static_cast<uint32_t>(bytes.size());
-    if (!plist_is_binary(bytes.data(), length)) {
-        if (auto problem = xmlPropertyListProblem(bytes))
-            return reader.fail(problem->c_str());
-    }
+    const bool binary = plist_is_binary(bytes.data(), length) != 0;
+    if (auto problem = binary ? binaryPropertyListProblem(bytes) : xmlPropertyListProblem(bytes))
+        return reader.fail(problem->c_str());
     plist_t raw = nullptr;
     plist_from_memory(bytes.data(), length, &raw);
     PlistPtr root(raw);

@@ -139,6 +139,20 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"emptyPlist", xmlPlist(""), "no value"}),
     [](const auto& param) { return std::string(param.param.label); });
 
+// libplist would abort the process on these; they must be refused before it reads them.
+TEST(PropertyList, BinaryStringsWithANulCharacterAreRefused) {
+    for (const char* text : {"keyXvalue", "GrüßeX"}) {
+        std::string bytes = writePropertyList(Value::array({text}), PropertyListFormat::Binary);
+        const bool utf16 = std::string_view(text).find("ü") != std::string_view::npos;
+        const auto x = bytes.find(utf16 ? std::string("\0X", 2) : std::string("X"));
+        ASSERT_NE(x, std::string::npos);
+        bytes[x + (utf16 ? 1 : 0)] = '\0';
+        LogCapture log;
+        EXPECT_TRUE(readPropertyList(bytes, "hostile").isNull()) << text;
+        EXPECT_TRUE(log.contains("NUL character")) << log.lines();
+    }
+}
+
 TEST(PropertyList, WrongRootKindIsRefusedWhenAKindIsExpected) {
     LogCapture log;
     const std::string bytes = writePropertyList(Value::array({1}), PropertyListFormat::XML);

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <ostream>
 
 using corvane::Date;
 using corvane::Value;
@@ -12,6 +13,9 @@ namespace {
 struct IntegerCase {
     Value value;
     std::int64_t expected;
+    friend std::ostream& operator<<(std::ostream& out, const IntegerCase& c) {
+        return out << c.value << " -> " << c.expected;
+    }
 };
 
 class IntegerValue : public testing::TestWithParam<IntegerCase> {};
@@ -39,6 +43,9 @@ INSTANTIATE_TEST_SUITE_P(
 struct DoubleCase {
     Value value;
     double expected;
+    friend std::ostream& operator<<(std::ostream& out, const DoubleCase& c) {
+        return out << c.value << " -> " << c.expected;
+    }
 };
 
 class DoubleValue : public testing::TestWithParam<DoubleCase> {};
