@@ -17,3 +17,4 @@ if(CVB_BUILD_BENCH AND NOT CVB_FUZZ)
 endif()
 
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
