@@ -1,0 +1,188 @@
+#include "PreferencesFixture.h"
+#include "foundation/Identifiers.h"
+#include "foundation/Log.h"
+
+using namespace corvane;
+using corvane::test::PreferencesFixture;
+
+namespace {
+
+using Preferences = PreferencesFixture;
+
+TEST_F(Preferences, ReadsStoredValueThenDefaultThenNothing) {
+    auto& prefs = install();
+    prefs.domain().setValue("CPU_MenubarTextSize", 11);
+    prefs.domain().synchronize();
+    EXPECT_EQ(CVBIntegerForKey("CPU_MenubarTextSize"), 11);
+    EXPECT_EQ(CVBIntegerForKey("Memory_MenubarPercentageSize"), 13); // default
+    EXPECT_TRUE(CVBObjectForKey("Weather_TemperatureUnits").isNull());
+    EXPECT_EQ(CVBIntegerForKey("Weather_TemperatureUnits"), 0);
+}
+
+TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
+    auto& prefs = install();
+    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
+    // Another process writes the key.
+    PreferenceDomain other(kExtrasDomain, dir.path() / "extras.plist");
+    other.setValue("Weather_Provider", 2);
+    other.synchronize();
+    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
+    CVBRefreshKey("Weather_Provider");
+    EXPECT_EQ(CVBIntegerForKey("Weather_Provider"), 2);
+    (void)prefs;
+}
+
+TEST_F(Preferences, WritesAreSeenAtOnceAndRemovalBringsBackTheDefault) {
+    install();
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2);
+    CVBSetIntegerForKey(5, "TimerFrequency");
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 5);
+    CVBRemoveObjectForKey("TimerFrequency");
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2);
+    EXPECT_TRUE(CVBObjectForKeyWithoutCache("TimerFrequency").isNull());
+}
+
+TEST_F(Preferences, DefaultsAreNeverWrittenToTheDomain) {
+    auto& prefs = install();
+    for (const char* key : {"CPU_MenubarMode", "StatusItems-Order", "Time_Cities"})
+        (void)CVBObjectForKey(key);
+    EXPECT_TRUE(prefs.domain().copyKeyList().empty());
+}
+
+TEST_F(Preferences, ColoursFallBackByThePanelsLook) {
+    auto& prefs = install();
+    CVBSetObjectForKey("1 1 1", "CPU_MenubarTextColor");
+    EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::black());
+    CVBSetObjectForKey("1 0.5 0.25 0.5", "CPU_MenubarTextColor");
+    EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), (Color{1, 0.5, 0.25, 0.5}));
+    EXPECT_EQ(CVBColorForKey("CPU_Label-Dark"), Color::white());
+    EXPECT_EQ(CVBColorForKey("Memory_MenubarGraphWired"), (Color{0.10, 0.58, 0.94, 1.0}));
+
+    appearance->dark = true;
+    prefs.updateMenubarThemeIfNeeded();
+    CVBSetObjectForKey(5, "CPU_MenubarTextColor");
+    EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::white());
+}
+
+TEST_F(Preferences, ColourTextIsFourNumbersSeparatedBySingleBlanks) {
+    EXPECT_EQ(stringFromColor({0.098, 0.58, 0.941, 1.0}), "0.10 0.58 0.94 1.00");
+    EXPECT_EQ(colorFromString(Value("0.22 0.22 0.22 1.0")), (Color{0.22, 0.22, 0.22, 1.0}));
+    EXPECT_EQ(colorFromString(Value("1 1  1 1")), std::nullopt);
+    EXPECT_EQ(colorFromString(Value("1 1 1 1 1")), std::nullopt);
+    EXPECT_EQ(colorFromString(Value(1)), std::nullopt);
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+    EXPECT_EQ(stringFromColor({0.5, 0.25, 0, 1}), "0.50 0.25 0.00 1.00");
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+TEST_F(Preferences, OldCommaJoinedModeStringsReadAsEmpty) {
+    install();
+    CVBSetObjectForKey("100,6", "CPU_MenubarMode");
+    EXPECT_EQ(CVBPreferences::sharedPreferences().menubarModesForKey("CPU_MenubarMode"),
+              Value::array());
+    EXPECT_EQ(CVBPreferences::sharedPreferences().menubarModesForKey("Memory_MenubarMode"),
+              Value::array({Value::dict({{"key", "100"}}), Value::dict({{"key", "1"}})}));
+}
+
+TEST_F(Preferences, FontOffsetsCoverSizesEightToSixteen) {
+    auto& prefs = install();
+    EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(8), -5);
+    EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(16), -2);
+    EXPECT_EQ(CVBPreferences::verticalOffsetForCondensedFontSize(13), 2);
+    for (int size : {7, 17, -1})
+        EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(size), 0) << size;
+    EXPECT_EQ(prefs.offsetForFont("CPU_MenubarTextSize"), -2);
+}
+
+TEST_F(Preferences, DropdownThemeFollowsSeparateStylesAndThePanel) {
+    auto& prefs = install();
+    CVBSetIntegerForKey(1, "DropdownTheme-Light");
+    EXPECT_EQ(dropdownTheme(), 0);
+    CVBSetBoolForKey(true, "Theme-SeperateStyles");
+    EXPECT_EQ(dropdownTheme(), 1);
+    appearance->dark = true;
+    prefs.updateMenubarThemeIfNeeded();
+    EXPECT_EQ(dropdownTheme(), 3);
+}
+
+TEST_F(Preferences, GraphColoursPickTheTableByThemeAndBackground) {
+    auto& prefs = install();
+    EXPECT_EQ(prefs.dropdownGraphFillColor(0), (Color{0.168, 0.729, 0.988, 1}));
+    CVBSetIntegerForKey(0, "DropdownGraphBackground");
+    EXPECT_EQ(prefs.dropdownGraphFillColor(0), (Color{0.054, 0.38, 0.537, 1}));
+    EXPECT_EQ(prefs.dropdownGraphStrokeColor(3), Color::gray(0.6));
+    CVBSetIntegerForKey(1, "DropdownGraphBackground");
+    CVBSetIntegerForKey(1, "DropdownTheme"); // other themes ignore the background
+    EXPECT_EQ(prefs.dropdownGraphStrokeColor(3), Color::gray(0.6));
+
+    LogCapture log;
+    EXPECT_EQ(prefs.dropdownGraphFillColor(5), Color::black());
+    EXPECT_TRUE(log.contains("invalid index 5"));
+}
+
+TEST_F(Preferences, ThemeChangesAreCheckedAgainAfterHalfASecondAndFiveSeconds) {
+    auto& prefs = install();
+    int posted = 0;
+    auto observer = center.addObserver(kMenubarThemeChangedNotification,
+                                       [&](const Notification&) { ++posted; });
+    EXPECT_EQ(CVBIntegerForKey("DropdownTheme"), 0);
+
+    appearance->handler(); // the signal arrives before the desktop answers differently
+    posted = 0;            // (the contrast half of the signal posts at once)
+    queue.advance(0.5);
+    EXPECT_EQ(posted, 0);
+    appearance->dark = true;
+    queue.advance(4.5);
+    EXPECT_EQ(posted, 1);
+    EXPECT_TRUE(prefs.isMenubarDark());
+    EXPECT_EQ(CVBIntegerForKey("DropdownTheme"), 3);
+    queue.advance(10);
+    EXPECT_EQ(posted, 1);
+}
+
+TEST_F(Preferences, AnUnknownDesktopLookCountsAsLight) {
+    appearance->dark.reset();
+    auto& prefs = install();
+    EXPECT_FALSE(prefs.isMenubarDark());
+    EXPECT_FALSE(prefs.increaseContrast());
+    EXPECT_TRUE(prefs.isMenubarTransparent());
+}
+
+TEST_F(Preferences, SettingsFromAnotherMachineLoseExactlyTheMachineKeys) {
+    {
+        PreferenceDomain domain(kExtrasDomain, dir.path() / "extras.plist");
+        domain.setValue("_mac_id", md5Hex("other-serial"));
+        domain.setValue("Network_PrimaryInterface", "en0");
+        domain.setValue("Sensors_MenubarItems", Value::array({"TC0P"}));
+        domain.setValue("FilteringSensors", Value::array({"x"}));
+        domain.synchronize();
+    }
+    MachineFacts machine;
+    machine.serial = "this-serial";
+    auto& prefs = install(machine);
+    EXPECT_EQ(prefs.domain().copyValue("_mac_id"), Value(md5Hex("this-serial")));
+    EXPECT_TRUE(prefs.domain().copyValue("Network_PrimaryInterface").isNull());
+    EXPECT_TRUE(prefs.domain().copyValue("Sensors_MenubarItems").isNull());
+    EXPECT_EQ(prefs.domain().copyValue("FilteringSensors"), Value::array({"x"}));
+}
+
+TEST_F(Preferences, AFirstStartRecordsTheMachineAndKeepsEverything) {
+    {
+        PreferenceDomain domain(kExtrasDomain, dir.path() / "extras.plist");
+        domain.setValue("Network_PrimaryInterface", "eth0");
+        domain.synchronize();
+    }
+    MachineFacts machine;
+    machine.serial = "abc";
+    auto& prefs = install(machine);
+    EXPECT_EQ(prefs.domain().copyValue("_mac_id"), Value(md5Hex("abc")));
+    EXPECT_EQ(prefs.domain().copyValue("Network_PrimaryInterface"), Value("eth0"));
+}
+
+TEST_F(Preferences, StatusItemOrderIsIntegers) {
+    install();
+    CVBSetObjectForKey(Value::array({"-1", 3, 2.0}), "StatusItems-Order");
+    EXPECT_EQ(statusItemOrder(), (std::vector<std::int64_t>{-1, 3, 2}));
+}
+
+} // namespace
