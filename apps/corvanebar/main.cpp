@@ -1,10 +1,12 @@
 // corvanebar: the settings application's command.
 #include "corvane/BuildInfo.h"
+#include "foundation/DistributedNotificationCenter.h"
+#include "foundation/Log.h"
 #include "foundation/MainQueue.h"
+#include "preferences/PreferenceCommands.h"
 #include "sky/SkyReport.h"
 
 #include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <iostream>
 
@@ -50,6 +52,54 @@ int runSky(const SkyOptions& options) {
     return 0;
 }
 
+struct PrefsOptions {
+    CLI::App* command = nullptr;
+    CLI::App* list = nullptr;
+    CLI::App* get = nullptr;
+    CLI::App* set = nullptr;
+    CLI::App* remove = nullptr;
+    bool withDefaults = false;
+    bool storedOnly = false;
+    std::string key;
+    std::string value;
+    std::string type = "auto";
+};
+
+void addPrefsCommand(CLI::App& app, PrefsOptions& o) {
+    o.command = app.add_subcommand("prefs", "Read and write the settings");
+    o.command->require_subcommand(1);
+    o.list =
+        o.command->add_subcommand("list", "Print the stored settings, one \"KEY = VALUE\" a line");
+    o.list->add_flag("--defaults", o.withDefaults, "Include every key with a built-in default");
+    o.get = o.command->add_subcommand("get", "Print the value of a key as the product reads it");
+    o.get->add_option("KEY", o.key)->required();
+    o.get->add_flag("--stored", o.storedOnly, "Only a stored value, not the default");
+    o.set = o.command->add_subcommand("set", "Store a value and tell the running processes");
+    o.set->add_option("KEY", o.key)->required();
+    o.set->add_option("VALUE", o.value)->required();
+    o.set
+        ->add_option("--type", o.type,
+                     "auto, int, real, bool, string, json or plist (a property-list fragment "
+                     "such as '<array><integer>1</integer></array>')")
+        ->check(CLI::IsMember({"auto", "int", "real", "bool", "string", "json", "plist"}));
+    o.remove =
+        o.command->add_subcommand("remove", "Remove a stored value; the default applies again");
+    o.remove->add_option("KEY", o.key)->required();
+}
+
+int runPrefs(const PrefsOptions& o) {
+    corvane::PreferenceCommands commands(corvane::CVBPreferences::sharedPreferences(),
+                                         corvane::DistributedNotificationCenter::defaultCenter(),
+                                         std::cout, std::cerr);
+    if (o.list->parsed())
+        return commands.list(o.withDefaults);
+    if (o.get->parsed())
+        return commands.get(o.key, o.storedOnly);
+    if (o.set->parsed())
+        return commands.set(o.key, o.value, *corvane::commandValueTypeNamed(o.type));
+    return commands.remove(o.key);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -59,10 +109,18 @@ int main(int argc, char** argv) {
     app.add_flag("-v,--version", showVersion, "Print the version and exit");
     SkyOptions sky;
     addSkyCommand(app, sky);
+    PrefsOptions prefs;
+    addPrefsCommand(app, prefs);
     CLI11_PARSE(app, argc, argv);
 
     if (app.got_subcommand("sky"))
         return runSky(sky);
+    if (prefs.command->parsed()) {
+        // A missing desktop portal and the like are normal; they belong in the log, not on
+        // the terminal. The commands print their own errors.
+        corvane::setupLog("App");
+        return runPrefs(prefs);
+    }
     std::cout << "Corvane Bar " << versionText() << "\n";
     if (showVersion)
         return 0;
