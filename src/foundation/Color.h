@@ -12,7 +12,9 @@ struct Color {
     static constexpr Color black() { return {0.0, 0.0, 0.0, 1.0}; }
     static constexpr Color white() { return {1.0, 1.0, 1.0, 1.0}; }
     // A grey of the given brightness.
-    static constexpr Color gray(double white, double alpha = 1.0) { return {white, white, white, alpha}; }
+    static constexpr Color gray(double white, double alpha = 1.0) {
+        return {white, white, white, alpha};
+    }
 
     friend constexpr bool operator==(const Color&, const Color&) = default;
 };

@@ -1,5 +1,7 @@
 #include "foundation/Identifiers.h"
 
+#include "foundation/TextParsing.h"
+
 #include <openssl/evp.h>
 #include <uuid/uuid.h>
 
@@ -18,14 +20,7 @@ std::string md5Hex(std::span<const std::uint8_t> bytes) {
     unsigned int length = 0;
     if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_md5(), nullptr) != 1)
         return {};
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string hex;
-    hex.reserve(length * 2);
-    for (unsigned int i = 0; i < length; ++i) {
-        hex.push_back(kDigits[digest[i] >> 4]);
-        hex.push_back(kDigits[digest[i] & 0xf]);
-    }
-    return hex;
+    return hexEncoded(std::span<const std::uint8_t>(digest, length));
 }
 
 std::string md5Hex(std::string_view bytes) {

@@ -101,8 +101,9 @@ double leadingDouble(std::string_view text) {
     if (text.empty() || !(isDigit(text.front()) || text.front() == '.'))
         return 0.0;
     double value = 0.0;
-    auto [end, error] =
-        std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::general);
+    const auto error =
+        std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::general)
+            .ec;
     if (error == std::errc::result_out_of_range) {
         // Tell overflow from underflow by the exponent's sign.
         const bool tiny =
@@ -111,7 +112,6 @@ double leadingDouble(std::string_view text) {
     } else if (error != std::errc{}) {
         value = 0.0;
     }
-    (void)end;
     return negative ? -value : value;
 }
 
@@ -125,6 +125,17 @@ bool leadingBool(std::string_view text) {
         return false;
     const char c = text.front();
     return c == 'Y' || c == 'y' || c == 'T' || c == 't' || (c >= '1' && c <= '9');
+}
+
+std::string hexEncoded(std::span<const std::uint8_t> bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    hex.reserve(bytes.size() * 2);
+    for (const auto b : bytes) {
+        hex.push_back(kDigits[b >> 4]);
+        hex.push_back(kDigits[b & 0xf]);
+    }
+    return hex;
 }
 
 std::string shortestDoubleText(double value) {

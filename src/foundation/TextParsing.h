@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,9 @@ std::int64_t leadingInteger(std::string_view text);
 double leadingDouble(std::string_view text);
 // True when the text starts, after white space, a sign and zeros, with Y, y, T, t or 1-9.
 bool leadingBool(std::string_view text);
+
+// Lower-case hexadecimal digits, two a byte.
+std::string hexEncoded(std::span<const std::uint8_t> bytes);
 
 // The shortest text that reads back as the same double.
 std::string shortestDoubleText(double value);

@@ -30,17 +30,6 @@ std::int64_t saturatingInteger(double d) {
     return static_cast<std::int64_t>(d);
 }
 
-std::string hexString(const Value::Data& bytes) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out;
-    out.reserve(bytes.size() * 2);
-    for (auto b : bytes) {
-        out.push_back(kDigits[b >> 4]);
-        out.push_back(kDigits[b & 0xf]);
-    }
-    return out;
-}
-
 std::string dateString(Date date) {
     const auto seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
     std::tm tm{};
@@ -213,7 +202,7 @@ std::string Value::stringValue() const {
     case Kind::String:
         return std::get<std::string>(storage_);
     case Kind::Data:
-        return hexString(std::get<Data>(storage_));
+        return hexEncoded(std::get<Data>(storage_));
     case Kind::Date:
         return dateString(std::get<corvane::Date>(storage_));
     case Kind::Array:
@@ -361,7 +350,7 @@ std::string Value::description() const {
     case Kind::String:
         return quoted(string());
     case Kind::Data:
-        return "<" + hexString(data()) + ">";
+        return "<" + hexEncoded(data()) + ">";
     case Kind::Array: {
         std::string out = "(";
         const char* separator = "";
