@@ -11,7 +11,9 @@ class TemporaryDirectory {
 public:
     TemporaryDirectory() {
         std::string pattern = (std::filesystem::temp_directory_path() / "cvb-test-XXXXXX").string();
-        path_ = ::mkdtemp(pattern.data());
+        if (!::mkdtemp(pattern.data()))
+            std::abort();
+        path_ = pattern;
     }
     ~TemporaryDirectory() {
         std::error_code error;
@@ -21,6 +23,10 @@ public:
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
+    friend std::filesystem::path operator/(const TemporaryDirectory& dir,
+                                           const std::filesystem::path& rest) {
+        return dir.path_ / rest;
+    }
 
 private:
     std::filesystem::path path_;

@@ -1,0 +1,27 @@
+#include "engine/SampleRing.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+void SampleRing::allocate(std::int64_t count, std::int64_t valueCount) {
+    const auto records = static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
+    // At least one double per record so that every `values` pointer is valid to hand out.
+    const auto width = static_cast<std::size_t>(std::max<std::int64_t>(valueCount, 1));
+    records_ = std::make_unique<statsample[]>(records);
+    values_ = std::make_unique<double[]>(records * width);
+    for (std::size_t i = 0; i < records; ++i) {
+        statsample& record = records_[i];
+        record.sampleID = 0;
+        record.time = 0;
+        record.empty = 1;
+        record.values = values_.get() + i * width;
+    }
+}
+
+void SampleRing::release() {
+    records_.reset();
+    values_.reset();
+}
+
+} // namespace corvane

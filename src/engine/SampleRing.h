@@ -1,0 +1,30 @@
+#pragma once
+
+#include "engine/SampleRecords.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace corvane {
+
+// Owns the memory of one ring: the records and one block that holds every record's values.
+// Allocated once; the records' value pointers stay put for the ring's life.
+class SampleRing {
+public:
+    SampleRing() = default;
+    SampleRing(SampleRing&&) noexcept = default;
+    SampleRing& operator=(SampleRing&&) noexcept = default;
+
+    // A ring of `count` records with `empty` 1, `sampleID` 0, time 0 and zeroed values.
+    void allocate(std::int64_t count, std::int64_t valueCount);
+    void release();
+
+    statsample* records() const { return records_.get(); }
+    bool allocated() const { return records_ != nullptr; }
+
+private:
+    std::unique_ptr<statsample[]> records_;
+    std::unique_ptr<double[]> values_;
+};
+
+} // namespace corvane

@@ -1,0 +1,55 @@
+#include "engine/SampleRecords.h"
+
+#include "SampleView.h"
+#include "engine/SampleRing.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+using testing::view;
+
+void writeSlot(statsample& slot, std::uint64_t id, double value) {
+    slot.sampleID = id;
+    slot.time = 1000.0 + static_cast<double>(id);
+    slot.empty = 0;
+    slot.values[0] = value;
+    slot.values[1] = -value;
+}
+
+TEST(PushSamples, MovesValuesNotBuffersAndDropsTheOldest) {
+    SampleRing ring;
+    ring.allocate(3, 2);
+    statsample* slots = ring.records();
+    double* const buffers[3] = {slots[0].values, slots[1].values, slots[2].values};
+    writeSlot(slots[0], 3, 30);
+    writeSlot(slots[1], 2, 20);
+    writeSlot(slots[2], 1, 10);
+
+    PushSamples(slots, 2, 3);
+
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(view(slots[i]).values, buffers[i]) << "slot " << i;
+    EXPECT_EQ(view(slots[2]).sampleID, 2u);
+    EXPECT_EQ(slots[2].values[0], 20);
+    EXPECT_EQ(slots[2].values[1], -20);
+    EXPECT_EQ(view(slots[1]).sampleID, 3u);
+    EXPECT_EQ(view(slots[1]).time, 1003.0);
+    EXPECT_EQ(slots[1].values[0], 30);
+    // Slot 0 keeps its contents until it is written.
+    EXPECT_EQ(view(slots[0]).sampleID, 3u);
+    EXPECT_EQ(slots[0].values[0], 30);
+}
+
+TEST(PushSamples, LeavesARingOfOneAlone) {
+    SampleRing ring;
+    ring.allocate(1, 2);
+    writeSlot(ring.records()[0], 5, 50);
+    PushSamples(ring.records(), 1, 1);
+    EXPECT_EQ(view(ring.records()[0]).sampleID, 5u);
+    EXPECT_EQ(ring.records()[0].values[0], 50);
+}
+
+} // namespace
+} // namespace corvane
