@@ -3,7 +3,7 @@
 
 JOBS ?= 2
 FUZZ_SECONDS ?= 60
-RUN_ARGS ?=
+RUN_ARGS ?= status
 
 deps:
 	@scripts/install-deps

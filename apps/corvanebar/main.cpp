@@ -1,6 +1,11 @@
 // corvanebar: the settings application's command.
+#include "collectors/cpu/CPUStatCollectorLinux.h"
+#include "collectors/cpu/LoadStatCollectorLinux.h"
+#include "collectors/cpu/ProcessorStatus.h"
 #include "corvane/BuildInfo.h"
 #include "foundation/DistributedNotificationCenter.h"
+#include "foundation/GLibMainQueue.h"
+#include "foundation/Json.h"
 #include "foundation/Log.h"
 #include "foundation/MainQueue.h"
 #include "preferences/PreferenceCommands.h"
@@ -8,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <glib-unix.h>
 #include <iostream>
 
 namespace {
@@ -49,6 +55,80 @@ int runSky(const SkyOptions& options) {
         when = *parsed;
     }
     std::cout << corvane::skyReport(options.latitude, options.longitude, when);
+    return 0;
+}
+
+struct StatusOptions {
+    CLI::App* command = nullptr;
+    bool watch = false;
+    bool json = false;
+};
+
+void addStatusCommand(CLI::App& app, StatusOptions& o) {
+    o.command =
+        app.add_subcommand("status", "Print this machine's processor load and load averages");
+    o.command->add_flag("--watch", o.watch, "Run the one-second cycle and print a line a second");
+    o.command->add_flag("--json", o.json, "Print the sample dictionaries as JSON");
+}
+
+// Prints a line each time the collector has a new sample, and asks for one on every beat.
+class StatusPrinter final : public corvane::StatCollectorDelegate {
+public:
+    StatusPrinter(const corvane::ProcessorStatus& status, corvane::LoadStatCollector& load,
+                  bool json)
+        : status_(status)
+        , load_(load)
+        , json_(json) {}
+
+    void collectorUpdatedForMode(corvane::StatCollector&, int) override {
+        load_.updateStats();
+        if (json_)
+            std::cout << corvane::toJson(status_.dictionary()) << std::endl;
+        else
+            std::cout << status_.line() << std::endl;
+    }
+    std::optional<bool> collectorShouldUpdateStateForSequence(corvane::StatCollector&,
+                                                              std::int64_t) override {
+        return true;
+    }
+
+private:
+    const corvane::ProcessorStatus& status_;
+    corvane::LoadStatCollector& load_;
+    bool json_;
+};
+
+int runStatus(const StatusOptions& o) {
+    corvane::GLibMainQueue queue;
+    const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
+    auto& cpu = corvane::CPUStatCollectorLinux::sharedCPUCollector(context);
+    auto& load = corvane::LoadStatCollectorLinux::sharedLoadCollector(context);
+    const corvane::ProcessorStatus status(cpu, load);
+    if (!o.watch) {
+        // Cores count from their first reading: measure one second after it.
+        cpu.updateStats();
+        g_usleep(G_USEC_PER_SEC);
+        cpu.updateStats();
+        load.updateStats();
+        std::cout << (o.json ? corvane::toJson(status.dictionary(), 2) + "\n" : status.text());
+        return 0;
+    }
+    StatusPrinter printer(status, load, o.json);
+    cpu.addDelegate(&printer);
+    cpu.updateStats();
+    cpu.startLogging();
+    for (int signal : {SIGINT, SIGTERM})
+        g_unix_signal_add(
+            signal,
+            [](gpointer q) {
+                static_cast<corvane::GLibMainQueue*>(q)->quit();
+                return G_SOURCE_REMOVE;
+            },
+            &queue);
+    queue.run();
+    cpu.removeDelegate(&printer);
+    corvane::CPUStatCollectorLinux::cleanupShared();
+    corvane::LoadStatCollectorLinux::cleanupShared();
     return 0;
 }
 
@@ -111,10 +191,14 @@ int main(int argc, char** argv) {
     addSkyCommand(app, sky);
     PrefsOptions prefs;
     addPrefsCommand(app, prefs);
+    StatusOptions status;
+    addStatusCommand(app, status);
     CLI11_PARSE(app, argc, argv);
 
     if (app.got_subcommand("sky"))
         return runSky(sky);
+    if (status.command->parsed())
+        return runStatus(status);
     if (prefs.command->parsed()) {
         // A missing desktop portal and the like are normal; they belong in the log, not on
         // the terminal. The commands print their own errors.

@@ -31,9 +31,9 @@ public:
     sampleindexconfig* sampleIndex() { return sampleIndex_.data(); }
     sampleindexconfig sampleIndex(int tier) const;
     statsample* storageForType(int type) const;
-    statsample sampleAtIndex(std::int64_t index, int type) const;
+    virtual statsample sampleAtIndex(std::int64_t index, int type) const;
     virtual statsample sampleWithIdentifier(std::uint64_t identifier, int type) const;
-    double idForInterval(int interval) const;
+    virtual double idForInterval(int interval) const;
     void setTime(double time, int sampleIndex);
     void setNextTime(double nextTime, int sampleIndex);
     void setSampleID(double sampleID, int sampleIndex);

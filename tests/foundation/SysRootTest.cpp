@@ -1,4 +1,5 @@
 #include "foundation/SysRoot.h"
+#include "foundation/SysRootFile.h"
 
 #include "support/TemporaryDirectory.h"
 
@@ -55,12 +56,33 @@ TEST_F(RecordedTree, CutsLargeFilesAtTheLimit) {
     EXPECT_EQ(SysRoot(dir.path()).readFile("/proc/big", 4096)->size(), 4096u);
 }
 
+TEST_F(RecordedTree, KeptOpenFilesSeeNewContentAndLateFiles) {
+    const SysRoot root(dir.path());
+    SysRootFile file(root, "/proc/loadavg");
+    EXPECT_EQ(file.read(), std::nullopt);
+    write("/proc/loadavg", "0.1 0.2 0.3 1/10 5\n");
+    EXPECT_EQ(file.read(), "0.1 0.2 0.3 1/10 5\n");
+    // Rewritten in place, as procfs makes its text anew, and longer than the first buffer.
+    std::ofstream(dir.path() / "proc/loadavg", std::ios::trunc) << std::string(20000, 'x');
+    EXPECT_EQ(file.read()->size(), 20000u);
+}
+
+TEST_F(RecordedTree, CountsProcessDirectories) {
+    for (const char* pid : {"/proc/1/comm", "/proc/42/comm", "/proc/self/comm", "/proc/sys/x"})
+        write(pid, "x");
+    EXPECT_EQ(countNumericEntries(SysRoot(dir.path()), "/proc"), 2u);
+    EXPECT_EQ(countNumericEntries(SysRoot(dir.path()), "/missing"), 0u);
+}
+
 TEST(LiveRoot, ReadsProcfsFilesThatReportNoSize) {
     const SysRoot live;
     EXPECT_TRUE(live.isLive());
-    const auto stat = live.readFile("/proc/self/status");
-    ASSERT_TRUE(stat.has_value());
-    EXPECT_NE(stat->find("Pid:"), std::string::npos);
+    SysRootFile stat(live, "/proc/stat");
+    ASSERT_TRUE(stat.read().has_value());
+    EXPECT_EQ(stat.read()->substr(0, 4), "cpu ");
+    const auto status = live.readFile("/proc/self/status");
+    ASSERT_TRUE(status.has_value());
+    EXPECT_NE(status->find("Pid:"), std::string::npos);
     // A directory is not a readable file.
     EXPECT_EQ(live.readFile("/proc/self"), std::nullopt);
 }

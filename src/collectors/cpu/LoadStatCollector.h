@@ -1,0 +1,23 @@
+#pragma once
+
+#include "engine/StatCollector.h"
+
+#include <array>
+#include <optional>
+
+namespace corvane {
+
+// The load averages over one, five and fifteen minutes, in runnable tasks.
+class LoadStatCollector : public StatCollector {
+public:
+    explicit LoadStatCollector(const EngineContext& context);
+
+    static Value makeConfig();
+    void updateStats() override;
+
+protected:
+    // The three averages, or nothing when they cannot be read.
+    virtual std::optional<std::array<double, 3>> loadAverages() = 0;
+};
+
+} // namespace corvane

@@ -1,0 +1,155 @@
+#include "collectors/cpu/CPUStatCollector.h"
+
+#include "foundation/ManualMainQueue.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+// A machine whose counters the test sets.
+class ScriptedProcessor final : public CPUStatCollector {
+public:
+    ScriptedProcessor(const EngineContext& context, std::int64_t logical, std::int64_t physical)
+        : CPUStatCollector(context)
+        , logical_(logical)
+        , physical_(physical) {}
+
+    std::vector<Ticks> ticks;
+    ProcessInfo info{12, 345};
+
+protected:
+    std::int64_t physicalCoreCount() override { return physical_; }
+    std::int64_t logicalCoreCount() override { return logical_; }
+    std::vector<Ticks> processorTicks() override { return ticks; }
+    ProcessInfo processInfo() override { return info; }
+
+private:
+    std::int64_t logical_;
+    std::int64_t physical_;
+};
+
+class CPUCollector : public ::testing::Test {
+protected:
+    std::unique_ptr<ScriptedProcessor> make(std::int64_t logical, std::int64_t physical,
+                                            std::vector<CPUStatCollector::Ticks> first) {
+        auto collector = std::make_unique<ScriptedProcessor>(context, logical, physical);
+        collector->ticks = std::move(first);
+        collector->setup();
+        return collector;
+    }
+    static double slot(const StatCollector& collector, int value) {
+        return collector.sampleAtIndex(0, 0).values[value];
+    }
+
+    ManualMainQueue queue{1795335330.0};
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+};
+
+TEST_F(CPUCollector, MeasuresTheChangeSinceSetupAcrossAllProcessors) {
+    // user, system, idle, nice
+    auto cpu = make(2, 2, {{100, 100, 100, 100}, {1000, 1000, 1000, 1000}});
+    cpu->ticks = {{160, 120, 110, 110}, {1000, 1000, 1100, 1000}};
+    cpu->updateStats();
+    // 60 user, 20 system, 110 idle, 10 nice over 200 ticks in all.
+    EXPECT_DOUBLE_EQ(slot(*cpu, 0), 30.0);
+    EXPECT_DOUBLE_EQ(slot(*cpu, 1), 10.0);
+    EXPECT_DOUBLE_EQ(slot(*cpu, 2), 5.0);
+    EXPECT_DOUBLE_EQ(cpu->sampleAtIndex(0, 0).time, 1795335330.0);
+    EXPECT_EQ(cpu->sampleAtIndex(0, 0).empty, 0);
+    EXPECT_DOUBLE_EQ(cpu->runningTime(), 499.0);
+    EXPECT_EQ(cpu->taskCount(), 12);
+    EXPECT_EQ(cpu->threadCount(), 345);
+
+    // A core's first sample counts from zero, that is since the machine started.
+    const auto cores = cpu->logicalCores();
+    ASSERT_EQ(cores.size(), 2u);
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 160.0 / 500.0 * 100.0);
+    cpu->ticks = {{200, 120, 150, 110}, {1000, 1000, 1100, 1000}};
+    cpu->updateStats();
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 50.0);
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[2], 0.0);
+    EXPECT_TRUE(std::isnan(cores[1]->sampleAtIndex(0, 0).values[0]));
+    EXPECT_EQ(cores[0]->idForInterval(0), 2.0);
+}
+
+TEST_F(CPUCollector, AnIdleIntervalGivesZerosNotNumbersThatAreNot) {
+    auto cpu = make(1, 1, {{5, 5, 5, 5}});
+    cpu->updateStats();
+    cpu->updateStats(); // nothing ticked
+    EXPECT_EQ(slot(*cpu, 0), 0.0);
+    // The core itself has no guard; readers take its value as 0.
+    EXPECT_TRUE(std::isnan(cpu->logicalCores()[0]->sampleAtIndex(0, 0).values[0]));
+}
+
+TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
+    auto cpu = make(4, 2, {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}});
+    cpu->updateStats(); // the cores' counters start from these
+    ASSERT_TRUE(cpu->hyperThreading());
+    ASSERT_EQ(cpu->physicalCores().size(), 2u);
+    cpu->ticks = {{100, 0, 0, 0}, {0, 50, 50, 0}, {0, 0, 100, 0}, {0, 0, 0, 0}};
+    cpu->updateStats();
+    const statsample first = cpu->physicalCores()[0]->sampleAtIndex(0, 0);
+    EXPECT_FLOAT_EQ(first.values[0], 50.0F); // (100 + 0) / 2
+    EXPECT_FLOAT_EQ(first.values[1], 25.0F); // (0 + 50) / 2
+    EXPECT_FLOAT_EQ(first.values[2], 0.0F);
+    // The last thread did not tick: its not-a-number counts as 0.
+    const statsample second = cpu->physicalCores()[1]->sampleAtIndex(0, 0);
+    EXPECT_FLOAT_EQ(second.values[0], 0.0F);
+    EXPECT_FLOAT_EQ(second.values[1], 0.0F);
+}
+
+TEST_F(CPUCollector, AnOddThreadCountLeavesTheLastPhysicalCoreAtZero) {
+    auto cpu = make(6, 3, std::vector<CPUStatCollector::Ticks>(5, {0, 0, 0, 0}));
+    cpu->ticks.assign(5, {80, 20, 0, 0});
+    cpu->updateStats();
+    ASSERT_EQ(cpu->physicalCores().size(), 3u);
+    EXPECT_FLOAT_EQ(cpu->physicalCores()[1]->sampleAtIndex(0, 0).values[0], 80.0F);
+    const statsample last = cpu->physicalCores()[2]->sampleAtIndex(0, 0);
+    EXPECT_EQ(last.values[0], 0.0);
+    EXPECT_EQ(last.values[1], 0.0);
+    EXPECT_EQ(last.values[2], 0.0);
+}
+
+TEST_F(CPUCollector, OnlyTwoThreadsACoreCountAsHyperThreading) {
+    EXPECT_FALSE(make(4, 4, {})->hyperThreading());
+    EXPECT_TRUE(make(4, 4, {})->physicalCores().empty());
+    EXPECT_FALSE(make(6, 4, {})->hyperThreading());
+    auto huge = make(256, 128, {});
+    EXPECT_EQ(huge->coreCount(), 0);
+    EXPECT_FALSE(huge->hyperThreading());
+}
+
+TEST_F(CPUCollector, NoProcessorsGiveZerosAndNoRunningTime) {
+    auto cpu = make(0, 0, {});
+    cpu->updateStats();
+    EXPECT_EQ(slot(*cpu, 0), 0.0);
+    EXPECT_EQ(slot(*cpu, 1), 0.0);
+    EXPECT_EQ(cpu->runningTime(), -1.0);
+}
+
+TEST_F(CPUCollector, ACounterGoingBackwardsCountsAsNoTime) {
+    auto cpu = make(1, 1, {{1000, 1000, 1000, 1000}});
+    cpu->ticks = {{10, 1010, 1090, 1000}};
+    cpu->updateStats();
+    EXPECT_DOUBLE_EQ(slot(*cpu, 0), 0.0);
+    EXPECT_DOUBLE_EQ(slot(*cpu, 1), 10.0);
+}
+
+TEST_F(CPUCollector, CoreRingsKeepTheirOwnIdentifiers) {
+    auto cpu = make(1, 1, {{0, 0, 0, 0}});
+    for (std::uint64_t i = 1; i <= 3; ++i) {
+        cpu->ticks = {{i * 10, 0, i * 10, 0}};
+        cpu->updateStats();
+    }
+    const auto core = cpu->logicalCores()[0];
+    EXPECT_EQ(core->idForInterval(5), 3.0); // whatever the tier
+    EXPECT_EQ(core->sampleWithIdentifier(2, 0).sampleID, 2u);
+    EXPECT_EQ(core->sampleWithIdentifier(2, 0).empty, 0);
+    EXPECT_EQ(core->sampleWithIdentifier(99, 0).empty, 1);
+    EXPECT_EQ(core->sampleWithIdentifier(99, 0).sampleID, 99u);
+}
+
+} // namespace
