@@ -2,6 +2,8 @@
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/cpu/ProcessorStatus.h"
+#include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "collectors/memory/MemoryStatus.h"
 #include "corvane/BuildInfo.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/GLibMainQueue.h"
@@ -103,14 +105,25 @@ int runStatus(const StatusOptions& o) {
     const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
     auto& cpu = corvane::CPUStatCollectorLinux::sharedCPUCollector(context);
     auto& load = corvane::LoadStatCollectorLinux::sharedLoadCollector(context);
+    auto& memory = corvane::MemoryStatCollectorLinux::sharedMemoryCollector(context);
     const corvane::ProcessorStatus status(cpu, load);
+    const corvane::MemoryStatus memoryStatus(memory);
     if (!o.watch) {
-        // Cores count from their first reading: measure one second after it.
+        // Cores count from their first reading, and memory's shares from its second sample:
+        // measure one second after the first.
         cpu.updateStats();
+        memory.updateStats();
         g_usleep(G_USEC_PER_SEC);
         cpu.updateStats();
         load.updateStats();
-        std::cout << (o.json ? corvane::toJson(status.dictionary(), 2) + "\n" : status.text());
+        memory.updateStats();
+        if (o.json) {
+            corvane::Value all = status.dictionary();
+            all.set("memory", memoryStatus.dictionary());
+            std::cout << corvane::toJson(all, 2) << "\n";
+        } else {
+            std::cout << status.text() << memoryStatus.text();
+        }
         return 0;
     }
     StatusPrinter printer(status, load, o.json);
@@ -129,6 +142,7 @@ int runStatus(const StatusOptions& o) {
     cpu.removeDelegate(&printer);
     corvane::CPUStatCollectorLinux::cleanupShared();
     corvane::LoadStatCollectorLinux::cleanupShared();
+    corvane::MemoryStatCollectorLinux::cleanupShared();
     return 0;
 }
 

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "engine/StatCollector.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace corvane {
+
+// The layout of a memory sample, the widest of all: sizes in KiB, swap in bytes, page counters
+// as the system counts them, and the shares derived from them. A subclass reads the machine.
+class MemoryStatCollector : public StatCollector {
+public:
+    // The machine's figures as one reading. Page counts are in pages of `pageSize` bytes.
+    struct Reading {
+        std::uint64_t pageSize = 4096;
+        std::uint64_t freePages = 0;
+        std::uint64_t activePages = 0;
+        std::uint64_t inactivePages = 0;
+        std::uint64_t wiredPages = 0;
+        std::uint64_t compressorPages = 0; // memory held compressed
+        std::uint64_t externalPages = 0;   // file-backed: the file cache
+        std::uint64_t internalPages = 0;   // anonymous: application memory
+        std::uint64_t purgeablePages = 0;  // memory an application lets the system drop
+        std::uint64_t pageins = 0;         // cumulative
+        std::uint64_t pageouts = 0;        // cumulative
+        std::uint64_t swapUsed = 0;        // bytes
+        std::uint64_t swapTotal = 0;       // bytes
+        std::uint64_t installedMemory = 0; // bytes; 0 when unknown
+    };
+
+    // What the source can tell; a source without a compressor leaves those slots alone.
+    struct Capabilities {
+        bool hasCompressor = true;   // compressed, file cache and application memory
+        bool movesPurgeable = false; // purgeable memory counts as file cache
+        bool hasPressureLevel = true;
+    };
+
+    explicit MemoryStatCollector(const EngineContext& context);
+
+    static Value makeConfig();
+    void updateStats() override;
+
+    std::int64_t pressureLevel() const { return pressureLevel_; }
+
+protected:
+    virtual Reading read() = 0;
+    virtual Capabilities capabilities() const = 0;
+    // The system's memory pressure level (1 normal, 2 warning, 4 critical), nothing if unknown.
+    virtual std::optional<std::int64_t> readPressureLevel() = 0;
+
+private:
+    std::int64_t pressureLevel_ = 0;
+};
+
+} // namespace corvane

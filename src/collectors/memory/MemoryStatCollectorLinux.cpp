@@ -1,0 +1,150 @@
+#include "collectors/memory/MemoryStatCollectorLinux.h"
+
+#include "foundation/TextParsing.h"
+
+#include <unistd.h>
+
+namespace corvane {
+
+namespace {
+
+std::unique_ptr<MemoryStatCollectorLinux>& sharedInstance() {
+    static std::unique_ptr<MemoryStatCollectorLinux> instance;
+    return instance;
+}
+
+std::uint64_t valueOf(const std::map<std::string, std::uint64_t>& map, const char* key) {
+    auto it = map.find(key);
+    return it == map.end() ? 0 : it->second;
+}
+
+} // namespace
+
+MemoryStatCollectorLinux::MemoryStatCollectorLinux(const EngineContext& context, SysRoot root,
+                                                   std::uint64_t pageSize)
+    : MemoryStatCollector(context)
+    , root_(std::move(root))
+    , pageSize_(pageSize ? pageSize : static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)))
+    , meminfo_(root_, "/proc/meminfo")
+    , vmstat_(root_, "/proc/vmstat")
+    , pressure_(root_, "/proc/pressure/memory")
+    , hasPressure_(root_.exists("/proc/pressure/memory")) {}
+
+MemoryStatCollectorLinux&
+MemoryStatCollectorLinux::sharedMemoryCollector(const EngineContext& context) {
+    auto& instance = sharedInstance();
+    if (!instance)
+        instance = std::make_unique<MemoryStatCollectorLinux>(context, SysRoot::fromEnvironment());
+    return *instance;
+}
+
+void MemoryStatCollectorLinux::cleanupShared() {
+    if (auto& instance = sharedInstance()) {
+        instance->cleanup();
+        instance.reset();
+    }
+}
+
+std::map<std::string, std::uint64_t>
+MemoryStatCollectorLinux::parseKeyValues(std::string_view text) {
+    std::map<std::string, std::uint64_t> values;
+    for (auto line : splitLines(text)) {
+        const auto words = splitWhitespace(line);
+        if (words.size() < 2)
+            continue;
+        std::string_view name = words[0];
+        if (!name.empty() && name.back() == ':')
+            name.remove_suffix(1);
+        if (auto value = parseUnsigned(words[1]))
+            values[std::string(name)] = *value;
+    }
+    return values;
+}
+
+std::optional<std::int64_t> MemoryStatCollectorLinux::pressureLevelFromText(std::string_view text) {
+    std::optional<double> some;
+    std::optional<double> full;
+    for (auto line : splitLines(text)) {
+        const auto words = splitWhitespace(line);
+        if (words.size() < 2 || words[1].substr(0, 6) != "avg10=")
+            continue;
+        const auto share = parseDouble(words[1].substr(6));
+        if (words[0] == "some")
+            some = share;
+        else if (words[0] == "full")
+            full = share;
+    }
+    if (!some)
+        return std::nullopt;
+    if (full && *full >= 10.0)
+        return 4;
+    return *some >= 10.0 ? 2 : 1;
+}
+
+// How the kernel's figures become the collector's, so that the shares read like `free` and
+// the desktop's system monitor (/proc/meminfo in KiB):
+//   free           MemFree
+//   active         Active              (anonymous and file pages in recent use)
+//   inactive       Inactive            (reclaimable first when memory runs short)
+//   compressed     Zswap               (what zswap holds, compressed; 0 without it)
+//   wired          MemTotal - MemFree - Active - Inactive - Zswap: what the kernel holds
+//                  outside those lists (slab, page tables, stacks, unevictable pages)
+//   file cache     Active(file) + Inactive(file)
+//   application    AnonPages           (memory the programs allocated)
+//   purgeable      none on Linux
+//   swap           SwapTotal - SwapFree used, SwapTotal size, in bytes
+//   installed      MemTotal            (the total `free` shows)
+//   page-ins/outs  pgpgin / pgpgout of /proc/vmstat, counted in KiB, as pages
+MemoryStatCollector::Reading
+MemoryStatCollectorLinux::readingFrom(const std::map<std::string, std::uint64_t>& meminfo,
+                                      const std::map<std::string, std::uint64_t>& vmstat,
+                                      std::uint64_t pageSize) {
+    const std::uint64_t pageKiB = std::max<std::uint64_t>(1, pageSize / 1024);
+    auto pages = [&](std::uint64_t kib) { return kib / pageKiB; };
+    const auto total = valueOf(meminfo, "MemTotal");
+    const auto free = valueOf(meminfo, "MemFree");
+    const auto active = valueOf(meminfo, "Active");
+    const auto inactive = valueOf(meminfo, "Inactive");
+    const auto zswap = valueOf(meminfo, "Zswap");
+    const auto listed = free + active + inactive + zswap;
+    Reading r;
+    r.pageSize = pageSize;
+    r.freePages = pages(free);
+    r.activePages = pages(active);
+    r.inactivePages = pages(inactive);
+    r.compressorPages = pages(zswap);
+    r.wiredPages = pages(total > listed ? total - listed : 0);
+    r.externalPages = pages(valueOf(meminfo, "Active(file)") + valueOf(meminfo, "Inactive(file)"));
+    r.internalPages = pages(valueOf(meminfo, "AnonPages"));
+    r.pageins = pages(valueOf(vmstat, "pgpgin"));
+    r.pageouts = pages(valueOf(vmstat, "pgpgout"));
+    const auto swapTotal = valueOf(meminfo, "SwapTotal");
+    const auto swapFree = valueOf(meminfo, "SwapFree");
+    r.swapTotal = swapTotal * 1024;
+    r.swapUsed = swapTotal > swapFree ? (swapTotal - swapFree) * 1024 : 0;
+    r.installedMemory = total * 1024;
+    return r;
+}
+
+MemoryStatCollector::Reading MemoryStatCollectorLinux::read() {
+    std::map<std::string, std::uint64_t> meminfo;
+    std::map<std::string, std::uint64_t> vmstat;
+    if (auto text = meminfo_.read())
+        meminfo = parseKeyValues(*text);
+    if (auto text = vmstat_.read())
+        vmstat = parseKeyValues(*text);
+    return readingFrom(meminfo, vmstat, pageSize_);
+}
+
+MemoryStatCollector::Capabilities MemoryStatCollectorLinux::capabilities() const {
+    // The kernel always splits file cache from application memory; purgeable memory is a
+    // notion it has not.
+    return Capabilities{true, false, hasPressure_};
+}
+
+std::optional<std::int64_t> MemoryStatCollectorLinux::readPressureLevel() {
+    auto text = pressure_.read();
+    return text ? pressureLevelFromText(*text) : std::nullopt;
+}
+
+} // namespace corvane

@@ -1,0 +1,182 @@
+#include "collectors/memory/MemoryStatCollector.h"
+
+#include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "foundation/ManualMainQueue.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+class ScriptedMemory final : public MemoryStatCollector {
+public:
+    using MemoryStatCollector::MemoryStatCollector;
+    Reading reading;
+    Capabilities can;
+    std::optional<std::int64_t> pressure = 1;
+
+protected:
+    Reading read() override { return reading; }
+    Capabilities capabilities() const override { return can; }
+    std::optional<std::int64_t> readPressureLevel() override { return pressure; }
+};
+
+class Memory : public ::testing::Test {
+protected:
+    Memory() {
+        // 4 KiB pages: a page count reads as that many times 4 KiB.
+        memory.reading.pageSize = 4096;
+        memory.reading.wiredPages = 100;
+        memory.reading.activePages = 200;
+        memory.reading.inactivePages = 300;
+        memory.reading.freePages = 400;
+        memory.reading.compressorPages = 50;
+        memory.reading.externalPages = 70;
+        memory.reading.internalPages = 90;
+        memory.reading.purgeablePages = 10;
+        memory.reading.pageins = 1000;
+        memory.reading.pageouts = 500;
+        memory.reading.installedMemory = 8 * 1024 * 1024; // 8 MiB: 8192 KiB
+    }
+    double slot(int index) const { return memory.sampleAtIndex(0, 0).values[index]; }
+
+    ManualMainQueue queue{1795335330.0};
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+    ScriptedMemory memory{context};
+};
+
+TEST_F(Memory, FirstSampleDividesByNothingYet) {
+    memory.updateStats();
+    EXPECT_EQ(slot(10), 400.0); // wired KiB
+    EXPECT_EQ(slot(11), 800.0);
+    EXPECT_EQ(slot(12), 1200.0);
+    EXPECT_EQ(slot(1), 1600.0);
+    EXPECT_EQ(slot(13), 200.0);
+    EXPECT_EQ(slot(5), 0.0);
+    EXPECT_EQ(slot(6), 0.0);
+    EXPECT_TRUE(std::isinf(slot(9)));
+    EXPECT_TRUE(std::isinf(slot(18)));
+    EXPECT_EQ(slot(14), 0.0);
+    EXPECT_EQ(slot(0), 8192.0);
+    EXPECT_EQ(slot(2), 0.0);
+    EXPECT_EQ(slot(17), 1.0);
+}
+
+TEST_F(Memory, SharesFollowTheTotalOneSampleLate) {
+    memory.updateStats();
+    memory.reading.pageins = 1010;
+    memory.reading.installedMemory = 16 * 1024 * 1024;
+    memory.updateStats();
+    // Against the 8192 KiB of the sample before, not the new 16384.
+    EXPECT_DOUBLE_EQ(slot(9), (400.0 + 800 + 200 + 1200) / 8192 * 100);
+    EXPECT_DOUBLE_EQ(slot(18), (400.0 + 800 + 200) / 8192 * 100);
+    EXPECT_DOUBLE_EQ(slot(14), (400.0 + 200) / 8192 * 100);
+    EXPECT_EQ(slot(5), 10.0 * 4096); // bytes paged in since the sample before
+    EXPECT_EQ(slot(6), 0.0);
+    EXPECT_EQ(slot(0), 16384.0);
+}
+
+TEST_F(Memory, ResetCountersGiveZeroNotNegative) {
+    memory.updateStats();
+    memory.reading.pageins = 3;
+    memory.reading.pageouts = 0;
+    memory.updateStats();
+    EXPECT_EQ(slot(5), 0.0);
+    EXPECT_EQ(slot(6), 0.0);
+}
+
+TEST_F(Memory, PurgeableMovesToTheFileCacheOnlyWhereTheSourceSaysSo) {
+    memory.can.movesPurgeable = false;
+    memory.updateStats();
+    EXPECT_EQ(slot(15), 280.0);
+    EXPECT_EQ(slot(16), 360.0);
+    memory.can.movesPurgeable = true;
+    memory.updateStats();
+    EXPECT_EQ(slot(15), 320.0);
+    EXPECT_EQ(slot(16), 320.0);
+    memory.can.hasCompressor = false;
+    memory.updateStats();
+    EXPECT_EQ(slot(13), 0.0);
+}
+
+TEST_F(Memory, UnknownInstalledMemoryFallsBackToTheListedPages) {
+    memory.reading.installedMemory = 0;
+    memory.updateStats();
+    EXPECT_EQ(slot(0), 400.0 + 800 + 1200 + 1600);
+}
+
+TEST_F(Memory, AFailedPressureReadRepeatsTheLastLevel) {
+    memory.pressure = 4;
+    memory.updateStats();
+    memory.pressure.reset();
+    memory.updateStats();
+    EXPECT_EQ(slot(17), 4.0);
+    EXPECT_EQ(memory.pressureLevel(), 4);
+}
+
+TEST(MemoryLinux, MeminfoMapsOntoTheSlots) {
+    const auto meminfo = MemoryStatCollectorLinux::parseKeyValues(
+        "MemTotal: 16000000 kB\nMemFree: 4000000 kB\nActive: 5000000 kB\nInactive: 3000000 kB\n"
+        "Active(file): 2000000 kB\nInactive(file): 1000000 kB\nAnonPages: 4500000 kB\n"
+        "SwapTotal: 2000000 kB\nSwapFree: 1500000 kB\nZswap: 100000 kB\n");
+    const auto vmstat = MemoryStatCollectorLinux::parseKeyValues("pgpgin 40000\npgpgout 8000\n");
+    const auto r = MemoryStatCollectorLinux::readingFrom(meminfo, vmstat, 4096);
+    EXPECT_EQ(r.freePages, 1000000u);
+    EXPECT_EQ(r.wiredPages, (16000000u - 4000000 - 5000000 - 3000000 - 100000) / 4);
+    EXPECT_EQ(r.compressorPages, 25000u);
+    EXPECT_EQ(r.externalPages, 750000u);
+    EXPECT_EQ(r.internalPages, 1125000u);
+    EXPECT_EQ(r.pageins, 10000u);
+    EXPECT_EQ(r.swapUsed, 500000u * 1024);
+    EXPECT_EQ(r.swapTotal, 2000000u * 1024);
+    EXPECT_EQ(r.installedMemory, 16000000ULL * 1024);
+    // Every page is somewhere: the listed ones and wired make up the total.
+    EXPECT_EQ((r.freePages + r.activePages + r.inactivePages + r.wiredPages + r.compressorPages) *
+                  4,
+              16000000u);
+}
+
+TEST(MemoryLinux, PressureBecomesALevel) {
+    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
+                  "some avg10=0.00 avg60=0.00 avg300=0.00 total=0\n"
+                  "full avg10=0.00 avg60=0.00 avg300=0.00 total=0\n"),
+              1);
+    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
+                  "some avg10=12.50 avg60=3.00 avg300=1.00 total=99\n"
+                  "full avg10=2.00 avg60=0.00 avg300=0.00 total=9\n"),
+              2);
+    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
+                  "some avg10=40.00 avg60=3.00 avg300=1.00 total=99\n"
+                  "full avg10=25.00 avg60=0.00 avg300=0.00 total=9\n"),
+              4);
+    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText("garbage"), std::nullopt);
+}
+
+TEST(MemoryLinux, ReadsARecordedMachine) {
+    ManualMainQueue queue;
+    const EngineContext context{queue, kSettingsTierCount, nullptr};
+    MemoryStatCollectorLinux memory(
+        context, SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot/this-machine"), 4096);
+    memory.updateStats();
+    memory.updateStats();
+    const statsample s = memory.sampleAtIndex(0, 0);
+    EXPECT_GT(s.values[0], 0.0);
+    EXPECT_GT(s.values[1], 0.0);
+    EXPECT_GE(s.values[9], s.values[18]);
+    EXPECT_LE(s.values[9], 100.0);
+    EXPECT_EQ(s.values[17], 1.0);
+}
+
+TEST(MemoryLinux, AMissingProcGivesZerosNotACrash) {
+    ManualMainQueue queue;
+    const EngineContext context{queue, kSettingsTierCount, nullptr};
+    MemoryStatCollectorLinux memory(context, SysRoot("/nonexistent"), 4096);
+    memory.updateStats();
+    memory.updateStats();
+    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 0.0);
+    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[9], 0.0);
+}
+
+} // namespace
