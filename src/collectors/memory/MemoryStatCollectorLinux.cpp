@@ -2,6 +2,8 @@
 
 #include "foundation/TextParsing.h"
 
+#include <algorithm>
+#include <span>
 #include <unistd.h>
 
 namespace corvane {
@@ -126,13 +128,48 @@ MemoryStatCollectorLinux::readingFrom(const std::map<std::string, std::uint64_t>
     return r;
 }
 
+namespace {
+
+constexpr std::string_view kMeminfoKeys[] = {
+    "MemTotal:",       "MemFree:",   "Active:",    "Inactive:", "Active(file):",
+    "Inactive(file):", "AnonPages:", "SwapTotal:", "SwapFree:", "Zswap:"};
+constexpr std::string_view kVmstatKeys[] = {"pgpgin", "pgpgout"};
+
+// The values of the wanted names only: vmstat has some 170 lines, and this runs every second.
+void collect(std::string_view text, std::span<const std::string_view> wanted,
+             std::map<std::string, std::uint64_t>& into) {
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const std::string_view line = text.substr(0, end);
+        const auto space = line.find(' ');
+        if (space != std::string_view::npos) {
+            const std::string_view name = line.substr(0, space);
+            for (const auto key : wanted) {
+                if (key != name)
+                    continue;
+                const auto words = splitWhitespace(line.substr(space));
+                if (auto value = words.empty() ? std::nullopt : parseUnsigned(words[0])) {
+                    std::string_view bare = name;
+                    if (bare.back() == ':')
+                        bare.remove_suffix(1);
+                    into[std::string(bare)] = *value;
+                }
+                break;
+            }
+        }
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+} // namespace
+
 MemoryStatCollector::Reading MemoryStatCollectorLinux::read() {
     std::map<std::string, std::uint64_t> meminfo;
     std::map<std::string, std::uint64_t> vmstat;
     if (auto text = meminfo_.read())
-        meminfo = parseKeyValues(*text);
+        collect(*text, kMeminfoKeys, meminfo);
     if (auto text = vmstat_.read())
-        vmstat = parseKeyValues(*text);
+        collect(*text, kVmstatKeys, vmstat);
     return readingFrom(meminfo, vmstat, pageSize_);
 }
 
