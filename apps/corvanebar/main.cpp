@@ -1,4 +1,6 @@
 // corvanebar: the settings application's command.
+#include "collectors/battery/BatteryStatCollectorLinux.h"
+#include "collectors/battery/BatteryStatus.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/cpu/ProcessorStatus.h"
@@ -108,6 +110,8 @@ int runStatus(const StatusOptions& o) {
     auto& memory = corvane::MemoryStatCollectorLinux::sharedMemoryCollector(context);
     const corvane::ProcessorStatus status(cpu, load);
     const corvane::MemoryStatus memoryStatus(memory);
+    auto& battery = corvane::BatteryStatCollectorLinux::sharedBatteryCollector(context);
+    const corvane::BatteryStatus batteryStatus(battery);
     if (!o.watch) {
         // Cores count from their first reading, and memory's shares from its second sample:
         // measure one second after the first.
@@ -117,12 +121,14 @@ int runStatus(const StatusOptions& o) {
         cpu.updateStats();
         load.updateStats();
         memory.updateStats();
+        battery.updateStats();
         if (o.json) {
             corvane::Value all = status.dictionary();
             all.set("memory", memoryStatus.dictionary());
+            all.set("battery", batteryStatus.dictionary());
             std::cout << corvane::toJson(all, 2) << "\n";
         } else {
-            std::cout << status.text() << memoryStatus.text();
+            std::cout << status.text() << memoryStatus.text() << batteryStatus.text();
         }
         return 0;
     }
@@ -143,6 +149,7 @@ int runStatus(const StatusOptions& o) {
     corvane::CPUStatCollectorLinux::cleanupShared();
     corvane::LoadStatCollectorLinux::cleanupShared();
     corvane::MemoryStatCollectorLinux::cleanupShared();
+    corvane::BatteryStatCollectorLinux::cleanupShared();
     return 0;
 }
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "collectors/battery/BatteryStatCollector.h"
+#include "foundation/SysRoot.h"
+
+#include <memory>
+
+namespace corvane {
+
+// Power sources from /sys/class/power_supply: system batteries as the internal battery, UPS
+// units as other power sources, and batteries of scope "Device" (mice, keyboards, headsets)
+// as wireless devices. Mains and USB supplies say whether the machine is on mains power.
+class BatteryStatCollectorLinux final : public BatteryStatCollector {
+public:
+    BatteryStatCollectorLinux(const EngineContext& context, SysRoot root);
+
+    static BatteryStatCollectorLinux& sharedBatteryCollector(const EngineContext& context);
+    static void cleanupShared();
+
+protected:
+    std::vector<PowerSource> powerSources() override;
+    std::optional<std::int64_t> readAdapterWatts() override;
+
+private:
+    bool onMains(const std::vector<std::string>& supplies) const;
+    PowerSource sourceFrom(const std::string& supply, bool mains) const;
+
+    SysRoot root_;
+};
+
+} // namespace corvane

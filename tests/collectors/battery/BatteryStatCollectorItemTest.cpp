@@ -1,0 +1,159 @@
+#include "collectors/battery/BatteryStatCollectorItem.h"
+
+#include "foundation/ManualMainQueue.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using Item = BatteryStatCollectorItem;
+
+namespace {
+
+Value onBattery(double percent, int toEmpty) {
+    return Value::dict({{"Name", "InternalBattery-0"},
+                        {"Current Capacity", percent},
+                        {"Power Source State", "Battery Power"},
+                        {"Time to Empty", toEmpty}});
+}
+
+Value onMains(double percent, int charging, int charged, Value toFull = Value()) {
+    Value d = Value::dict({{"Current Capacity", percent},
+                           {"Power Source State", "AC Power"},
+                           {"Is Charging", charging},
+                           {"Is Charged", charged}});
+    d.set("Time to Full Charge", toFull);
+    return d;
+}
+
+class BatteryItem : public ::testing::Test {
+protected:
+    BatteryItem() { item.setQueue(&queue); }
+    ManualMainQueue queue{1795335330.0};
+    Item item{3, kSettingsTierCount};
+};
+
+TEST_F(BatteryItem, PowerStatesAndTheirTimes) {
+    item.processIOPS(onBattery(55, 143));
+    EXPECT_EQ(item.state, Item::Discharging);
+    EXPECT_EQ(item.source, 0);
+    EXPECT_EQ(item.time(), 143);
+
+    Item charging(3, 1);
+    charging.processIOPS(onMains(40, 1, 0, 75));
+    EXPECT_EQ(charging.state, Item::Charging);
+    EXPECT_EQ(charging.source, 1);
+    EXPECT_EQ(charging.time(), 75);
+
+    Item charged(3, 1);
+    charged.processIOPS(onMains(100, 0, 1, 0));
+    EXPECT_EQ(charged.state, Item::ChargedOrUnknown);
+    EXPECT_EQ(charged.time(), Item::kTimeCharged);
+
+    Item resting(3, 1);
+    resting.processIOPS(onMains(80, 0, 0)); // no "Time to Full Charge" at all
+    EXPECT_EQ(resting.state, Item::OnMainsNotCharging);
+    EXPECT_EQ(resting.time(), Item::kTimeNoEstimateOnMains);
+
+    Item optimised(3, 1);
+    Value held = onMains(80, 0, 0, 0);
+    held.set("Optimized Battery Charging Engaged", 1);
+    optimised.processIOPS(held);
+    EXPECT_EQ(optimised.state, Item::HeldBackByOptimisedCharging);
+
+    Item estimating(3, 1);
+    estimating.processIOPS(onMains(40, 1, 0, -1));
+    EXPECT_EQ(estimating.time(), Item::kTimeCalculating);
+}
+
+TEST_F(BatteryItem, PercentageIsCutToItsRange) {
+    item.processIOPS(onBattery(120, 10));
+    EXPECT_EQ(item.percentage, 100.0F);
+    item.processIOPS(onBattery(-5, 10));
+    EXPECT_EQ(item.percentage, 0.0F);
+    item.processIOPS(onBattery(NAN, 10));
+    EXPECT_EQ(item.percentage, 0.0F);
+}
+
+TEST_F(BatteryItem, NamesLoseALeadingBlankAndTheInternalOneIsBattery) {
+    item.type = Item::PowerSource;
+    item.processIOPS(Value::dict({{"Name", " UPS"}, {"Current Capacity", 50}}));
+    EXPECT_EQ(item.name, "UPS");
+    EXPECT_EQ(item.source, -1); // no power-source state at all
+    EXPECT_EQ(item.state, Item::ChargedOrUnknown);
+
+    Item internal(3, 1);
+    internal.processIOPS(onBattery(50, 10));
+    EXPECT_EQ(internal.name, "Battery");
+}
+
+TEST_F(BatteryItem, AFullUpsOnMainsIsChargedEvenWhenItSaysCharging) {
+    item.type = Item::PowerSource;
+    item.processIOPS(onMains(100, 1, 0, 5));
+    EXPECT_EQ(item.state, Item::ChargedOrUnknown);
+}
+
+TEST_F(BatteryItem, TheFirstEstimateAfterPluggingInIsHeldBackTenSeconds) {
+    item.processIOPS(onBattery(50, 120)); // the first update sets no delay
+    EXPECT_FALSE(item.delay);
+    const double unplugged = item.sourceTime;
+    queue.advance(60);
+    item.processIOPS(onMains(50, 1, 0, 90));
+    EXPECT_TRUE(item.delay);
+    EXPECT_EQ(item.time(), -1);
+    EXPECT_DOUBLE_EQ(item.sourceTime, unplugged + 60);
+    queue.advance(9.9);
+    EXPECT_EQ(item.time(), -1);
+    queue.advance(0.2);
+    EXPECT_EQ(item.time(), 90);
+
+    // Plugged out and in again at once: the later delay counts, not the first.
+    item.processIOPS(onBattery(50, 100));
+    queue.advance(5);
+    item.processIOPS(onMains(50, 1, 0, 88));
+    queue.advance(6);
+    EXPECT_TRUE(item.delay);
+    queue.advance(5);
+    EXPECT_FALSE(item.delay);
+}
+
+TEST_F(BatteryItem, HealthConditionFromEitherKey) {
+    item.processIOPS(Value::dict({{"BatteryHealth", "Fair"}}));
+    EXPECT_EQ(item.condition, 2);
+    item.processIOPS(Value::dict({{"BatteryHealth", "Unknown words"}}));
+    EXPECT_EQ(item.condition, 2);
+    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Permanent Battery Failure"}}));
+    EXPECT_EQ(item.condition, 5);
+    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Service Recommended"}}));
+    EXPECT_EQ(item.condition, 3);
+}
+
+TEST_F(BatteryItem, ControllerFiguresGiveHealthAndAge) {
+    item.processSmart(Value::dict({{"CycleCount", 187},
+                                   {"DesignCapacity", 5000},
+                                   {"MaxCapacity", 4500},
+                                   {"AppleRawMaxCapacity", 4600},
+                                   {"ManufactureDate", (42 << 9) | (3 << 5) | 14}}));
+    EXPECT_EQ(item.name, "Internal Battery");
+    EXPECT_EQ(item.cycles, 187);
+    EXPECT_FLOAT_EQ(item.health, 92.0F);
+    EXPECT_DOUBLE_EQ(item.manufactureTime, 1647216000.0); // 2022-03-14 00:00 UTC
+
+    Item fresh(3, 1);
+    fresh.processSmart(Value::dict({{"DesignCapacity", 5000}, {"MaxCapacity", 5100}}));
+    EXPECT_FLOAT_EQ(fresh.health, 100.0F);
+
+    Item unknown(3, 1);
+    unknown.processSmart(Value::dict({{"DesignCapacity", 0}, {"MaxCapacity", 0}}));
+    EXPECT_TRUE(std::isnan(unknown.health));
+}
+
+TEST(ManufactureDates, PackedAndText) {
+    EXPECT_DOUBLE_EQ(packedManufactureDate((42 << 9) | (3 << 5) | 14), 1647216000.0);
+    EXPECT_EQ(packedManufactureDate(0), 0.0);                      // month 0 is no date
+    EXPECT_DOUBLE_EQ(textManufactureDate("210315"), 1363305600.0); // 2013-03-15
+    EXPECT_EQ(textManufactureDate("21031"), 0.0);
+    EXPECT_EQ(textManufactureDate("21a315"), 0.0);
+}
+
+} // namespace
