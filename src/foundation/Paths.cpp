@@ -64,7 +64,7 @@ std::filesystem::path Paths::dataDirectory() {
     std::error_code error;
     const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
     if (!error) {
-        const auto installed = executable.parent_path().parent_path() / "share" / "corvanebar";
+        auto installed = executable.parent_path().parent_path() / "share" / "corvanebar";
         if (std::filesystem::is_directory(installed, error))
             return installed;
     }

@@ -45,7 +45,7 @@ std::optional<std::string> SysRoot::readFile(std::string_view livePath, std::siz
 }
 
 std::optional<std::string> SysRoot::readAttribute(std::string_view livePath) const {
-    auto content = readFile(livePath, 64 * 1024);
+    auto content = readFile(livePath, std::size_t{64} * 1024);
     if (!content)
         return std::nullopt;
     return std::string(trimmed(*content));

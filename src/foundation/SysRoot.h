@@ -28,7 +28,7 @@ public:
     // The whole file; procfs files report size 0, so this reads to the end. Files larger than
     // `limit` are cut there.
     std::optional<std::string> readFile(std::string_view livePath,
-                                        std::size_t limit = 4 * 1024 * 1024) const;
+                                        std::size_t limit = std::size_t{4} * 1024 * 1024) const;
     // A sysfs attribute: the file's text without surrounding white space.
     std::optional<std::string> readAttribute(std::string_view livePath) const;
     std::optional<std::int64_t> readInteger(std::string_view livePath) const;
