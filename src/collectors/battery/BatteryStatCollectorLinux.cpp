@@ -108,15 +108,18 @@ Value controllerFrom(const Supply& s) {
 
 } // namespace
 
-BatteryStatCollectorLinux::BatteryStatCollectorLinux(const EngineContext& context, SysRoot root)
+BatteryStatCollectorLinux::BatteryStatCollectorLinux(const EngineContext& context, SysRoot root,
+                                                     std::unique_ptr<UPowerDevices> upower)
     : BatteryStatCollector(context)
-    , root_(std::move(root)) {}
+    , root_(std::move(root))
+    , upower_(std::move(upower)) {}
 
 BatteryStatCollectorLinux&
 BatteryStatCollectorLinux::sharedBatteryCollector(const EngineContext& context) {
     auto& instance = sharedInstance();
     if (!instance)
-        instance = std::make_unique<BatteryStatCollectorLinux>(context, SysRoot::fromEnvironment());
+        instance = std::make_unique<BatteryStatCollectorLinux>(context, SysRoot::fromEnvironment(),
+                                                               std::make_unique<UPowerDevices>());
     return *instance;
 }
 
@@ -185,6 +188,10 @@ std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerS
         const std::string type = Supply(root_, name).text("type");
         if (type == "Battery" || type == "UPS")
             sources.push_back(sourceFrom(name, mains));
+    }
+    if (upower_) {
+        for (auto& device : upower_->peripheralBatteries(supplies))
+            sources.push_back({BatteryStatCollectorItem::WirelessDevice, std::move(device), {}});
     }
     return sources;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "collectors/battery/BatteryStatCollector.h"
+#include "collectors/battery/UPowerDevices.h"
 #include "foundation/SysRoot.h"
 
 #include <memory>
@@ -12,7 +13,9 @@ namespace corvane {
 // as wireless devices. Mains and USB supplies say whether the machine is on mains power.
 class BatteryStatCollectorLinux final : public BatteryStatCollector {
 public:
-    BatteryStatCollectorLinux(const EngineContext& context, SysRoot root);
+    // `upower` null: no peripherals beyond the kernel's (tests, machines without the service).
+    BatteryStatCollectorLinux(const EngineContext& context, SysRoot root,
+                              std::unique_ptr<UPowerDevices> upower = nullptr);
 
     static BatteryStatCollectorLinux& sharedBatteryCollector(const EngineContext& context);
     static void cleanupShared();
@@ -26,6 +29,7 @@ private:
     PowerSource sourceFrom(const std::string& supply, bool mains) const;
 
     SysRoot root_;
+    std::unique_ptr<UPowerDevices> upower_;
 };
 
 } // namespace corvane
