@@ -18,3 +18,4 @@ endif()
 
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo pangocairo pango)

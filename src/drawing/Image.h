@@ -1,0 +1,41 @@
+#pragma once
+
+#include "drawing/Geometry.h"
+#include "foundation/Color.h"
+
+#include <filesystem>
+
+using cairo_surface_t = struct _cairo_surface;
+
+namespace corvane {
+
+// A picture in memory, sized in points and held at a scale factor (2 for HiDPI output), with
+// premultiplied alpha. Owns its pixels; copies share none.
+class Image {
+public:
+    Image(double width, double height, double scale = 1.0);
+    ~Image();
+    Image(Image&& other) noexcept;
+    Image& operator=(Image&& other) noexcept;
+    Image(const Image&) = delete;
+    Image& operator=(const Image&) = delete;
+
+    Size size() const { return {width_, height_}; }
+    double scale() const { return scale_; }
+    int pixelWidth() const;
+    int pixelHeight() const;
+    // The colour of one pixel, y counted from the top row as in the file, alpha not
+    // premultiplied; for tests and previews.
+    Color pixel(int x, int y) const;
+    bool writePng(const std::filesystem::path& file) const;
+
+    cairo_surface_t* cairoSurface() const { return surface_; }
+
+private:
+    double width_;
+    double height_;
+    double scale_;
+    cairo_surface_t* surface_;
+};
+
+} // namespace corvane

@@ -1,0 +1,191 @@
+#include "drawing/Surface.h"
+
+#include <cairo.h>
+#include <cmath>
+#include <pango/pangocairo.h>
+#include <string>
+
+namespace corvane {
+
+namespace {
+
+cairo_operator_t cairoOperator(Compositing operation) {
+    switch (operation) {
+    case Compositing::DestinationOut:
+        return CAIRO_OPERATOR_DEST_OUT;
+    case Compositing::SourceIn:
+        return CAIRO_OPERATOR_IN;
+    case Compositing::SourceOver:
+        break;
+    }
+    return CAIRO_OPERATOR_OVER;
+}
+
+// A layout of the text in the attributes' font; `width` < 0 lays out on one unbounded line.
+PangoLayout* makeLayout(cairo_t* cr, std::string_view text, const TextAttributes& a, double width) {
+    PangoLayout* layout = pango_cairo_create_layout(cr);
+    // Unhinted metrics keep widths the same at every scale, so items measure alike on any
+    // screen.
+    cairo_font_options_t* options = cairo_font_options_create();
+    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+    pango_cairo_context_set_font_options(pango_layout_get_context(layout), options);
+    cairo_font_options_destroy(options);
+    pango_layout_context_changed(layout);
+
+    PangoFontDescription* font = pango_font_description_new();
+    pango_font_description_set_family(font, a.family.c_str());
+    pango_font_description_set_absolute_size(font, a.size * PANGO_SCALE);
+    pango_font_description_set_weight(font, static_cast<PangoWeight>(a.weight));
+    pango_layout_set_font_description(layout, font);
+    pango_font_description_free(font);
+    if (a.tabularDigits) {
+        PangoAttrList* list = pango_attr_list_new();
+        pango_attr_list_insert(list, pango_attr_font_features_new("tnum=1"));
+        pango_layout_set_attributes(layout, list);
+        pango_attr_list_unref(list);
+    }
+    pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
+    if (width >= 0) {
+        pango_layout_set_width(layout, static_cast<int>(width * PANGO_SCALE));
+        pango_layout_set_alignment(layout, a.alignment == TextAlignment::Centre ? PANGO_ALIGN_CENTER
+                                           : a.alignment == TextAlignment::Right
+                                               ? PANGO_ALIGN_RIGHT
+                                               : PANGO_ALIGN_LEFT);
+    }
+    return layout;
+}
+
+} // namespace
+
+Surface::Surface(Image& target)
+    : cr_(cairo_create(target.cairoSurface()))
+    , height_(target.size().height) {
+    cairo_scale(cr_, target.scale(), target.scale());
+    // Turn the picture over once: the layouts count y upward from the bottom.
+    cairo_translate(cr_, 0, height_);
+    cairo_scale(cr_, 1, -1);
+}
+
+Surface::~Surface() {
+    cairo_destroy(cr_);
+}
+
+void Surface::save() {
+    cairo_save(cr_);
+}
+
+void Surface::restore() {
+    cairo_restore(cr_);
+}
+
+void Surface::setColor(const Color& c) {
+    cairo_set_source_rgba(cr_, c.red, c.green, c.blue, c.alpha);
+}
+
+void Surface::clipToRect(const Rect& r) {
+    clipToPath(Path::rect(r));
+}
+
+void Surface::clipToPath(const Path& path) {
+    path.apply(cr_);
+    cairo_clip(cr_);
+}
+
+void Surface::fillRect(const Rect& r, const Color& color) {
+    fillPath(Path::rect(r), color);
+}
+
+void Surface::fillOval(const Rect& r, const Color& color) {
+    fillPath(Path::oval(r), color);
+}
+
+void Surface::fillRoundedRect(const Rect& r, double rx, double ry, const Color& color) {
+    fillPath(Path::roundedRect(r, rx, ry), color);
+}
+
+void Surface::fillPath(const Path& path, const Color& color) {
+    path.apply(cr_);
+    setColor(color);
+    cairo_fill(cr_);
+}
+
+void Surface::strokePath(const Path& path, const Color& color, double lineWidth,
+                         const std::vector<double>& dashes) {
+    path.apply(cr_);
+    setColor(color);
+    cairo_set_line_width(cr_, lineWidth);
+    cairo_set_dash(cr_, dashes.data(), static_cast<int>(dashes.size()), 0);
+    cairo_stroke(cr_);
+    cairo_set_dash(cr_, nullptr, 0, 0);
+}
+
+void Surface::fillPathWithGradient(const Path& path, const Color& from, const Color& to,
+                                   double angleDegrees) {
+    const Rect b = path.bounds();
+    const double radians = angleDegrees * M_PI / 180.0;
+    const double dx = std::cos(radians);
+    const double dy = std::sin(radians);
+    // Half the extent of the bounds along the direction, so both ends touch the corners.
+    const double half = (std::fabs(dx) * b.width + std::fabs(dy) * b.height) / 2;
+    const Point c = b.center();
+    cairo_pattern_t* gradient = cairo_pattern_create_linear(c.x - dx * half, c.y - dy * half,
+                                                            c.x + dx * half, c.y + dy * half);
+    cairo_pattern_add_color_stop_rgba(gradient, 0, from.red, from.green, from.blue, from.alpha);
+    cairo_pattern_add_color_stop_rgba(gradient, 1, to.red, to.green, to.blue, to.alpha);
+    path.apply(cr_);
+    cairo_set_source(cr_, gradient);
+    cairo_fill(cr_);
+    cairo_pattern_destroy(gradient);
+}
+
+void Surface::drawImage(const Image& image, Point at, double alpha, Compositing operation) {
+    const Size size = image.size();
+    cairo_save(cr_);
+    // Images are stored top row first: turn the coordinates back for the copy.
+    cairo_translate(cr_, at.x, at.y + size.height);
+    cairo_scale(cr_, 1.0 / image.scale(), -1.0 / image.scale());
+    cairo_set_source_surface(cr_, image.cairoSurface(), 0, 0);
+    cairo_set_operator(cr_, cairoOperator(operation));
+    cairo_paint_with_alpha(cr_, alpha);
+    cairo_restore(cr_);
+}
+
+void Surface::drawText(std::string_view text, const Rect& in, const TextAttributes& attributes) {
+    PangoLayout* layout = makeLayout(cr_, text, attributes, in.width);
+    cairo_save(cr_);
+    cairo_translate(cr_, in.x, in.maxY());
+    cairo_scale(cr_, 1, -1);
+    if (attributes.shadow) {
+        cairo_move_to(cr_, 0, 1);
+        setColor(*attributes.shadow);
+        pango_cairo_show_layout(cr_, layout);
+    }
+    cairo_move_to(cr_, 0, 0);
+    setColor(attributes.color);
+    pango_cairo_show_layout(cr_, layout);
+    cairo_restore(cr_);
+    g_object_unref(layout);
+}
+
+Size Surface::measureText(std::string_view text, const TextAttributes& attributes) const {
+    PangoLayout* layout = makeLayout(cr_, text, attributes, -1);
+    PangoRectangle logical{};
+    pango_layout_get_extents(layout, nullptr, &logical);
+    g_object_unref(layout);
+    return {static_cast<double>(logical.width) / PANGO_SCALE,
+            static_cast<double>(logical.height) / PANGO_SCALE};
+}
+
+void Surface::translate(double dx, double dy) {
+    cairo_translate(cr_, dx, dy);
+}
+
+void Surface::scale(double sx, double sy) {
+    cairo_scale(cr_, sx, sy);
+}
+
+void Surface::rotate(double degrees) {
+    cairo_rotate(cr_, degrees * M_PI / 180.0);
+}
+
+} // namespace corvane

@@ -1,0 +1,201 @@
+#include "drawing/Surface.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+const Color kRed{1, 0, 0, 1};
+const Color kBlue{0, 0, 1, 1};
+
+bool near(const Color& a, const Color& b, double tolerance = 0.02) {
+    return std::fabs(a.red - b.red) <= tolerance && std::fabs(a.green - b.green) <= tolerance &&
+           std::fabs(a.blue - b.blue) <= tolerance && std::fabs(a.alpha - b.alpha) <= tolerance;
+}
+
+bool empty(const Color& c) {
+    return c.alpha == 0;
+}
+
+// Columns in which any pixel holds ink.
+std::pair<int, int> inkColumns(const Image& image) {
+    int first = image.pixelWidth();
+    int last = -1;
+    for (int x = 0; x < image.pixelWidth(); ++x)
+        for (int y = 0; y < image.pixelHeight(); ++y)
+            if (!empty(image.pixel(x, y))) {
+                first = std::min(first, x);
+                last = std::max(last, x);
+            }
+    return {first, last};
+}
+
+TEST(Surface, CountsYUpwardFromTheBottomOfTheStrip) {
+    Image image(20, Surface::kStripHeight);
+    Surface surface(image);
+    surface.fillRect({0, 0, 10, 5}, kRed);
+    EXPECT_TRUE(near(image.pixel(2, 21), kRed)); // bottom row of the file
+    EXPECT_TRUE(near(image.pixel(2, 17), kRed));
+    EXPECT_TRUE(empty(image.pixel(2, 16)));
+    EXPECT_TRUE(empty(image.pixel(2, 0)));
+    EXPECT_TRUE(empty(image.pixel(12, 21)));
+}
+
+TEST(Surface, DrawsAtTheScaleFactor) {
+    Image image(10, 10, 2.0);
+    ASSERT_EQ(image.pixelWidth(), 20);
+    Surface surface(image);
+    surface.fillRect({0, 0, 5, 10}, kBlue);
+    EXPECT_TRUE(near(image.pixel(9, 10), kBlue));
+    EXPECT_TRUE(empty(image.pixel(10, 10)));
+}
+
+TEST(Surface, ShapesCoverWhatTheirGeometrySays) {
+    Image image(40, 20);
+    Surface surface(image);
+    surface.fillOval({0, 0, 20, 20}, kRed);
+    surface.fillRoundedRect({20, 0, 20, 20}, 6, 6, kBlue);
+    EXPECT_TRUE(near(image.pixel(10, 10), kRed));
+    EXPECT_TRUE(empty(image.pixel(1, 1))); // outside the oval's corner
+    EXPECT_TRUE(near(image.pixel(30, 10), kBlue));
+    EXPECT_TRUE(empty(image.pixel(20, 0))); // cut off by the rounding
+    EXPECT_TRUE(near(image.pixel(23, 10), kBlue));
+}
+
+TEST(Surface, DashedStrokesLeaveGaps) {
+    Image image(20, 4);
+    Surface surface(image);
+    surface.strokePath(Path().moveTo({0, 2}).lineTo({20, 2}), kRed, 2, {4, 4});
+    EXPECT_TRUE(near(image.pixel(1, 1), kRed));
+    EXPECT_TRUE(empty(image.pixel(5, 1)));
+    EXPECT_TRUE(near(image.pixel(9, 1), kRed));
+}
+
+TEST(Surface, GradientsRunAtTheirAngle) {
+    Image up(10, 20);
+    Surface(up).fillPathWithGradient(Path::rect({0, 0, 10, 20}), kRed, kBlue, 90);
+    EXPECT_GT(up.pixel(5, 19).red, 0.9); // bottom: the start colour
+    EXPECT_GT(up.pixel(5, 0).blue, 0.9); // top: the end colour
+
+    Image across(20, 10);
+    Surface(across).fillPathWithGradient(Path::rect({0, 0, 20, 10}), kRed, kBlue, 0);
+    EXPECT_GT(across.pixel(0, 5).red, 0.9);
+    EXPECT_GT(across.pixel(19, 5).blue, 0.9);
+}
+
+TEST(Surface, ClipsAndRestores) {
+    Image image(20, 20);
+    Surface surface(image);
+    surface.save();
+    surface.clipToRect({0, 0, 10, 10});
+    surface.fillRect({0, 0, 20, 20}, kRed);
+    surface.restore();
+    EXPECT_TRUE(near(image.pixel(5, 15), kRed));
+    EXPECT_TRUE(empty(image.pixel(15, 15)));
+    EXPECT_TRUE(empty(image.pixel(5, 5)));
+    surface.fillRect({15, 15, 5, 5}, kBlue); // the clip is gone after restore
+    EXPECT_TRUE(near(image.pixel(17, 2), kBlue));
+}
+
+TEST(Surface, TransformsMoveWhatFollows) {
+    Image image(20, 20);
+    Surface surface(image);
+    surface.save();
+    surface.translate(10, 10);
+    surface.rotate(90); // x now points up
+    surface.fillRect({0, 0, 5, 2}, kRed);
+    surface.restore();
+    EXPECT_TRUE(near(image.pixel(9, 7), kRed)); // x 9..10, y 10..15 upward
+    EXPECT_TRUE(empty(image.pixel(12, 9)));
+}
+
+TEST(Surface, ImagesComposeWithAlphaAndOperation) {
+    Image stamp(10, 10);
+    Surface(stamp).fillRect({0, 0, 10, 10}, kBlue);
+
+    Image half(10, 10);
+    Surface(half).drawImage(stamp, {0, 0}, 0.5);
+    EXPECT_NEAR(half.pixel(5, 5).alpha, 0.5, 0.02);
+
+    Image erased(10, 10);
+    Surface cut(erased);
+    cut.fillRect({0, 0, 10, 10}, kRed);
+    cut.drawImage(stamp, {5, 0}, 1.0, Compositing::DestinationOut);
+    EXPECT_TRUE(near(erased.pixel(2, 5), kRed));
+    EXPECT_TRUE(empty(erased.pixel(7, 5)));
+
+    Image masked(10, 10);
+    Surface mask(masked);
+    mask.fillRect({0, 0, 5, 10}, kRed);
+    mask.drawImage(stamp, {0, 0}, 1.0, Compositing::SourceIn);
+    EXPECT_TRUE(near(masked.pixel(2, 5), kBlue));
+    EXPECT_TRUE(empty(masked.pixel(7, 5)));
+
+    Image placed(20, 20);
+    Surface(placed).drawImage(stamp, {10, 0}); // bottom left corner at the point
+    EXPECT_TRUE(near(placed.pixel(15, 15), kBlue));
+    EXPECT_TRUE(empty(placed.pixel(15, 5)));
+}
+
+TEST(SurfaceText, DigitsShareOneWidthAndCondensedIsNarrower) {
+    Image image(100, 22);
+    Surface surface(image);
+    TextAttributes text;
+    EXPECT_DOUBLE_EQ(surface.measureText("111", text).width,
+                     surface.measureText("888", text).width);
+    TextAttributes condensed = text;
+    condensed.family = TextAttributes::kCondensedFont;
+    EXPECT_LT(surface.measureText("Memory", condensed).width,
+              surface.measureText("Memory", text).width);
+    TextAttributes bigger = text;
+    bigger.size = 16;
+    EXPECT_GT(surface.measureText("42%", bigger).width, surface.measureText("42%", text).width);
+    EXPECT_EQ(TextAttributes::panelSize(7), 13);
+    EXPECT_EQ(TextAttributes::panelSize(16), 16);
+}
+
+TEST(SurfaceText, AlignsWithinItsRectangle) {
+    TextAttributes text;
+    text.color = kRed;
+    auto ink = [&](TextAlignment alignment) {
+        Image image(100, 22);
+        TextAttributes a = text;
+        a.alignment = alignment;
+        Surface(image).drawText("42%", {0, 0, 100, 22}, a);
+        return inkColumns(image);
+    };
+    const auto left = ink(TextAlignment::Left);
+    const auto centre = ink(TextAlignment::Centre);
+    const auto right = ink(TextAlignment::Right);
+    EXPECT_LT(left.first, 5);
+    EXPECT_GT(right.second, 94);
+    EXPECT_NEAR((centre.first + centre.second) / 2.0, 50, 3);
+}
+
+TEST(SurfaceText, StandsUprightAtTheTopOfItsRectangle) {
+    Image image(60, 22);
+    TextAttributes text;
+    text.size = 10;
+    Surface(image).drawText("T", {0, 0, 60, 22}, text);
+    // The bar of a T is its top: ink in the upper rows, none in the lowest.
+    int firstInkRow = -1;
+    for (int y = 0; y < 22 && firstInkRow < 0; ++y)
+        for (int x = 0; x < 60; ++x)
+            if (!empty(image.pixel(x, y))) {
+                firstInkRow = y;
+                break;
+            }
+    ASSERT_GE(firstInkRow, 0);
+    EXPECT_LT(firstInkRow, 6);
+    int barWidth = 0;
+    int stemWidth = 0;
+    for (int x = 0; x < 60; ++x) {
+        barWidth += empty(image.pixel(x, firstInkRow)) ? 0 : 1;
+        stemWidth += empty(image.pixel(x, firstInkRow + 4)) ? 0 : 1;
+    }
+    EXPECT_GT(barWidth, stemWidth); // upside down, the bar would be at the bottom
+}
+
+} // namespace
