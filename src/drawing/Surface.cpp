@@ -59,7 +59,8 @@ PangoLayout* makeLayout(cairo_t* cr, std::string_view text, const TextAttributes
 
 Surface::Surface(Image& target)
     : cr_(cairo_create(target.cairoSurface()))
-    , height_(target.size().height) {
+    , height_(target.size().height)
+    , scale_(target.scale()) {
     cairo_scale(cr_, target.scale(), target.scale());
     // Turn the picture over once: the layouts count y upward from the bottom.
     cairo_translate(cr_, 0, height_);
@@ -110,11 +111,11 @@ void Surface::fillPath(const Path& path, const Color& color) {
 }
 
 void Surface::strokePath(const Path& path, const Color& color, double lineWidth,
-                         const std::vector<double>& dashes) {
+                         const std::vector<double>& dashes, double dashPhase) {
     path.apply(cr_);
     setColor(color);
     cairo_set_line_width(cr_, lineWidth);
-    cairo_set_dash(cr_, dashes.data(), static_cast<int>(dashes.size()), 0);
+    cairo_set_dash(cr_, dashes.data(), static_cast<int>(dashes.size()), dashPhase);
     cairo_stroke(cr_);
     cairo_set_dash(cr_, nullptr, 0, 0);
 }

@@ -37,7 +37,7 @@ public:
     void fillPath(const Path& path, const Color& color);
     // An empty dash list draws a solid line.
     void strokePath(const Path& path, const Color& color, double lineWidth,
-                    const std::vector<double>& dashes = {});
+                    const std::vector<double>& dashes = {}, double dashPhase = 0);
     // From `from` to `to` across the path's bounds at an angle in degrees: 0 left to right,
     // 90 bottom to top.
     void fillPathWithGradient(const Path& path, const Color& from, const Color& to,
@@ -56,12 +56,15 @@ public:
     void rotate(double degrees);
 
     cairo_t* cairo() const { return cr_; }
+    // Pixels per point of the target image.
+    double scaleFactor() const { return scale_; }
 
 private:
     void setColor(const Color& color);
 
     cairo_t* cr_;
     double height_;
+    double scale_;
 };
 
 } // namespace corvane

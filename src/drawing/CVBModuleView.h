@@ -1,0 +1,103 @@
+#pragma once
+
+#include "drawing/Image.h"
+#include "drawing/Path.h"
+#include "drawing/Surface.h"
+#include "foundation/Color.h"
+#include "foundation/Value.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+// One layer of a graph: its colour and its share from 0 to 1.
+struct GraphComponent {
+    Color color;
+    double percentage = 0;
+};
+
+// What a history graph draws: columns of samples, newest first, one value 0 to 1 per layer.
+struct HistoryGraph {
+    int width = 0;
+    std::vector<Color> colors;
+    std::vector<std::vector<double>> samples;
+    bool showBackground = true;
+    std::vector<bool> flip;   // per layer; empty means none flipped
+    std::vector<Rect> frames; // per layer; only y and height count; empty means the box
+    bool strokeOnly = false;
+};
+
+// The base of the views that draw a panel item. Each drawing operation starts at an integer x
+// offset and answers the width it used; an item's width is their sum.
+class CVBModuleView {
+public:
+    static constexpr int kMaximumColumns = 602;
+
+    CVBModuleView();
+    virtual ~CVBModuleView();
+    CVBModuleView(const CVBModuleView&) = delete;
+    CVBModuleView& operator=(const CVBModuleView&) = delete;
+
+    // The surface the next operations draw on; the host sets it before each draw.
+    void setSurface(Surface* surface) { surface_ = surface; }
+    Surface& surface() const { return *surface_; }
+
+    virtual void loadConfig() {}
+    virtual void update() {}
+    virtual int drawAtOffset(int offset) { return offset * 0; }
+    virtual double size() const { return 1.0; }
+
+    // Graph geometry: "MenubarGraphSize" 1 is the small set.
+    int graphHeight() const;
+    int graphOffset() const;
+    int graphFillHeight() const;
+    // The opacity of graph backgrounds, by panel and theme.
+    double alpha() const;
+    Color strokeColor() const;
+    // A graph's empty box in the panel's colour; with `fill`, filled in the stroke colour.
+    void drawBackgroundPath(const Path& path, bool fill);
+
+    int drawHistoryGraph(const HistoryGraph& graph, int offset);
+    int drawCombinedVerticalGraph(const std::vector<std::vector<GraphComponent>>& cores,
+                                  int offset);
+    int drawVerticalGraphWithPecentage(double percentage, const Color& color, int offset);
+    int drawVerticalGraphWithComponents(const std::vector<GraphComponent>& components, int offset);
+    int drawPieGraphWithPecentage(double percentage, const Color& color, int offset);
+    int drawPieGraphWithComponents(const std::vector<GraphComponent>& components, int offset);
+    int drawCircularGraphWithComponents(const std::vector<GraphComponent>& components, int offset);
+    int drawDot(bool filled, const Color& color, Point at, bool flatten);
+    // Direction 1 points up, anything else down.
+    int drawArrow(bool filled, int direction, const Color& color, Point at, bool flatten);
+
+    void resetCache();
+
+    bool switchUnits = false;
+    bool ready = false;
+    bool isMenuDown = false;
+    bool isMenubarDark = false;
+    Value config = Value::dict();
+
+protected:
+    // The colour a graph fills with: white while the menu is open in the older look.
+    Color highlighted(const Color& color) const;
+    // A stored background picture, made on first use unless the config forbids keeping it.
+    const Image& background(const std::string& key, double width,
+                            void (CVBModuleView::*make)(Surface&, double));
+
+private:
+    void historyBackground(Surface& s, double width);
+    void pieBackground(Surface& s, double width);
+    void circularBackground(Surface& s, double width);
+    void drawBackground(const std::string& key, double width, int offset,
+                        void (CVBModuleView::*make)(Surface&, double));
+
+    Surface* surface_ = nullptr;
+    std::map<std::string, std::shared_ptr<Image>> imageCache_;
+    std::shared_ptr<Image> uncached_;
+};
+
+} // namespace corvane

@@ -1,0 +1,143 @@
+#include "drawing/CVBModuleView.h"
+
+#include "../preferences/PreferencesFixture.h"
+#include "drawing/DrawingStyle.h"
+#include "drawing/GraphColors.h"
+
+#include <cmath>
+
+using namespace corvane;
+using corvane::test::PreferencesFixture;
+
+namespace {
+
+const Color kRed{1, 0, 0, 1};
+
+class ModuleView : public PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        view.setSurface(&surface);
+    }
+    void TearDown() override {
+        DrawingStyle::setModern(true);
+        PreferencesFixture::TearDown();
+    }
+    // The filled height of a pixel column, counted in rows from the bottom of the strip.
+    int redRows(int x) const {
+        int rows = 0;
+        for (int y = 0; y < image.pixelHeight(); ++y) {
+            const Color c = image.pixel(x, y);
+            rows += c.alpha > 0.5 && c.red > 0.9 && c.green < 0.1 ? 1 : 0;
+        }
+        return rows;
+    }
+
+    Image image{120, Surface::kStripHeight};
+    Surface surface{image};
+    CVBModuleView view;
+};
+
+TEST_F(ModuleView, OperationsAnswerTheWidthTheyUse) {
+    EXPECT_EQ(view.drawHistoryGraph({30, {kRed}, {}, true, {}, {}, false}, 0), 34);
+    EXPECT_EQ(view.drawVerticalGraphWithPecentage(0.5, kRed, 0), 13);
+    EXPECT_EQ(view.drawCombinedVerticalGraph({{}, {}, {}, {}}, 0), 29);
+    EXPECT_EQ(view.drawPieGraphWithPecentage(0.5, kRed, 0), 22);
+    EXPECT_EQ(view.drawCircularGraphWithComponents({{kRed, 0.5}}, 0), 22);
+    EXPECT_EQ(view.drawDot(true, kRed, {0, 2}, false), 11);
+    EXPECT_EQ(view.drawArrow(false, 1, kRed, {0, 12}, false), 11);
+    CVBSetIntegerForKey(1, "MenubarGraphSize");
+    EXPECT_EQ(view.graphHeight(), 16);
+    EXPECT_EQ(view.graphOffset(), 3);
+    EXPECT_EQ(view.graphFillHeight(), 14);
+    EXPECT_EQ(view.drawPieGraphWithPecentage(0.5, kRed, 0), 20);
+}
+
+TEST_F(ModuleView, HistoryPutsTheNewestSampleAtTheRight) {
+    // Newest first; each value three columns wide so that the slopes between points stay out
+    // of the columns looked at. Sample j stands at x = 11 - j.
+    HistoryGraph graph{
+        12, {kRed}, {{1.0}, {1.0}, {1.0}, {0.0}, {0.0}, {0.0}, {0.5}, {0.5}, {0.5}}, false, {},
+        {}, false};
+    view.drawHistoryGraph(graph, 0);
+    EXPECT_EQ(redRows(9), 16); // the newest, full
+    EXPECT_EQ(redRows(10), 16);
+    EXPECT_EQ(redRows(6), 1); // a zero still shows one point
+    EXPECT_EQ(redRows(4), 8);
+    EXPECT_EQ(redRows(1), 0);  // before the first sample: nothing
+    EXPECT_EQ(redRows(11), 0); // the box's right edge is clipped
+}
+
+TEST_F(ModuleView, FlippedLayersHangFromTheTopOfTheirBand) {
+    HistoryGraph graph{
+        6, {kRed}, {{0.5}, {0.5}, {0.5}, {0.5}, {0.5}}, false, {true}, {{2, 11, 0, 8}}, false};
+    view.drawHistoryGraph(graph, 0);
+    EXPECT_EQ(redRows(3), 4);
+    // Rows 22 - 19 = 3 ... the band spans y 11 to 19; the fill sits at its top, y 15 to 19.
+    EXPECT_GT(image.pixel(3, 22 - 18).red, 0.9);
+    EXPECT_LT(image.pixel(3, 22 - 12).alpha, 0.1);
+}
+
+TEST_F(ModuleView, VerticalBarsFloorTheirHeightButShowAnyLoad) {
+    view.drawVerticalGraphWithPecentage(0.5, kRed, 0);
+    EXPECT_EQ(redRows(4), 8);
+    Image other(20, 22);
+    Surface s(other);
+    view.setSurface(&s);
+    view.drawVerticalGraphWithPecentage(0.001, kRed, 0);
+    int rows = 0;
+    for (int y = 0; y < 22; ++y)
+        rows += other.pixel(4, y).red > 0.9 && other.pixel(4, y).alpha > 0.5 ? 1 : 0;
+    EXPECT_EQ(rows, 1);
+}
+
+TEST_F(ModuleView, PieGrowsClockwiseFromTwelve) {
+    view.drawPieGraphWithPecentage(0.25, kRed, 0);
+    // Centre (9, 11) in strip coordinates: upper right filled, the rest not.
+    auto red = [&](int x, int y) {
+        const Color c = image.pixel(x, 22 - y);
+        return c.red > 0.9 && c.green < 0.1;
+    };
+    EXPECT_TRUE(red(12, 14));
+    EXPECT_FALSE(red(5, 14));
+    EXPECT_FALSE(red(12, 7));
+    EXPECT_FALSE(red(5, 7));
+}
+
+TEST_F(ModuleView, BackgroundOpacityFollowsPanelAndTheme) {
+    EXPECT_EQ(view.alpha(), 1.0); // the shaded theme
+    CVBSetIntegerForKey(0, "MenubarTheme");
+    EXPECT_DOUBLE_EQ(view.alpha(), 0.3);
+    DrawingStyle::setModern(false);
+    EXPECT_DOUBLE_EQ(view.alpha(), 0.5);
+    appearance->dark = true;
+    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    EXPECT_DOUBLE_EQ(view.alpha(), 1.0);
+    DrawingStyle::setModern(true);
+    EXPECT_DOUBLE_EQ(view.alpha(), 0.2);
+    EXPECT_EQ(view.strokeColor(), Color::white());
+}
+
+TEST_F(ModuleView, TheOlderLookFillsWhiteWhileTheMenuIsOpen) {
+    DrawingStyle::setModern(false);
+    CVBSetIntegerForKey(0, "MenubarTheme");
+    view.isMenuDown = true;
+    view.drawVerticalGraphWithPecentage(1.0, kRed, 0);
+    EXPECT_EQ(redRows(4), 0);
+    EXPECT_GT(image.pixel(4, 12).green, 0.9);
+}
+
+TEST_F(ModuleView, GraphColoursFallBackByIndexAndSkin) {
+    EXPECT_EQ(fillColorForGraph2("CPU_MenubarGraphUser", 1), (Color{0.10, 0.58, 0.94, 1.0}));
+    EXPECT_EQ(fillColorForGraph2("No_Such_Key", 1), (Color{0.988, 0.4, 0.396, 1}));
+    EXPECT_EQ(fillColorForGraph2("No_Such_Key", -1), (Color{0.078, 0.501, 1.0, 1}));
+    CVBSetIntegerForKey(3, "MenubarSkinColor");
+    EXPECT_EQ(defaultColorForTheme(), (Color{0.27, 0.717, 0.584, 1}));
+    EXPECT_EQ(fillColorForGraph(Value::dict({{"colorKey", "Nothing"}})), defaultColorForTheme());
+    EXPECT_EQ(fillColorForGraph(Value::dict({{"defaultColor", 2}})),
+              (Color{0.568, 0.321, 0.882, 1}));
+    EXPECT_EQ(strokeColorForGraph(Value::dict({{"defaultStroke", 3}})),
+              (Color{0.525, 0.592, 0.725, 1}));
+}
+
+} // namespace
