@@ -298,6 +298,64 @@ int CVBModuleView::drawArrow(bool filled, int direction, const Color& color, Poi
     return 11;
 }
 
+namespace {
+
+double verticalOffset(const TextAttributes& a) {
+    const auto size = static_cast<std::int64_t>(a.size);
+    return a.condensed ? CVBPreferences::verticalOffsetForCondensedFontSize(size)
+                       : CVBPreferences::verticalOffsetForFontSize(size);
+}
+
+} // namespace
+
+int CVBModuleView::sizeLargeText(std::string_view text, const TextAttributes& attributes) const {
+    return static_cast<int>(std::ceil(surface().measureText(text, attributes).width));
+}
+
+int CVBModuleView::sizeSmallText(std::string_view text, const TextAttributes& attributes) const {
+    return sizeLargeText(text, attributes);
+}
+
+int CVBModuleView::drawLargeText(std::string_view text, const TextAttributes& attributes,
+                                 int offset) {
+    const int width = sizeLargeText(text, attributes);
+    surface().drawText(text,
+                       {static_cast<double>(offset), verticalOffset(attributes),
+                        static_cast<double>(width), Surface::kStripHeight},
+                       attributes);
+    return width + 4;
+}
+
+int CVBModuleView::drawLargeText(std::string_view text, const TextAttributes& attributes,
+                                 const Rect& rect) {
+    surface().drawText(
+        text, {rect.x, verticalOffset(attributes), rect.width, Surface::kStripHeight}, attributes);
+    return static_cast<int>(rect.width) + 4;
+}
+
+int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& attributes,
+                                 Point at) {
+    const int width = sizeSmallText(text, attributes);
+    drawSmallText(text, attributes, Rect{at.x, at.y, static_cast<double>(width), 12});
+    return width + 4;
+}
+
+int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& attributes,
+                                 const Rect& frame) {
+    const Rect box = attributes.condensed ? Rect{frame.x, frame.y - 1, frame.width, 14}
+                                          : Rect{frame.x, frame.y, frame.width, 12};
+    surface().drawText(text, box, attributes);
+    return static_cast<int>(frame.width) + 4;
+}
+
+double CVBModuleView::stableWidth(const std::string& key, std::string_view text,
+                                  const TextAttributes& attributes) {
+    const double widest = std::max(config[key].doubleValue(),
+                                   std::ceil(surface().measureText(text, attributes).width));
+    config.set(key, widest);
+    return widest;
+}
+
 void CVBModuleView::resetCache() {
     imageCache_.clear();
     uncached_.reset();

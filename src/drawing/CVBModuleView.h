@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace corvane {
@@ -72,6 +73,19 @@ public:
     int drawDot(bool filled, const Color& color, Point at, bool flatten);
     // Direction 1 points up, anything else down.
     int drawArrow(bool filled, int direction, const Color& color, Point at, bool flatten);
+
+    // Text in the strip: large text in a rectangle 22 high at the offset its size needs,
+    // small text in one 12 high (14 for the condensed face). Each answers its width + 4.
+    int drawLargeText(std::string_view text, const TextAttributes& attributes, int offset);
+    int drawLargeText(std::string_view text, const TextAttributes& attributes, const Rect& rect);
+    int drawSmallText(std::string_view text, const TextAttributes& attributes, Point at);
+    int drawSmallText(std::string_view text, const TextAttributes& attributes, const Rect& frame);
+    int sizeLargeText(std::string_view text, const TextAttributes& attributes) const;
+    int sizeSmallText(std::string_view text, const TextAttributes& attributes) const;
+    // The widest width measured so far under the key, this text's included, so that a value
+    // changing each second does not make the item jitter. It never shrinks until removed.
+    double stableWidth(const std::string& key, std::string_view text,
+                       const TextAttributes& attributes);
 
     void resetCache();
 

@@ -38,12 +38,14 @@ PangoLayout* makeLayout(cairo_t* cr, std::string_view text, const TextAttributes
     pango_font_description_set_weight(font, static_cast<PangoWeight>(a.weight));
     pango_layout_set_font_description(layout, font);
     pango_font_description_free(font);
-    if (a.tabularDigits) {
-        PangoAttrList* list = pango_attr_list_new();
+    PangoAttrList* list = pango_attr_list_new();
+    if (a.tabularDigits)
         pango_attr_list_insert(list, pango_attr_font_features_new("tnum=1"));
-        pango_layout_set_attributes(layout, list);
-        pango_attr_list_unref(list);
-    }
+    if (a.letterSpacing != 0)
+        pango_attr_list_insert(
+            list, pango_attr_letter_spacing_new(static_cast<int>(a.letterSpacing * PANGO_SCALE)));
+    pango_layout_set_attributes(layout, list);
+    pango_attr_list_unref(list);
     pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
     if (width >= 0) {
         pango_layout_set_width(layout, static_cast<int>(width * PANGO_SCALE));

@@ -22,6 +22,9 @@ struct TextAttributes {
     TextAlignment alignment = TextAlignment::Left;
     // Digits of equal width, so that changing numbers do not make the item jitter.
     bool tabularDigits = true;
+    // The condensed face, which sits at its own vertical offsets in the strip.
+    bool condensed = false;
+    double letterSpacing = 0; // points between letters
 
     // Panel text comes in sizes 8 to 16; any other stored size means 13.
     static double panelSize(double stored) { return stored >= 8 && stored <= 16 ? stored : 13; }

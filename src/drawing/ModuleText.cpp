@@ -1,0 +1,99 @@
+#include "drawing/ModuleText.h"
+
+#include "drawing/CVBMenubarColorDetector.h"
+#include "drawing/DrawingStyle.h"
+#include "preferences/CVBPreferences.h"
+
+namespace corvane {
+
+namespace {
+
+constexpr int kSemibold = 600;
+
+bool dark() {
+    return CVBMenubarColorDetector::sharedDetector().isMenubarDark();
+}
+
+std::string themed(const std::string& key) {
+    return dark() ? key + "-Dark" : key;
+}
+
+std::int64_t fontStyle(const Value& style) {
+    const Value* key = style.find("font-style");
+    return key ? CVBIntegerForKey(key->string()) : 0;
+}
+
+void applyFace(TextAttributes& a, std::int64_t face, double size) {
+    a.size = TextAttributes::panelSize(size);
+    if (face == 1) {
+        a.family = TextAttributes::kCondensedFont;
+        a.condensed = true;
+        a.tabularDigits = false;
+    } else if (face == 2) {
+        a.weight = kSemibold;
+    }
+}
+
+TextAlignment alignmentOf(const Value& style) {
+    switch (style["alignment"].integerValue()) {
+    case 1:
+        return TextAlignment::Centre;
+    case 2:
+        return TextAlignment::Right;
+    default:
+        return TextAlignment::Left;
+    }
+}
+
+// The shadow of the older look, where a style names one and its colour is not clear.
+void addShadow(TextAttributes& a, const Value& style, const std::string& key) {
+    if (!style.contains("shadow"))
+        return;
+    const Color shadow = CVBColorForKey(key);
+    if (shadow.alpha != 0)
+        a.shadow = shadow;
+}
+
+} // namespace
+
+TextAttributes ModuleText::textAttributes(const Value& style, bool selected) {
+    TextAttributes a;
+    applyFace(a, fontStyle(style), CVBDoubleForKey(style["font"].string()));
+    const std::string colorKey = themed(style["color"].string());
+    if (selected)
+        a.color = Color::white();
+    else if (DrawingStyle::modern() && CVBObjectForKey(colorKey).isNull())
+        a.color = CVBMenubarColorDetector::sharedDetector().color();
+    else
+        a.color = CVBColorForKey(colorKey);
+    if (style.contains("alignment"))
+        a.alignment = alignmentOf(style);
+    if (!DrawingStyle::modern() && !selected && !dark())
+        addShadow(a, style, style["shadow"].string());
+    return a;
+}
+
+TextAttributes ModuleText::smallTextAttributes(const Value& style, bool selected) {
+    TextAttributes a;
+    const std::int64_t face = fontStyle(style);
+    applyFace(a, face, 9);
+    if (face == 1)
+        a.letterSpacing = 0.5;
+    a.color = selected ? Color::white() : CVBColorForKey(themed(style["color"].string()));
+    a.alignment = alignmentOf(style);
+    if (!DrawingStyle::modern() && !selected)
+        addShadow(a, style, themed(style["shadow"].string()));
+    return a;
+}
+
+TextAttributes ModuleText::percentageAttributes(const Value& style, bool selected) {
+    TextAttributes a;
+    applyFace(a, fontStyle(style), CVBDoubleForKey(style["font"].string()));
+    a.color = selected ? Color::white() : CVBColorForKey(themed(style["color"].string()));
+    a.alignment = TextAlignment::Centre;
+    if (!selected && !dark())
+        addShadow(a, style, style["shadow"].string());
+    return a;
+}
+
+} // namespace corvane

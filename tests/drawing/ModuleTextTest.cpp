@@ -1,0 +1,107 @@
+#include "drawing/ModuleText.h"
+
+#include "../preferences/PreferencesFixture.h"
+#include "drawing/CVBModuleView.h"
+#include "drawing/DrawingStyle.h"
+
+#include <cmath>
+
+using namespace corvane;
+using corvane::test::PreferencesFixture;
+
+namespace {
+
+const Value kCpuStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
+                                     {"color", "CPU_MenubarTextColor"},
+                                     {"shadow", "CPU_MenubarTextShadowColor"},
+                                     {"font-style", "CPU_MenubarFontStyle"},
+                                     {"alignment", 1}});
+
+class Text : public PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        view.setSurface(&surface);
+    }
+    void TearDown() override {
+        DrawingStyle::setModern(true);
+        PreferencesFixture::TearDown();
+    }
+    Image image{200, Surface::kStripHeight};
+    Surface surface{image};
+    CVBModuleView view;
+};
+
+TEST_F(Text, StylesReadTheirFaceSizeAndColourFromThePreferences) {
+    TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    EXPECT_EQ(a.size, 13);
+    EXPECT_EQ(a.family, TextAttributes::kSystemFont);
+    EXPECT_EQ(a.color, (Color{0.22, 0.22, 0.22, 1.0}));
+    EXPECT_EQ(a.alignment, TextAlignment::Centre);
+    EXPECT_TRUE(a.tabularDigits);
+    EXPECT_FALSE(a.shadow); // the modern look has none
+
+    CVBSetIntegerForKey(1, "CPU_MenubarFontStyle");
+    CVBSetIntegerForKey(20, "CPU_MenubarTextSize"); // out of range: 13
+    a = ModuleText::textAttributes(kCpuStyle, false);
+    EXPECT_TRUE(a.condensed);
+    EXPECT_EQ(a.family, TextAttributes::kCondensedFont);
+    EXPECT_EQ(a.size, 13);
+    CVBSetIntegerForKey(2, "CPU_MenubarFontStyle");
+    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, false).weight, 600);
+
+    appearance->dark = true;
+    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, false).color, Color::white());
+    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, true).color, Color::white());
+}
+
+TEST_F(Text, TheOlderLookAddsAShadowOnALightPanel) {
+    DrawingStyle::setModern(false);
+    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    ASSERT_TRUE(a.shadow);
+    EXPECT_EQ(*a.shadow, (Color{1, 1, 1, 0.5}));
+    EXPECT_FALSE(ModuleText::textAttributes(kCpuStyle, true).shadow);
+    CVBSetObjectForKey("1 1 1 0", "CPU_MenubarTextShadowColor");
+    EXPECT_FALSE(ModuleText::textAttributes(kCpuStyle, false).shadow);
+}
+
+TEST_F(Text, SmallTextIsNinePointsAndAlwaysAligned) {
+    const Value style = Value::dict({{"color", "Memory_UFUsedColor"},
+                                     {"font-style", "Memory_UFMenubarFontStyle"},
+                                     {"alignment", 2}});
+    TextAttributes a = ModuleText::smallTextAttributes(style, false);
+    EXPECT_EQ(a.size, 9);
+    EXPECT_EQ(a.alignment, TextAlignment::Right);
+    CVBSetIntegerForKey(1, "Memory_UFMenubarFontStyle");
+    a = ModuleText::smallTextAttributes(style, false);
+    EXPECT_TRUE(a.condensed);
+    EXPECT_EQ(a.letterSpacing, 0.5);
+    EXPECT_EQ(ModuleText::percentageAttributes(style, false).alignment, TextAlignment::Centre);
+}
+
+TEST_F(Text, WidthsOfChangingValuesNeverShrink) {
+    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    const double wide = view.stableWidth("text-attributes-cpu-percentage-width", "100%", a);
+    EXPECT_EQ(view.stableWidth("text-attributes-cpu-percentage-width", "5%", a), wide);
+    EXPECT_EQ(view.config["text-attributes-cpu-percentage-width"].doubleValue(), wide);
+    view.config.erase("text-attributes-cpu-percentage-width");
+    EXPECT_LT(view.stableWidth("text-attributes-cpu-percentage-width", "5%", a), wide);
+}
+
+TEST_F(Text, TextOperationsAnswerTheirWidths) {
+    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    const int width = view.sizeLargeText("42%", a);
+    EXPECT_EQ(width, static_cast<int>(std::ceil(surface.measureText("42%", a).width)));
+    EXPECT_EQ(view.drawLargeText("42%", a, 0), width + 4);
+    EXPECT_EQ(view.drawLargeText("42%", a, Rect{10, 0, 30.7, 22}), 34);
+    EXPECT_EQ(view.drawSmallText("U:", a, Point{0, 10}), view.sizeSmallText("U:", a) + 4);
+    // The text landed in the strip, not above or below it.
+    int ink = 0;
+    for (int x = 0; x < 200; ++x)
+        for (int y = 0; y < 22; ++y)
+            ink += image.pixel(x, y).alpha > 0.5 ? 1 : 0;
+    EXPECT_GT(ink, 20);
+}
+
+} // namespace
