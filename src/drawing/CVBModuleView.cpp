@@ -1,5 +1,6 @@
 #include "drawing/CVBModuleView.h"
 
+#include "drawing/Artwork.h"
 #include "drawing/CVBMenubarColorDetector.h"
 #include "drawing/DrawingStyle.h"
 #include "drawing/GraphColors.h"
@@ -356,7 +357,19 @@ double CVBModuleView::stableWidth(const std::string& key, std::string_view text,
     return widest;
 }
 
+int CVBModuleView::drawLabel(const std::string& image, const std::string& colorKey, int offset) {
+    const std::string key =
+        CVBMenubarColorDetector::sharedDetector().isMenubarDark() ? colorKey + "-Dark" : colorKey;
+    const auto tinted =
+        CVBCache::cache().tintedImage(image, key, false, isMenuDown, surface().scaleFactor());
+    if (!tinted)
+        return 0;
+    surface().drawImage(*tinted, {static_cast<double>(offset), 2});
+    return static_cast<int>(tinted->size().width + 5);
+}
+
 void CVBModuleView::resetCache() {
+    CVBCache::cache().clear();
     imageCache_.clear();
     uncached_.reset();
 }

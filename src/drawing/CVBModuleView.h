@@ -74,6 +74,9 @@ public:
     // Direction 1 points up, anything else down.
     int drawArrow(bool filled, int direction, const Color& color, Point at, bool flatten);
 
+    // A tinted picture from the artwork at (offset, 2); answers its width + 5.
+    int drawLabel(const std::string& image, const std::string& colorKey, int offset);
+
     // Text in the strip: large text in a rectangle 22 high at the offset its size needs,
     // small text in one 12 high (14 for the condensed face). Each answers its width + 4.
     int drawLargeText(std::string_view text, const TextAttributes& attributes, int offset);

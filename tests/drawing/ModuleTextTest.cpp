@@ -1,8 +1,10 @@
 #include "drawing/ModuleText.h"
 
 #include "../preferences/PreferencesFixture.h"
+#include "drawing/Artwork.h"
 #include "drawing/CVBModuleView.h"
 #include "drawing/DrawingStyle.h"
+#include "foundation/Log.h"
 
 #include <cmath>
 
@@ -102,6 +104,50 @@ TEST_F(Text, TextOperationsAnswerTheirWidths) {
         for (int y = 0; y < 22; ++y)
             ink += image.pixel(x, y).alpha > 0.5 ? 1 : 0;
     EXPECT_GT(ink, 20);
+}
+
+} // namespace
+
+namespace {
+
+class Labels : public Text {
+protected:
+    // The colours of the ink in the picture, as the count of pixels that match.
+    int inkOf(const Color& c) const {
+        int count = 0;
+        for (int x = 0; x < image.pixelWidth(); ++x)
+            for (int y = 0; y < image.pixelHeight(); ++y) {
+                const Color p = image.pixel(x, y);
+                count += p.alpha > 0.9 && std::fabs(p.red - c.red) < 0.05 &&
+                                 std::fabs(p.green - c.green) < 0.05 &&
+                                 std::fabs(p.blue - c.blue) < 0.05
+                             ? 1
+                             : 0;
+            }
+        return count;
+    }
+};
+
+TEST_F(Labels, AreTheArtworkInTheLabelsColour) {
+    CVBCache::cache().clear();
+    EXPECT_EQ(view.drawLabel("menubar-label-cpu", "CPU_Label", 0), 24);
+    EXPECT_GT(inkOf(Color::black()), 10);
+
+    CVBSetObjectForKey("1 0 0 1", "CPU_Label");
+    view.resetCache();
+    view.drawLabel("menubar-label-cpu", "CPU_Label", 40);
+    EXPECT_GT(inkOf({1, 0, 0, 1}), 10);
+
+    appearance->dark = true;
+    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    view.drawLabel("menubar-label-cpu", "CPU_Label", 80); // "CPU_Label-Dark": white
+    EXPECT_GT(inkOf(Color::white()), 10);
+}
+
+TEST_F(Labels, MissingArtworkDrawsNothing) {
+    LogCapture log;
+    EXPECT_EQ(view.drawLabel("menubar-label-nothing", "CPU_Label", 0), 0);
+    EXPECT_TRUE(log.contains("menubar-label-nothing")) << log.lines();
 }
 
 } // namespace
