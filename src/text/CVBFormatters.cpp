@@ -1,0 +1,88 @@
+#include "text/CVBFormatters.h"
+
+#include "foundation/Log.h"
+
+#include <unicode/decimfmt.h>
+#include <unicode/locid.h>
+#include <unicode/numfmt.h>
+#include <unicode/unistr.h>
+
+namespace corvane {
+
+namespace {
+std::unique_ptr<CVBFormatters>& instance() {
+    static std::unique_ptr<CVBFormatters> shared;
+    return shared;
+}
+} // namespace
+
+struct CVBFormatters::Impl {
+    std::unique_ptr<icu::NumberFormat> decimal;
+    std::unique_ptr<icu::DecimalFormat> pattern;
+
+    static std::string format(icu::NumberFormat* f, double v) {
+        if (!f)
+            return std::to_string(v);
+        icu::UnicodeString out;
+        f->format(v, out);
+        std::string utf8;
+        out.toUTF8String(utf8);
+        return utf8;
+    }
+};
+
+CVBFormatters::CVBFormatters()
+    : impl_(std::make_unique<Impl>()) {
+    UErrorCode status = U_ZERO_ERROR;
+    impl_->decimal.reset(icu::NumberFormat::createInstance(icu::Locale::getDefault(), status));
+    if (U_FAILURE(status)) {
+        CVBLog("Number formatter unavailable: %s", u_errorName(status));
+        impl_->decimal.reset();
+    }
+    status = U_ZERO_ERROR;
+    auto pattern = std::make_unique<icu::DecimalFormat>(icu::UnicodeString("#,##0"), status);
+    if (U_SUCCESS(status))
+        impl_->pattern = std::move(pattern);
+}
+
+CVBFormatters::~CVBFormatters() = default;
+
+CVBFormatters& CVBFormatters::sharedFormatter() {
+    auto& shared = instance();
+    if (!shared)
+        shared.reset(new CVBFormatters());
+    return *shared;
+}
+
+void CVBFormatters::cleanup() {
+    instance().reset();
+}
+
+void CVBFormatters::setFractionDigits(int minimum, int maximum) {
+    if (!impl_->decimal)
+        return;
+    // Raise the maximum first: ICU clamps the minimum to the current maximum.
+    impl_->decimal->setMaximumFractionDigits(maximum);
+    impl_->decimal->setMinimumFractionDigits(minimum);
+}
+
+std::string CVBFormatters::stringFromDouble0(double value) {
+    setFractionDigits(0, 0);
+    return stringFromDouble(value);
+}
+std::string CVBFormatters::stringFromDouble1(double value) {
+    setFractionDigits(1, 1);
+    return stringFromDouble(value);
+}
+std::string CVBFormatters::stringFromDouble2(double value) {
+    setFractionDigits(2, 2);
+    return stringFromDouble(value);
+}
+std::string CVBFormatters::stringFromDouble(double value) {
+    return Impl::format(impl_->decimal.get(), value);
+}
+std::string CVBFormatters::formattedNumber(double value) {
+    return Impl::format(impl_->pattern.get(), value);
+}
+
+} // namespace corvane

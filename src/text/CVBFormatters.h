@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace corvane {
+
+// The one shared decimal formatter (locale grouping). Each setter changes the digits for the
+// call that follows it only; callers set, then format, on the drawing thread.
+class CVBFormatters {
+public:
+    static CVBFormatters& sharedFormatter();
+    // Drops the formatters so the next call picks up a changed default locale (tests).
+    static void cleanup();
+
+    std::string stringFromDouble0(double value);
+    std::string stringFromDouble1(double value);
+    std::string stringFromDouble2(double value);
+    std::string stringFromDouble(double value);
+    void setFractionDigits(int minimum, int maximum);
+    // "#,##0" in the locale's symbols.
+    std::string formattedNumber(double value);
+
+    ~CVBFormatters();
+
+private:
+    CVBFormatters();
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace corvane

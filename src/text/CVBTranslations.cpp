@@ -1,0 +1,181 @@
+#include "text/CVBTranslations.h"
+
+#include "foundation/Paths.h"
+#include "foundation/PropertyList.h"
+#include "preferences/CVBPreferences.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+namespace corvane {
+
+namespace {
+
+constexpr std::string_view kApplicationName = "Corvane Bar";
+
+std::unique_ptr<CVBTranslations>& instance() {
+    static std::unique_ptr<CVBTranslations> shared;
+    return shared;
+}
+
+std::string replaceApplicationName(std::string text) {
+    static constexpr std::string_view kToken = "APPLICATIONNAME";
+    for (auto at = text.find(kToken); at != std::string::npos;
+         at = text.find(kToken, at + kApplicationName.size()))
+        text.replace(at, kToken.size(), kApplicationName);
+    return text;
+}
+
+std::string replaced(std::string text, char from, char to) {
+    std::replace(text.begin(), text.end(), from, to);
+    return text;
+}
+
+// "de_DE.UTF-8" -> "de_DE"
+std::string stripEncoding(std::string_view name) {
+    const auto cut = name.find_first_of(".@");
+    return std::string(name.substr(0, cut));
+}
+
+} // namespace
+
+CVBTranslations& CVBTranslations::sharedTranslations() {
+    auto& shared = instance();
+    if (!shared) {
+        shared = std::make_unique<CVBTranslations>();
+        shared->loadTranslations();
+    }
+    return *shared;
+}
+
+void CVBTranslations::cleanup() {
+    instance().reset();
+}
+
+std::vector<std::string> CVBTranslations::matchLanguages(const std::filesystem::path& data) {
+    std::vector<std::string> wanted;
+    if (const char* language = std::getenv("LANGUAGE"); language && *language) {
+        std::string_view list(language);
+        while (!list.empty()) {
+            const auto colon = list.find(':');
+            wanted.push_back(stripEncoding(list.substr(0, colon)));
+            list = colon == std::string_view::npos ? std::string_view{} : list.substr(colon + 1);
+        }
+    }
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const char* value = std::getenv(name); value && *value) {
+            wanted.push_back(stripEncoding(value));
+            break;
+        }
+    }
+    std::vector<std::string> matched;
+    std::error_code error;
+    auto carried = [&](const std::string& language) {
+        return !language.empty() &&
+               std::filesystem::is_directory(data / (language + ".lproj"), error);
+    };
+    auto add = [&](const std::string& language) {
+        if (std::find(matched.begin(), matched.end(), language) == matched.end())
+            matched.push_back(language);
+    };
+    for (const auto& language : wanted) {
+        if (carried(language))
+            add(language);
+        else if (const auto base = language.substr(0, language.find('_')); carried(base))
+            add(base);
+    }
+    if (matched.empty())
+        matched.push_back("en");
+    return matched;
+}
+
+std::vector<std::string> CVBTranslations::preferredLocalizations() {
+    if (!loadedPreferred_) {
+        preferredLocalizations_ = matchLanguages(Paths::dataDirectory());
+        loadedPreferred_ = true;
+    }
+    const Value& language = CVBObjectForKey("language");
+    if (language.isString() && !language.string().empty())
+        return {replaced(language.string(), '_', '-')};
+    return preferredLocalizations_;
+}
+
+std::vector<std::string> CVBTranslations::preferedLocalization() {
+    const Value& language = CVBObjectForKey("language");
+    if (language.isString() && !language.string().empty())
+        return {language.string()};
+    preferredLocalizations();
+    return preferredLocalizations_;
+}
+
+const StringTable& CVBTranslations::table(const std::string& fileName,
+                                          const std::string& language) {
+    if (auto found = translations_.find(fileName); found != translations_.end())
+        return found->second;
+    const auto data = Paths::dataDirectory();
+    std::error_code error;
+    auto path = data / (language + ".lproj") / fileName;
+    if (!std::filesystem::is_regular_file(path, error) &&
+        (language == "pt" || language == "pt_BR" || language == "pt-PT"))
+        path = data / "pt_PT.lproj" / fileName;
+    StringTable entries = readStringsFile(path);
+    // An empty table is not kept, so a missing file is looked for again next time.
+    if (entries.empty()) {
+        static const StringTable kEmpty;
+        return kEmpty;
+    }
+    return translations_.emplace(fileName, std::move(entries)).first->second;
+}
+
+std::optional<std::string> CVBTranslations::localizedString(std::string_view key,
+                                                            std::string_view tableName) {
+    const auto languages = preferredLocalizations();
+    const std::string language = languages.empty() ? "en" : languages.front();
+    if (tableName == "MENU") {
+        if (!translationsMenu_) {
+            translationsMenu_.emplace();
+            const Value menu =
+                readPropertyListFile(Paths::dataDirectory() / "MainMenuTranslations.plist");
+            const Value& entry = menu[language + ".lproj"];
+            if (entry.isDictionary())
+                for (const auto& [k, v] : entry.dictionaryItems())
+                    (*translationsMenu_)[replaceApplicationName(k)] =
+                        replaceApplicationName(v.stringValue());
+        }
+        if (auto found = translationsMenu_->find(key); found != translationsMenu_->end())
+            return replaceApplicationName(found->second);
+        tableName = "prefs";
+    }
+    const std::string fileName = tableName.empty() ? std::string("Localizable.strings")
+                                                   : std::string(tableName) + ".strings";
+    const StringTable& entries = table(fileName, language);
+    if (auto found = entries.find(key); found != entries.end())
+        return found->second;
+    return std::nullopt;
+}
+
+std::string HLVLocalizedString(std::string_view key, std::optional<std::string_view> fallback,
+                               std::string_view table) {
+    auto text = CVBTranslations::sharedTranslations().localizedString(key, table);
+    if (text && !text->empty())
+        return *text;
+    return std::string(fallback ? *fallback : key);
+}
+
+std::string HLVLocalizedMenuString(std::string_view key) {
+    auto text = CVBTranslations::sharedTranslations().localizedString(key, "MENU");
+    if (text && !text->empty())
+        return *text;
+    return std::string(key);
+}
+
+bool isRTLLanguage() {
+    const auto languages = CVBTranslations::sharedTranslations().preferedLocalization();
+    if (languages.empty())
+        return false;
+    const auto base = languages.front().substr(0, languages.front().find_first_of("_-"));
+    return base == "ar" || base == "he" || base == "fa" || base == "ur";
+}
+
+} // namespace corvane

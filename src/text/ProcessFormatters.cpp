@@ -1,0 +1,69 @@
+#include "text/ProcessFormatters.h"
+
+#include "preferences/CVBPreferences.h"
+#include "text/CVBFormatters.h"
+#include "text/CVBTranslations.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+AttributedText styled(const std::string& number, const std::string& unitKey) {
+    AttributedText out;
+    out.alignment = valueTextAlignmentForLanguage();
+    out.text = number;
+    if (!unitKey.empty())
+        out.text += " ";
+    out.runs.push_back({0, out.text.size(), 12, true});
+    if (!unitKey.empty()) {
+        const std::string unit = HLVLocalizedString(unitKey, {}, "common");
+        out.runs.push_back({out.text.size(), unit.size(), 10, true});
+        out.text += unit;
+    }
+    return out;
+}
+
+CVBFormatters& shared() {
+    return CVBFormatters::sharedFormatter();
+}
+
+} // namespace
+
+int valueTextAlignmentForLanguage() {
+    return isRTLLanguage() ? 0 : 1;
+}
+
+AttributedText formattedProcessBandwidth(bool switchUnits, double v) {
+    if (v == 0)
+        return styled("-", {});
+    auto format = CVBIntegerForKey("Network_DataFormat");
+    if (switchUnits && format >= 0 && format <= 5) {
+        static constexpr int kSwitched[] = {2, 3, 0, 1, 5, 4};
+        format = kSwitched[format];
+    }
+    const bool bits = format == 2 || format == 3 || format == 5;
+    if (bits)
+        v *= 8;
+    if (v <= 1024000)
+        return styled(shared().stringFromDouble0(v / 1024), bits ? "Kb/s" : "KB/s");
+    if (v <= 1048576000)
+        return styled(shared().stringFromDouble1(v / 1048576), bits ? "Mb/s" : "MB/s");
+    return styled(shared().stringFromDouble2(v / 1073741824), bits ? "Gb/s" : "GB/s");
+}
+
+AttributedText formattedProcessActivity(double v) {
+    if (v == 0)
+        return styled("-", {});
+    const double w = std::max(v / 1024, 1.0);
+    if (w <= 1000)
+        return styled(shared().stringFromDouble0(w), "KB/s");
+    if (w <= 1024000)
+        return styled(shared().stringFromDouble1(w / 1024), "MB/s");
+    if (w <= 1048576000)
+        return styled(shared().stringFromDouble1(w / 1048576), "GB/s");
+    return styled(shared().stringFromDouble1(w / 1073741824), "TB/s");
+}
+
+} // namespace corvane

@@ -1,0 +1,159 @@
+#include "text/SensorFormatters.h"
+
+#include "preferences/CVBPreferences.h"
+#include "text/CVBFormatters.h"
+#include "text/CVBTranslations.h"
+#include "text/ValueFormatters.h"
+
+#include <cstdio>
+
+namespace corvane {
+
+namespace {
+
+std::string printf1(const char* format, double v) {
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, format, v);
+    return buffer;
+}
+
+std::string unit(const char* key) {
+    return HLVLocalizedString(key, {}, "common");
+}
+
+CVBFormatters& shared() {
+    return CVBFormatters::sharedFormatter();
+}
+
+std::string withUnit(const std::string& number, const char* key) {
+    return number + " " + unit(key);
+}
+
+// `test` decides the frequency level; `shown` is the number printed.
+std::string sensorText(int type, double test, double shown) {
+    switch (type) {
+    case 0:
+    case 1:
+        return formattedTemperature(shown);
+    case 2:
+        return printf1("%.0f", shown);
+    case 3:
+        return withUnit(shared().stringFromDouble2(shown), "V");
+    case 4:
+        return withUnit(shared().stringFromDouble2(shown), "A");
+    case 5:
+        return withUnit(shared().stringFromDouble2(shown), "W");
+    case 7:
+        return printf1("%.0f", shown) + " " + unit("lx");
+    case 8:
+        if (test >= 1000)
+            return withUnit(shared().stringFromDouble2(shown / 1000), "GHz");
+        return printf1("%.0f", shown) + " " + unit("MHz");
+    case 9:
+        return printf1("%.0fx", shown);
+    default:
+        return shared().stringFromDouble2(shown);
+    }
+}
+
+} // namespace
+
+int decimalLevelForSensor(const SensorItem* item) {
+    if (!item)
+        return 0;
+    switch (item->type()) {
+    case 3:
+    case 4:
+    case 5:
+        return 1;
+    case 8:
+        return 2;
+    default:
+        return 0;
+    }
+}
+
+std::string formattedSensor(const SensorItem* item) {
+    if (!item)
+        return "-";
+    return sensorText(item->type(), item->value(), item->value());
+}
+
+std::string formattedSensor2(const SensorItem* item, double value) {
+    if (!item)
+        return "-";
+    if (item->type() <= 1)
+        return temperatureValue(false, value) + temperatureUnit();
+    return sensorText(item->type(), item->value(), value);
+}
+
+std::string formattedMenubarSensor(const SensorItem* item, const Value& record, bool switchUnits) {
+    if (!item)
+        return "-";
+    const int type = item->type();
+    const double value = item->value();
+
+    int decimals = decimalLevelForSensor(item);
+    if (const Value* asked = record.find("decimals"))
+        decimals = static_cast<int>(asked->integerValue());
+    shared().setFractionDigits(0, 0);
+    if (decimals == 2)
+        shared().setFractionDigits(2, 2);
+    else if (decimals == 1)
+        shared().setFractionDigits(1, 1);
+
+    std::string unitText;
+    switch (type) {
+    case 0:
+    case 1:
+        unitText = CVBIntegerForKey("Sensors_TemperatureMode") == 2 ? unit(" K") : degreesSymbol();
+        break;
+    case 2:
+        unitText = unit("rpm");
+        break;
+    case 3:
+        unitText = unit("V");
+        break;
+    case 4:
+        unitText = unit("A");
+        break;
+    case 5:
+        unitText = unit("W");
+        break;
+    case 7:
+        unitText = unit("lx");
+        break;
+    case 8:
+        unitText = unit(value >= 1000 ? "G" : "M");
+        break;
+    default:
+        break;
+    }
+    // Fans show their unit only when asked; the others unless told not to.
+    const Value* suffix = record.find("suffix");
+    const bool showUnit =
+        type == 2 ? (suffix && suffix->boolValue()) : !(suffix && !suffix->boolValue());
+    if (!showUnit)
+        unitText.clear();
+
+    switch (type) {
+    case 0:
+    case 1:
+        return temperatureValue(switchUnits, value) + unitText;
+    case 2:
+        return printf1("%.0f", value) + unitText;
+    case 3:
+    case 4:
+    case 5:
+    case 7:
+        return shared().stringFromDouble(value) + unitText;
+    case 8:
+        if (value >= 1000)
+            return shared().stringFromDouble(value / 1000) + unitText;
+        return printf1("%.0f", value) + unitText;
+    default:
+        return shared().stringFromDouble2(value);
+    }
+}
+
+} // namespace corvane

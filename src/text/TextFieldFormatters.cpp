@@ -1,0 +1,35 @@
+#include "text/TextFieldFormatters.h"
+
+#include "preferences/CVBPreferences.h"
+#include "text/CVBTranslations.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace corvane {
+
+std::string DataFormatter::stringForObjectValue(const Value& value) const {
+    return value.stringValue() + HLVLocalizedString(dataFormat == 1 ? "GB" : "MB", {}, "common");
+}
+
+std::string PercentageFormatter::stringForObjectValue(const Value& value) const {
+    return std::to_string(value.integerValue()) + "%";
+}
+
+std::string TemperatureFormatter::stringForObjectValue(const Value& value) const {
+    static constexpr const char* kLetters[] = {"C", "F", "K"};
+    const auto mode = CVBIntegerForKey("Sensors_TemperatureMode");
+    return value.stringValue() + "°" + kLetters[mode >= 0 && mode <= 2 ? mode : 0];
+}
+
+std::string DurationFormatter::stringForObjectValue(const Value& value) const {
+    return value.stringValue();
+}
+
+Value DurationFormatter::getObjectValue(std::string_view text) const {
+    const std::string s(text);
+    const long seconds = std::clamp(std::strtol(s.c_str(), nullptr, 10), 1L, 600L);
+    return Value(std::to_string(seconds));
+}
+
+} // namespace corvane

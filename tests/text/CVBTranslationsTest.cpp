@@ -1,0 +1,82 @@
+#include "text/CVBTranslations.h"
+
+#include "preferences/PreferencesFixture.h"
+
+#include <cstdlib>
+
+namespace corvane {
+namespace {
+
+class Translations : public test::PreferencesFixture {
+protected:
+    void SetUp() override {
+        ::setenv("CORVANEBAR_DATA_DIR", (std::string(CVB_FIXTURES_DIR) + "/text").c_str(), 1);
+        ::setenv("LANGUAGE", "en", 1);
+        install();
+        CVBTranslations::cleanup();
+    }
+    void TearDown() override {
+        CVBTranslations::cleanup();
+        ::unsetenv("CORVANEBAR_DATA_DIR");
+        ::unsetenv("LANGUAGE");
+        PreferencesFixture::TearDown();
+    }
+};
+
+TEST_F(Translations, MenuKeyWithProductNameAndFallThroughToPrefs) {
+    EXPECT_EQ(HLVLocalizedMenuString("About Corvane Bar"), "About Corvane Bar…");
+    EXPECT_EQ(HLVLocalizedMenuString("Check for Updates…"), "Check for Updates…"); // from prefs
+    EXPECT_EQ(HLVLocalizedMenuString("Blank"), "Blank");
+    EXPECT_EQ(HLVLocalizedMenuString("Nowhere"), "Nowhere");
+}
+
+TEST_F(Translations, EmptyOrMissingTextShowsFallbackOrKey) {
+    EXPECT_EQ(HLVLocalizedString("Empty", {}, "prefs"), "Empty");
+    EXPECT_EQ(HLVLocalizedString("Empty", "Instead", "prefs"), "Instead");
+    EXPECT_EQ(HLVLocalizedString("Missing", {}, "nosuchtable"), "Missing");
+}
+
+TEST_F(Translations, PortugueseFallsBackToPortugal) {
+    CVBSetObjectForKey(Value("pt"), "language");
+    EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Preferências");
+}
+
+TEST_F(Translations, LanguagePreferenceWinsAndKeepsItsUnderscore) {
+    CVBSetObjectForKey(Value("pt_PT"), "language");
+    EXPECT_EQ(CVBTranslations::sharedTranslations().preferedLocalization(),
+              std::vector<std::string>{"pt_PT"});
+    EXPECT_FALSE(isRTLLanguage());
+}
+
+TEST_F(Translations, EnvironmentMatchedAgainstCarriedFolders) {
+    const std::filesystem::path data = std::string(CVB_FIXTURES_DIR) + "/text";
+    ::setenv("LANGUAGE", "xx:pt_PT.UTF-8", 1);
+    EXPECT_EQ(CVBTranslations::matchLanguages(data), std::vector<std::string>{"pt_PT"});
+    ::setenv("LANGUAGE", "", 1);
+    ::setenv("LC_ALL", "en_GB.UTF-8", 1); // no en_GB folder: its base "en"
+    EXPECT_EQ(CVBTranslations::matchLanguages(data), std::vector<std::string>{"en"});
+    ::unsetenv("LC_ALL");
+}
+
+// The carried tables: choosing German changes what a user reads.
+class CarriedTables : public test::PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        CVBTranslations::cleanup();
+        CVBSetObjectForKey(Value("de"), "language");
+    }
+    void TearDown() override {
+        CVBTranslations::cleanup();
+        PreferencesFixture::TearDown();
+    }
+};
+
+TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
+    EXPECT_EQ(HLVLocalizedString("rpm", {}, "common"), "U/min");
+    EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Einstellungen");
+    EXPECT_EQ(HLVLocalizedMenuString("Quit Corvane Bar"), "Corvane Bar beenden");
+}
+
+} // namespace
+} // namespace corvane

@@ -1,0 +1,48 @@
+#include "text/StringsFile.h"
+
+#include "foundation/Log.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+TEST(StringsFile, CommentsEscapesAndBareWords) {
+    const auto table = parseStringsTable(R"(/* block
+   comment */ "a" = "line\nnext\t\"q\" \\ \u00e9"; // trailing
+key_2 = bare.value;
+"only key";)");
+    EXPECT_EQ(table.at("a"), "line\nnext\t\"q\" \\ \xC3\xA9");
+    EXPECT_EQ(table.at("key_2"), "bare.value");
+    EXPECT_EQ(table.at("only key"), "only key");
+}
+
+TEST(StringsFile, Utf8ByteOrderMarkIsSkipped) {
+    EXPECT_EQ(parseStringsTable("\xEF\xBB\xBF\"k\" = \"v\";").at("k"), "v");
+}
+
+TEST(StringsFile, Utf16FileWithByteOrderMark) {
+    const auto table =
+        readStringsFile(std::filesystem::path(CVB_FIXTURES_DIR) / "text" / "utf16.strings");
+    EXPECT_EQ(table.at("Hello"), "Hallo \"du\"");
+}
+
+TEST(StringsFile, Utf16BigEndianSurrogatePair) {
+    // U+1F600 as D83D DE00 inside quotes.
+    const std::string bytes("\xFE\xFF\0\"\0k\0\"\0=\0\"\xD8\x3D\xDE\x00\0\"\0;", 20);
+    EXPECT_EQ(parseStringsTable(bytes).at("k"), "\xF0\x9F\x98\x80");
+}
+
+TEST(StringsFile, MalformedInputKeepsWhatCameBeforeAndLogs) {
+    LogCapture log;
+    const auto table = parseStringsTable("\"good\" = \"yes\";\n\"bad\" = \"unterminated");
+    EXPECT_EQ(table.size(), 1u);
+    EXPECT_EQ(table.at("good"), "yes");
+    EXPECT_TRUE(log.contains("Strings table"));
+
+    EXPECT_TRUE(parseStringsTable("\"x\" = \"y\"").empty()); // missing ';'
+    EXPECT_TRUE(readStringsFile("/nonexistent/x.strings").empty());
+}
+
+} // namespace
+} // namespace corvane
