@@ -13,10 +13,12 @@
 #include "foundation/Log.h"
 #include "foundation/MainQueue.h"
 #include "preferences/PreferenceCommands.h"
+#include "preferences/SettingsFile.h"
 #include "sky/SkyReport.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <filesystem>
 #include <glib-unix.h>
 #include <iostream>
 
@@ -188,6 +190,75 @@ void addPrefsCommand(CLI::App& app, PrefsOptions& o) {
     o.remove->add_option("KEY", o.key)->required();
 }
 
+struct SettingsOptions {
+    CLI::App* exportCommand = nullptr;
+    CLI::App* importCommand = nullptr;
+    CLI::App* resetCommand = nullptr;
+    std::string file;
+    bool yes = false;
+};
+
+void addSettingsCommands(CLI::App& app, SettingsOptions& o) {
+    o.exportCommand =
+        app.add_subcommand("export", "Write the settings, but this machine's own, to a .cvbp file");
+    o.exportCommand->add_option("FILE", o.file, "The file; \".cvbp\" is added when missing")
+        ->required();
+    o.importCommand = app.add_subcommand(
+        "import", "Replace the settings by those of a .cvbp file, keeping this machine's own");
+    o.importCommand->add_option("FILE", o.file)->required();
+    o.resetCommand = app.add_subcommand(
+        "reset", "Remove every setting but this machine's own: the defaults apply again");
+    o.resetCommand->add_flag("--yes", o.yes, "Confirm; without it nothing is removed");
+}
+
+// Tells the running programs that the settings changed under them.
+void announceReplacedSettings() {
+    auto& center = corvane::DistributedNotificationCenter::defaultCenter();
+    center.postNotificationName("CorvaneBarExternalChange");
+    center.flush();
+}
+
+int runSettings(const SettingsOptions& o) {
+    auto& preferences = corvane::CVBPreferences::sharedPreferences();
+    corvane::SystemStatusItemRestarter restarter;
+    corvane::SettingsFile settings(preferences, restarter);
+    std::filesystem::path file = o.file;
+    if (o.exportCommand->parsed()) {
+        if (file.extension() != ".cvbp")
+            file += ".cvbp";
+        if (!settings.exportSettings(file)) {
+            std::cerr << "corvanebar export: cannot write " << file.string() << "; see the log\n";
+            return 1;
+        }
+        std::cout << "Exported the settings to " << file.string() << "\n";
+        return 0;
+    }
+    if (o.importCommand->parsed()) {
+        if (file.extension() != ".cvbp") {
+            std::cerr << "corvanebar import: " << file.string()
+                      << " is not a settings file (.cvbp); nothing changed\n";
+            return 2;
+        }
+        const auto result = settings.importSettingsFile(file);
+        if (!result) {
+            std::cerr << "corvanebar import: " << result.reason << "; nothing changed\n";
+            return 1;
+        }
+        announceReplacedSettings();
+        std::cout << "Imported the settings of " << file.string() << "\n";
+        return 0;
+    }
+    if (!o.yes) {
+        std::cerr << "corvanebar reset: this removes every setting but this machine's own; "
+                     "run it again with --yes\n";
+        return 2;
+    }
+    settings.resetSettings();
+    announceReplacedSettings();
+    std::cout << "The settings are back to their defaults\n";
+    return 0;
+}
+
 int runPrefs(const PrefsOptions& o) {
     corvane::PreferenceCommands commands(corvane::CVBPreferences::sharedPreferences(),
                                          corvane::DistributedNotificationCenter::defaultCenter(),
@@ -214,12 +285,19 @@ int main(int argc, char** argv) {
     addPrefsCommand(app, prefs);
     StatusOptions status;
     addStatusCommand(app, status);
+    SettingsOptions settings;
+    addSettingsCommands(app, settings);
     CLI11_PARSE(app, argc, argv);
 
     if (app.got_subcommand("sky"))
         return runSky(sky);
     if (status.command->parsed())
         return runStatus(status);
+    if (settings.exportCommand->parsed() || settings.importCommand->parsed() ||
+        settings.resetCommand->parsed()) {
+        corvane::setupLog("App");
+        return runSettings(settings);
+    }
     if (prefs.command->parsed()) {
         // A missing desktop portal and the like are normal; they belong in the log, not on
         // the terminal. The commands print their own errors.

@@ -5,6 +5,7 @@
 #include "foundation/Log.h"
 #include "foundation/TextParsing.h"
 #include "preferences/PreferenceDefaults.h"
+#include "preferences/PreferenceMigration.h"
 
 #include <array>
 #include <charconv>
@@ -91,6 +92,8 @@ CVBPreferences::CVBPreferences(Environment environment)
     loadDefaults();
     supportsMigration = true;
     checkMachine();
+    // Last, so that a first read in any process already sees the current form of each value.
+    PreferenceMigration(*this).migrateIfNeeded();
 }
 
 CVBPreferences::~CVBPreferences() {

@@ -1,0 +1,196 @@
+#include "preferences/SettingsFile.h"
+
+#include "PreferencesFixture.h"
+#include "foundation/AtomicFile.h"
+#include "foundation/Log.h"
+#include "foundation/PropertyList.h"
+#include "preferences/PreferenceMigration.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+
+namespace corvane::test {
+namespace {
+
+struct RecordingRestarter final : StatusItemRestarter {
+    int restarts = 0;
+    void restartStatusItem() override { ++restarts; }
+};
+
+class SettingsFileTest : public PreferencesFixture {
+protected:
+    void SetUp() override {
+        // The migration an import runs looks for 5.x files under the configuration directory.
+        configDir =
+            std::make_unique<ScopedEnvironment>("CORVANEBAR_CONFIG_DIR", dir.path().c_str());
+    }
+    Value onDisk() {
+        PreferenceDomain reader(kExtrasDomain, dir.path() / "extras.plist");
+        return reader.copyAll();
+    }
+
+    std::unique_ptr<ScopedEnvironment> configDir;
+    RecordingRestarter restarter;
+};
+
+const char* const kMachineKeys[] = {
+    "Network_HiddenIBridge", "_mac_id",          "SensorsSliderSet", "Network_PrimaryInterface",
+    "FilteringNetwork",      "FilteringSensors", "FilteringDisks",   "FanControl_DefaultSet"};
+
+TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
+    auto& preferences = install();
+    for (const char* key : kMachineKeys)
+        preferences.setObject(Value("here"), key);
+    preferences.setObject(Value::array({"x"}), "Sensors_MenubarItems");
+    preferences.setObject(Value(3), "TimerFrequency");
+    const auto file = dir.path() / "Corvane Bar Settings.cvbp";
+    ASSERT_TRUE(SettingsFile(preferences, restarter).exportSettings(file));
+
+    const Value written = readPropertyListFile(file);
+    EXPECT_EQ(written["version"], Value("6.72"));
+    EXPECT_EQ(written["build"], Value("1224"));
+    EXPECT_EQ(written["preferences"], Value::dict({{"TimerFrequency", 3}}));
+}
+
+TEST_F(SettingsFileTest, ImportReplacesSettingsButKeepsTheEightMachineKeys) {
+    auto& preferences = install();
+    PreferenceMigration(preferences).migrateIfNeeded();
+    for (const char* key : kMachineKeys)
+        preferences.setObject(Value("here"), key);
+    preferences.setObject(Value(9), "CPU_ProcessCount");
+    preferences.setObject(Value::array({"x"}), "Sensors_MenubarItems");
+    (void)preferences.objectForKey("TimerFrequency"); // cached default
+
+    const auto file = dir.path() / "in.cvbp";
+    ASSERT_TRUE(writePropertyListFile(
+        file, Value::dict({{"version", "6.72"},
+                           {"build", "1224"},
+                           {"preferences", Value::dict({{"TimerFrequency", 5},
+                                                        {"CPU_MenubarMode", "100,6"},
+                                                        {"_mac_id", "elsewhere"},
+                                                        {"Migrated_6.5", true}})}})));
+    std::vector<std::string> posted;
+    auto observer = center.addObserver(kImportedPreferencesNotification,
+                                       [&](const Notification& n) { posted.push_back(n.name); });
+    const auto result = SettingsFile(preferences, restarter).importSettingsFile(file);
+    ASSERT_TRUE(result) << result.reason;
+
+    const Value stored = onDisk();
+    for (const char* key : kMachineKeys)
+        EXPECT_EQ(stored[key], Value("here")) << key;
+    EXPECT_TRUE(stored["CPU_ProcessCount"].isNull());
+    EXPECT_TRUE(stored["Sensors_MenubarItems"].isNull());
+    EXPECT_EQ(preferences.objectForKey("TimerFrequency"), Value(5)) << "cache cleared";
+    EXPECT_EQ(stored["CPU_MenubarMode"].size(), 2u) << "migrated after the import";
+    EXPECT_EQ(stored["Migrated_6.0"], Value(true));
+    EXPECT_EQ(posted.size(), 1u);
+    EXPECT_EQ(restarter.restarts, 1);
+}
+
+TEST_F(SettingsFileTest, ExportOfAFreshInstallationImportsCleanly) {
+    auto& preferences = install();
+    SettingsFile settings(preferences, restarter);
+    const auto empty = dir.path() / "empty.cvbp";
+    ASSERT_TRUE(settings.exportSettings(empty));
+    EXPECT_EQ(readPropertyListFile(empty)["preferences"], Value::dict());
+    ASSERT_TRUE(settings.importSettingsFile(empty));
+
+    // Once migrated, a fresh installation holds only markers; they round-trip.
+    const Value before = onDisk();
+    const auto fresh = dir.path() / "fresh.cvbp";
+    ASSERT_TRUE(settings.exportSettings(fresh));
+    const auto result = settings.importSettingsFile(fresh);
+    ASSERT_TRUE(result) << result.reason;
+    EXPECT_EQ(onDisk(), before);
+}
+
+TEST_F(SettingsFileTest, BadFilesChangeNothing) {
+    auto& preferences = install();
+    preferences.setObject(Value(4), "TimerFrequency");
+    const Value before = onDisk();
+    SettingsFile settings(preferences, restarter);
+
+    struct Case {
+        const char* name;
+        std::string bytes;
+        const char* reason;
+    };
+    const Case cases[] = {
+        {"garbage.cvbp", "this is not a property list", "not a property list"},
+        {"empty.cvbp", "", "not a property list"},
+        {"array.cvbp", writePropertyList(Value::array({1}), PropertyListFormat::XML),
+         "no settings dictionary"},
+        {"nopreferences.cvbp",
+         writePropertyList(Value::dict({{"version", "6.72"}}), PropertyListFormat::Binary),
+         "no \"preferences\""},
+        {"wrongtype.cvbp",
+         writePropertyList(Value::dict({{"preferences", Value::array({"a"})}}),
+                           PropertyListFormat::XML),
+         "not a dictionary"},
+    };
+    for (const auto& c : cases) {
+        ASSERT_TRUE(writeFileAtomically(dir.path() / c.name, c.bytes));
+        const auto result = settings.importSettingsFile(dir.path() / c.name);
+        EXPECT_FALSE(result) << c.name;
+        EXPECT_NE(result.reason.find(c.reason), std::string::npos)
+            << c.name << ": " << result.reason;
+    }
+    EXPECT_FALSE(settings.importSettingsFile(dir.path() / "missing.cvbp"));
+    EXPECT_EQ(onDisk(), before);
+    EXPECT_EQ(restarter.restarts, 0);
+}
+
+TEST_F(SettingsFileTest, FileOlderThan6DoesNotBringBackThe5xDomain) {
+    {
+        PreferenceDomain old(kPreviousExtrasDomain, dir.path() / "extras5.plist");
+        old.setValue("TimerFrequency", 0);
+        ASSERT_TRUE(old.synchronize());
+    }
+    auto& preferences = install();
+    const auto file = dir.path() / "old.cvbp";
+    ASSERT_TRUE(writePropertyListFile(
+        file, Value::dict({{"version", "5.9"},
+                           {"preferences",
+                            Value::dict({{"TimerFrequency", 7}, {"Migrated_6.0", true}})}})));
+    ASSERT_TRUE(SettingsFile(preferences, restarter).importSettingsFile(file));
+    EXPECT_FALSE(preferences.didMigratePreferences);
+    EXPECT_EQ(onDisk()["TimerFrequency"], Value(7));
+    EXPECT_EQ(onDisk()["Migrated_6.0"], Value(true)) << "set by migration, not the file";
+    EXPECT_TRUE(preferences.previousDomain().copyKeyList().empty());
+}
+
+TEST_F(SettingsFileTest, ResetKeepsFiveKeysAndDropsFilters) {
+    auto& preferences = install();
+    for (const char* key : kMachineKeys)
+        preferences.setObject(Value("here"), key);
+    preferences.setObject(Value(9), "CPU_ProcessCount");
+    SettingsFile(preferences, restarter).resetSettings();
+    const Value stored = onDisk();
+    for (const char* key : {"Network_HiddenIBridge", "_mac_id", "SensorsSliderSet",
+                            "Network_PrimaryInterface", "FanControl_DefaultSet"})
+        EXPECT_EQ(stored[key], Value("here")) << key;
+    EXPECT_TRUE(stored["FilteringNetwork"].isNull());
+    EXPECT_EQ(stored["FilteringDisks"], Value::array()) << "emptied again by migration";
+    EXPECT_TRUE(stored["CPU_ProcessCount"].isNull());
+    EXPECT_EQ(preferences.objectForKey("CPU_ProcessCount"), Value(5));
+    EXPECT_EQ(restarter.restarts, 1);
+}
+
+TEST(SystemStatusItemRestarter, FallsBackWithoutABusAndNeverHangs) {
+    ScopedEnvironment noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    TemporaryDirectory dir;
+    const auto marker = dir.path() / "ran";
+    LogCapture log;
+    SystemStatusItemRestarter ran(nullptr, {"touch", marker.string()}, 5.0);
+    ran.restartStatusItem();
+    EXPECT_TRUE(std::filesystem::exists(marker)) << log.lines();
+
+    SystemStatusItemRestarter stuck(nullptr, {"sleep", "30"}, 0.2);
+    const auto start = std::chrono::steady_clock::now();
+    stuck.restartStatusItem();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_TRUE(log.contains("gave up")) << log.lines();
+}
+
+} // namespace
+} // namespace corvane::test
