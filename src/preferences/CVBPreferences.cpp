@@ -93,7 +93,8 @@ CVBPreferences::CVBPreferences(Environment environment)
     supportsMigration = true;
     checkMachine();
     // Last, so that a first read in any process already sees the current form of each value.
-    PreferenceMigration(*this).migrateIfNeeded();
+    if (environment_.migrateOnStart)
+        PreferenceMigration(*this).migrateIfNeeded();
 }
 
 CVBPreferences::~CVBPreferences() {

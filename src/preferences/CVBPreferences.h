@@ -38,6 +38,9 @@ public:
         LocaleFacts locale;
         MainQueue* queue = nullptr;           // for the delayed theme checks
         NotificationCenter* center = nullptr; // in-process notifications
+        // Bring stored values to their current form while starting; tests of the migration
+        // itself turn it off to run the steps by hand.
+        bool migrateOnStart = true;
     };
 
     // The real sources: the domains under the configuration directory, the desktop portal,

@@ -10,6 +10,9 @@ namespace {
 
 class PreferenceMigrationTest : public PreferencesFixture {
 protected:
+    // The steps are run by hand here.
+    PreferenceMigrationTest() { migrateOnStart = false; }
+
     // A 5.x domain on disk before the preferences start.
     void writeOldDomain(const Value& settings) {
         PreferenceDomain old(kPreviousExtrasDomain, dir.path() / "extras5.plist");

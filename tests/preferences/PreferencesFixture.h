@@ -36,6 +36,7 @@ protected:
         env.machine = std::move(machine);
         env.queue = &queue;
         env.center = &center;
+        env.migrateOnStart = migrateOnStart;
         return env;
     }
 
@@ -46,6 +47,7 @@ protected:
 
     void TearDown() override { CVBPreferences::cleanup(); }
 
+    bool migrateOnStart = true;
     TemporaryDirectory dir;
     ManualMainQueue queue;
     NotificationCenter center;
