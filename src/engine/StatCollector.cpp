@@ -232,25 +232,8 @@ void StatCollector::addSample(const Value& sample, int storageIndex, std::uint64
 Value StatCollector::averagesForIndex(int tierIndex) const {
     if (!validTier(tierIndex))
         return {};
-    const sampleindexconfig& tier = tierAt(tierIndex);
-    const double start = tier.time - tier.interval;
-    double stackSums[kMaximumSampleValues] = {};
-    std::vector<double> wideSums;
-    double* sums = stackSums;
-    if (sampleValueCount_ > kMaximumSampleValues) {
-        wideSums.assign(static_cast<std::size_t>(sampleValueCount_), 0.0);
-        sums = wideSums.data();
-    }
-    std::int64_t count = 0;
-    const std::int64_t h = tier.historyIndex;
-    if (h >= 0 && h < tierCount_) {
-        // A live sample is stamped with its beat, which may run up to a second after the
-        // period's end.
-        const double limit = h != 0 ? tier.time : tier.time + 0.99;
-        count = tier::accumulate(tierAt(static_cast<int>(h)), sampleValueCount_, start, limit,
-                                 start > 0, sums);
-    }
-    return tier::averagesDictionary(config_, sums, count, sampleValueCount_, queue_.clock().now());
+    return tier::averagesForPeriod(sampleIndex_, tierIndex, config_, sampleValueCount_,
+                                   tier::PeriodRule::Collector, queue_.clock().now());
 }
 
 Value StatCollector::historyItemForIndex(int tier) const {

@@ -156,23 +156,8 @@ void StatCollectorItem::addSample(const Value& sample, int toStorage, std::int64
 Value StatCollectorItem::averagesForIndex(int tierIndex) const {
     if (!validTier(tierIndex))
         return {};
-    const sampleindexconfig& tier = sampleIndex_[static_cast<std::size_t>(tierIndex)];
-    const double start = tier.time - tier.interval;
-    double stackSums[kMaximumSampleValues] = {};
-    std::vector<double> wideSums;
-    double* sums = stackSums;
-    if (sampleValueCount_ > kMaximumSampleValues) {
-        wideSums.assign(static_cast<std::size_t>(sampleValueCount_), 0.0);
-        sums = wideSums.data();
-    }
-    std::int64_t count = 0;
-    const std::int64_t h = tier.historyIndex;
-    if (h >= 0 && h < tierCount_) {
-        const double limit = h != 0 ? tier.time : tier.time + 0.99;
-        count = tier::accumulate(sampleIndex_[static_cast<std::size_t>(h)], sampleValueCount_,
-                                 start, limit, true, sums);
-    }
-    return tier::averagesDictionary(config_, sums, count, sampleValueCount_, start);
+    return tier::averagesForPeriod(sampleIndex_, tierIndex, config_, sampleValueCount_,
+                                   tier::PeriodRule::Item, 0.0);
 }
 
 Value StatCollectorItem::historyItemForIndex(int tier) const {

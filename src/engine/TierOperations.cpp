@@ -1,6 +1,7 @@
 #include "engine/TierOperations.h"
 
 #include <cmath>
+#include <vector>
 
 namespace corvane::tier {
 
@@ -117,6 +118,31 @@ std::optional<statsample> findIdentifier(const sampleindexconfig& ring, std::uin
             return ring.samples[slot];
     }
     return std::nullopt;
+}
+
+Value averagesForPeriod(std::span<const sampleindexconfig> tiers, int tierIndex,
+                        const Value& config, std::int64_t valueCount, PeriodRule rule, double now) {
+    const sampleindexconfig& tier = tiers[static_cast<std::size_t>(tierIndex)];
+    const double start = tier.time - tier.interval;
+    double stackSums[kMaximumSampleValues] = {};
+    std::vector<double> wideSums;
+    double* sums = stackSums;
+    if (valueCount > kMaximumSampleValues) {
+        wideSums.assign(static_cast<std::size_t>(valueCount), 0.0);
+        sums = wideSums.data();
+    }
+    std::int64_t count = 0;
+    const std::int64_t h = tier.historyIndex;
+    if (h >= 0 && h < static_cast<std::int64_t>(tiers.size())) {
+        // A live sample is stamped with its beat, which may run up to a second after the
+        // period's end.
+        const double limit = h != 0 ? tier.time : tier.time + 0.99;
+        const bool bounded = rule == PeriodRule::Item || start > 0;
+        count =
+            accumulate(tiers[static_cast<std::size_t>(h)], valueCount, start, limit, bounded, sums);
+    }
+    return averagesDictionary(config, sums, count, valueCount,
+                              rule == PeriodRule::Item ? start : now);
 }
 
 } // namespace corvane::tier

@@ -35,6 +35,15 @@ std::int64_t accumulate(const sampleindexconfig& ring, std::int64_t valueCount, 
 Value averagesDictionary(const Value& config, const double* sums, std::int64_t count,
                          std::int64_t valueCount, double time);
 
+// How a period's average is taken and stamped: a collector counts only samples of a period
+// that has begun (a start of 0 means no clock yet) and stamps the average with the time it is
+// made; an item counts every sample of its history tier and stamps the period's start.
+enum class PeriodRule { Collector, Item };
+
+// The averages of the tier's current period over the samples of its history tier.
+Value averagesForPeriod(std::span<const sampleindexconfig> tiers, int tierIndex,
+                        const Value& config, std::int64_t valueCount, PeriodRule rule, double now);
+
 enum class Threshold { Below, AtOrAbove };
 
 // Whether the sum of the listed slots kept to the threshold for the last `forTime` seconds.
