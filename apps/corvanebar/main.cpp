@@ -1,4 +1,5 @@
 // corvanebar: the settings application's command.
+#include "RenderCommand.h"
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/battery/BatteryStatus.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
@@ -287,12 +288,16 @@ int main(int argc, char** argv) {
     addStatusCommand(app, status);
     SettingsOptions settings;
     addSettingsCommands(app, settings);
+    RenderOptions render;
+    addRenderCommand(app, render);
     CLI11_PARSE(app, argc, argv);
 
     if (app.got_subcommand("sky"))
         return runSky(sky);
     if (status.command->parsed())
         return runStatus(status);
+    if (render.command->parsed())
+        return runRender(render);
     if (settings.exportCommand->parsed() || settings.importCommand->parsed() ||
         settings.resetCommand->parsed()) {
         corvane::setupLog("App");

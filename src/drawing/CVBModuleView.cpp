@@ -4,6 +4,7 @@
 #include "drawing/CVBMenubarColorDetector.h"
 #include "drawing/DrawingStyle.h"
 #include "drawing/GraphColors.h"
+#include "drawing/ModuleText.h"
 #include "preferences/CVBPreferences.h"
 
 #include <algorithm>
@@ -368,10 +369,124 @@ int CVBModuleView::drawLabel(const std::string& image, const std::string& colorK
     return static_cast<int>(tinted->size().width + 5);
 }
 
+struct CVBModuleView::BatteryShape {
+    Size image;
+    bool vertical;
+    double longestFill; // the fill's extent at 100 percent
+    const char* name;
+    int width;
+};
+
+int CVBModuleView::drawBatteryVerticalGraph(double percentage, const std::string& colorKey,
+                                            std::int64_t state, int offset) {
+    static const BatteryShape shape{{18, 26}, true, 14, "menubar-battery-vertical", 22};
+    return drawBatteryGraph(shape, percentage, colorKey, state, offset);
+}
+
+int CVBModuleView::drawBatteryHorizontalGraph(double percentage, const std::string& colorKey,
+                                              std::int64_t state, int offset) {
+    static const BatteryShape shape{{26, 18}, false, 19, "menubar-battery-horizontal", 30};
+    return drawBatteryGraph(shape, percentage, colorKey, state, offset);
+}
+
+namespace {
+
+// The symbol a battery's state puts over its fill; none while it simply drains.
+const char* stateSymbol(std::int64_t state) {
+    switch (state) {
+    case 0:
+        return "-charged";
+    case 1:
+        return "-charging";
+    case 3:
+    case 5:
+        return "-paused";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
+int CVBModuleView::drawBatteryGraph(const BatteryShape& shape, double percentage,
+                                    const std::string& colorKey, std::int64_t state, int offset) {
+    const double scale = surface().scaleFactor();
+    const double extent = std::clamp(std::floor(static_cast<float>(finiteOr0(percentage)) / 100.0F *
+                                                static_cast<float>(shape.longestFill)),
+                                     1.0F, static_cast<float>(shape.longestFill));
+    Color fill = colorKey.empty() ? CVBMenubarColorDetector::sharedDetector().tintColor()
+                                  : CVBColorForKey(colorKey);
+    if (selectedLook())
+        fill = Color::white();
+    Image picture(shape.image.width, shape.image.height, scale);
+    {
+        Surface s(picture);
+        const Rect level = shape.vertical ? Rect{2, 2, 8, extent} : Rect{2, 5, extent, 8};
+        const Path body = Path::roundedRect(level, 1, 1);
+        s.save();
+        s.clipToPath(body);
+        s.fillPath(body, fill);
+        s.restore();
+        const char* symbol = colorKey.empty() || CVBBoolForKey("Battery_ColorGraphShowIcons")
+                                 ? stateSymbol(state)
+                                 : nullptr;
+        std::string outline = shape.name;
+        if (symbol) {
+            outline += symbol;
+            if (auto mask = Artwork::shared().imageNamed(outline + "-mask", scale))
+                s.drawImage(*mask, {0, 0}, 1.0, Compositing::DestinationOut);
+        }
+        if (auto art = CVBCache::cache().tintedImage(outline, {}, false, isMenuDown, scale))
+            s.drawImage(*art, {0, 0});
+    }
+    surface().drawImage(picture, {static_cast<double>(offset), 2});
+    return shape.width;
+}
+
+int CVBModuleView::drawBatteryStandardVerticalGraph(const std::string& colorKey, double value,
+                                                    int offset) {
+    return drawVerticalGraphWithPecentage(value, fillColorForGraph2(colorKey, -1), offset);
+}
+
+bool CVBModuleView::selectedLook() const {
+    return isMenuDown && !DrawingStyle::modern();
+}
+
+const TextAttributes& CVBModuleView::cachedAttributes(const std::string& key,
+                                                      const std::string& style,
+                                                      TextAttributes (*build)(const Value&, bool)) {
+    const bool selected = selectedLook();
+    const std::string cacheKey = key + (selected ? "-selected-" : "-") + style;
+    auto it = textCache_.find(cacheKey);
+    if (it == textCache_.end())
+        it = textCache_.emplace(cacheKey, build(config[style], selected)).first;
+    return it->second;
+}
+
+const TextAttributes& CVBModuleView::textAttributes(const std::string& style) {
+    return cachedAttributes("text-attributes", style, &ModuleText::textAttributes);
+}
+
+const TextAttributes& CVBModuleView::smallTextAttributes(const std::string& style) {
+    return cachedAttributes("small-text-attributes", style, &ModuleText::smallTextAttributes);
+}
+
+const TextAttributes& CVBModuleView::percentageAttributes(const std::string& style) {
+    return cachedAttributes("percentage-attributes", style, &ModuleText::percentageAttributes);
+}
+
+void CVBModuleView::mergeConfig(const Value& table) {
+    for (const auto& [key, value] : table.dictionaryItems()) {
+        if (!config.contains(key))
+            config.set(key, value);
+    }
+}
+
 void CVBModuleView::resetCache() {
     CVBCache::cache().clear();
     imageCache_.clear();
     uncached_.reset();
+    textCache_.clear();
 }
 
 } // namespace corvane

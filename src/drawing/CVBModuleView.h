@@ -3,9 +3,11 @@
 #include "drawing/Image.h"
 #include "drawing/Path.h"
 #include "drawing/Surface.h"
+#include "drawing/TextAttributes.h"
 #include "foundation/Color.h"
 #include "foundation/Value.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -90,6 +92,20 @@ public:
     double stableWidth(const std::string& key, std::string_view text,
                        const TextAttributes& attributes);
 
+    // Battery outlines over a fill of `percentage` (0 to 100) in the colour of `colorKey` (empty:
+    // the panel's colour); the state's symbol is cut out of the fill where icons show.
+    int drawBatteryVerticalGraph(double percentage, const std::string& colorKey, std::int64_t state,
+                                 int offset);
+    int drawBatteryHorizontalGraph(double percentage, const std::string& colorKey,
+                                   std::int64_t state, int offset);
+    // The plain vertical graph of a fraction in the stored colour of the key.
+    int drawBatteryStandardVerticalGraph(const std::string& colorKey, double value, int offset);
+
+    // The attributes of a text style of `config`, built once and kept until resetCache.
+    const TextAttributes& textAttributes(const std::string& style);
+    const TextAttributes& smallTextAttributes(const std::string& style);
+    const TextAttributes& percentageAttributes(const std::string& style);
+
     void resetCache();
 
     bool switchUnits = false;
@@ -99,6 +115,13 @@ public:
     Value config = Value::dict();
 
 protected:
+    // Adds a view class's own styles and settings to `config`, keeping what is there.
+    void mergeConfig(const Value& table);
+    // The item's width from the sum of its elements: the gap after the last one goes.
+    static int itemWidth(int total) { return total > 0 ? total - 4 : total; }
+    // Texts of the selected look are kept apart from the plain ones.
+    bool selectedLook() const;
+
     // The colour a graph fills with: white while the menu is open in the older look.
     Color highlighted(const Color& color) const;
     // A stored background picture, made on first use unless the config forbids keeping it.
@@ -111,10 +134,16 @@ private:
     void circularBackground(Surface& s, double width);
     void drawBackground(const std::string& key, double width, int offset,
                         void (CVBModuleView::*make)(Surface&, double));
+    struct BatteryShape;
+    int drawBatteryGraph(const BatteryShape& shape, double percentage, const std::string& colorKey,
+                         std::int64_t state, int offset);
+    const TextAttributes& cachedAttributes(const std::string& key, const std::string& style,
+                                           TextAttributes (*build)(const Value&, bool));
 
     Surface* surface_ = nullptr;
     std::map<std::string, std::shared_ptr<Image>> imageCache_;
     std::shared_ptr<Image> uncached_;
+    std::map<std::string, TextAttributes> textCache_;
 };
 
 } // namespace corvane

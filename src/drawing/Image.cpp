@@ -73,4 +73,23 @@ bool Image::writePng(const std::filesystem::path& file) const {
     return true;
 }
 
+std::optional<Image> Image::readPng(const std::filesystem::path& file, double scale) {
+    cairo_surface_t* loaded = cairo_image_surface_create_from_png(file.c_str());
+    if (cairo_surface_status(loaded) != CAIRO_STATUS_SUCCESS) {
+        cairo_surface_destroy(loaded);
+        CVBLog("Cannot read the picture %s", file.c_str());
+        return std::nullopt;
+    }
+    scale = scale > 0 ? scale : 1.0;
+    Image image(cairo_image_surface_get_width(loaded) / scale,
+                cairo_image_surface_get_height(loaded) / scale, scale);
+    cairo_t* cr = cairo_create(image.surface_);
+    cairo_set_operator(cr, CAIRO_OPERATOR_SOURCE);
+    cairo_set_source_surface(cr, loaded, 0, 0);
+    cairo_paint(cr);
+    cairo_destroy(cr);
+    cairo_surface_destroy(loaded);
+    return image;
+}
+
 } // namespace corvane

@@ -4,6 +4,7 @@
 #include "foundation/Color.h"
 
 #include <filesystem>
+#include <optional>
 
 using cairo_surface_t = struct _cairo_surface;
 
@@ -28,6 +29,8 @@ public:
     // premultiplied; for tests and previews.
     Color pixel(int x, int y) const;
     bool writePng(const std::filesystem::path& file) const;
+    // A PNG file's pixels as a picture at the scale; nothing (and a log line) when unreadable.
+    static std::optional<Image> readPng(const std::filesystem::path& file, double scale = 1.0);
 
     cairo_surface_t* cairoSurface() const { return surface_; }
 

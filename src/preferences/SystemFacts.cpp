@@ -190,10 +190,26 @@ private:
     bool warned_ = false;
 };
 
+class FixedAppearanceSource final : public AppearanceSource {
+public:
+    explicit FixedAppearanceSource(bool dark)
+        : dark_(dark) {}
+    std::optional<bool> prefersDark() override { return dark_; }
+    std::optional<bool> increaseContrast() override { return std::nullopt; }
+    void setChangeHandler(std::function<void()>) override {}
+
+private:
+    bool dark_;
+};
+
 } // namespace
 
 std::unique_ptr<AppearanceSource> makePortalAppearanceSource() {
     return std::make_unique<PortalAppearanceSource>();
+}
+
+std::unique_ptr<AppearanceSource> makeFixedAppearanceSource(bool dark) {
+    return std::make_unique<FixedAppearanceSource>(dark);
 }
 
 } // namespace corvane

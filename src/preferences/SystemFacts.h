@@ -46,5 +46,7 @@ public:
 // xdg-desktop-portal's Settings interface on the session bus: "color-scheme" and "contrast"
 // of the namespace "org.freedesktop.appearance", and its SettingChanged signal.
 std::unique_ptr<AppearanceSource> makePortalAppearanceSource();
+// A desktop whose look is fixed, for pictures made on request.
+std::unique_ptr<AppearanceSource> makeFixedAppearanceSource(bool dark);
 
 } // namespace corvane

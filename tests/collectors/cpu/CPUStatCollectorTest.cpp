@@ -1,35 +1,15 @@
 #include "collectors/cpu/CPUStatCollector.h"
 
 #include "foundation/ManualMainQueue.h"
+#include "support/ScriptedProcessor.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using corvane::test::ScriptedProcessor;
 
 namespace {
-
-// A machine whose counters the test sets.
-class ScriptedProcessor final : public CPUStatCollector {
-public:
-    ScriptedProcessor(const EngineContext& context, std::int64_t logical, std::int64_t physical)
-        : CPUStatCollector(context)
-        , logical_(logical)
-        , physical_(physical) {}
-
-    std::vector<Ticks> ticks;
-    ProcessInfo info{12, 345};
-
-protected:
-    std::int64_t physicalCoreCount() override { return physical_; }
-    std::int64_t logicalCoreCount() override { return logical_; }
-    std::vector<Ticks> processorTicks() override { return ticks; }
-    ProcessInfo processInfo() override { return info; }
-
-private:
-    std::int64_t logical_;
-    std::int64_t physical_;
-};
 
 class CPUCollector : public ::testing::Test {
 protected:

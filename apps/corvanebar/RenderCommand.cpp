@@ -1,0 +1,62 @@
+#include "RenderCommand.h"
+
+#include "drawing/ItemRenderer.h"
+#include "drawing/SectionItems.h"
+#include "foundation/GLibMainQueue.h"
+#include "foundation/Log.h"
+#include "preferences/CVBPreferences.h"
+#include "preferences/SystemFacts.h"
+
+#include <glib.h>
+#include <iostream>
+
+void addRenderCommand(CLI::App& app, RenderOptions& o) {
+    std::string names;
+    for (const auto& name : corvane::sectionItemNames())
+        names += (names.empty() ? "" : ", ") + name;
+    o.command = app.add_subcommand(
+        "render", "Draw a section's panel item from this machine's readings into a PNG file");
+    o.command->add_option("SECTION", o.section, "One of: " + names)
+        ->required()
+        ->check(CLI::IsMember(corvane::sectionItemNames()));
+    o.command->add_flag("--dark", o.dark, "Draw for a dark panel (default: a light one)");
+    o.command->add_flag("--background", o.background,
+                        "Paint the panel's colour behind the item instead of transparency");
+    o.command->add_option("--scale", o.scale, "Pixels per point, 2 for HiDPI")
+        ->check(CLI::Range(1.0, 4.0));
+    o.command->add_option("--seconds", o.seconds, "Seconds of readings before drawing")
+        ->check(CLI::Range(1, 600));
+    o.command->add_option("--out", o.out, "The PNG file to write")->required();
+}
+
+int runRender(const RenderOptions& o) {
+    corvane::setupLog("App");
+    corvane::GLibMainQueue queue;
+    auto environment = corvane::CVBPreferences::systemEnvironment(queue);
+    environment.appearance = corvane::makeFixedAppearanceSource(o.dark);
+    corvane::CVBPreferences::install(
+        std::make_unique<corvane::CVBPreferences>(std::move(environment)));
+
+    const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
+    auto item = corvane::makeSectionItem(o.section, context);
+    // Rates and shares need two readings: one now, then one a second for each second asked.
+    item->sample();
+    for (int second = 0; second < o.seconds; ++second) {
+        g_usleep(G_USEC_PER_SEC);
+        item->sample();
+    }
+    using Background = corvane::ItemRenderer::Background;
+    const Background background =
+        !o.background ? Background::Transparent : (o.dark ? Background::Dark : Background::Light);
+    const corvane::Image picture = corvane::ItemRenderer::render(*item->view, o.scale, background);
+    item.reset();
+    corvane::cleanupSectionItems();
+    if (!picture.writePng(o.out)) {
+        std::cerr << "corvanebar render: cannot write " << o.out << "\n";
+        return 1;
+    }
+    std::cout << "Wrote " << o.out << ": " << o.section << " item, " << picture.size().width
+              << " x " << picture.size().height << " points at scale " << o.scale << " ("
+              << picture.pixelWidth() << " x " << picture.pixelHeight() << " pixels)\n";
+    return 0;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+// `corvanebar render`: a section's panel item as a picture.
+struct RenderOptions {
+    CLI::App* command = nullptr;
+    std::string section;
+    bool dark = false;
+    bool background = false;
+    double scale = 1;
+    int seconds = 2;
+    std::string out;
+};
+
+void addRenderCommand(CLI::App& app, RenderOptions& options);
+int runRender(const RenderOptions& options);

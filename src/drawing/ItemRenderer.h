@@ -1,0 +1,22 @@
+#pragma once
+
+#include "drawing/Image.h"
+
+namespace corvane {
+
+class CVBModuleView;
+
+// A panel item drawn as the panel shows it, at the width it takes.
+class ItemRenderer {
+public:
+    enum class Background { Transparent, Light, Dark };
+
+    // The widest item a scratch strip measures; wider items are cut there.
+    static constexpr double kMaximumWidth = 4096;
+
+    // Draws once on a scratch strip to learn the width, then on a picture of that width (one
+    // point for an empty item), over the panel colour asked for.
+    static Image render(CVBModuleView& view, double scale, Background background);
+};
+
+} // namespace corvane

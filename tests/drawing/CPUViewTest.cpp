@@ -1,0 +1,187 @@
+#include "../preferences/PreferencesFixture.h"
+#include "collectors/cpu/LoadStatCollector.h"
+#include "drawing/Artwork.h"
+#include "drawing/CVBCPUMenuExtraView.h"
+#include "drawing/ItemRenderer.h"
+#include "support/GoldenImage.h"
+#include "support/ScriptedProcessor.h"
+
+using namespace corvane;
+using corvane::test::matchesGolden;
+using corvane::test::PreferencesFixture;
+using corvane::test::ScriptedProcessor;
+
+namespace {
+
+Value modes(std::initializer_list<int> codes) {
+    Value list = Value::array();
+    for (int code : codes)
+        list.append(Value::dict({{"key", code}}));
+    return list;
+}
+
+std::vector<std::pair<std::int64_t, int>> codesAndCores(const std::vector<CPUModeEntry>& plan) {
+    std::vector<std::pair<std::int64_t, int>> result;
+    for (const auto& e : plan)
+        result.emplace_back(e.code(), e.core);
+    return result;
+}
+
+using Plan = std::vector<std::pair<std::int64_t, int>>;
+constexpr int kAll = CPUModeEntry::kWholeMachine;
+
+TEST(CPUModePlan, CombinedCoresDrawEachModeOnceForTheMachine) {
+    const CPUModePlan plan{true, false, false};
+    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 2, 0, 100}), 4)),
+              (Plan{{100, kAll}, {2, kAll}, {0, kAll}, {100, kAll}}));
+}
+
+TEST(CPUModePlan, GroupedItemsExpandEachPerCoreModeInPlace) {
+    CPUModePlan plan{false, true, false};
+    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 2, 6, 0}), 2)),
+              (Plan{{100, kAll}, {2, 0}, {2, 1}, {6, kAll}, {0, 0}, {0, 1}}));
+    // A single history graph stands once, for the machine.
+    plan.singleHistoryGraph = true;
+    EXPECT_EQ(codesAndCores(plan.entries(modes({0, 1}), 2)), (Plan{{0, kAll}, {1, 0}, {1, 1}}));
+}
+
+TEST(CPUModePlan, GroupedByCoreRunsEachCoresModesTogether) {
+    CPUModePlan plan{false, false, false};
+    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 1, 4, 2}), 2)),
+              (Plan{{100, kAll}, {1, 0}, {2, 0}, {1, 1}, {2, 1}, {4, kAll}}));
+    // Labels, load and single graphs stand once across the leading and trailing parts;
+    // spacers and graphics elements as often as listed.
+    plan.singleHistoryGraph = true;
+    EXPECT_EQ(
+        codesAndCores(plan.entries(modes({100, 101, 0, 3, 100, 101, 0, 9, 9}), 1)),
+        (Plan{{100, kAll}, {101, kAll}, {0, kAll}, {3, 0}, {101, kAll}, {9, kAll}, {9, kAll}}));
+    // Without per-core modes the list is only the leading part.
+    EXPECT_EQ(codesAndCores(plan.entries(modes({4, 7, 4}), 8)), (Plan{{4, kAll}, {7, kAll}}));
+    EXPECT_TRUE(plan.entries(Value("100,2"), 4).empty());
+}
+
+// Load averages the test sets.
+class ScriptedLoad final : public LoadStatCollector {
+public:
+    using LoadStatCollector::LoadStatCollector;
+    std::optional<std::array<double, 3>> averages;
+
+protected:
+    std::optional<std::array<double, 3>> loadAverages() override { return averages; }
+};
+
+class CPUView : public PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        CVBCache::cache().clear();
+        cpu.ticks.assign(8, {});
+        cpu.setup();
+        // Per logical core: user and system percent, three samples so histories show.
+        for (unsigned step = 0; step < 3; ++step) {
+            std::vector<std::pair<unsigned, unsigned>> busy;
+            for (unsigned core = 0; core < 8; ++core)
+                busy.emplace_back((core * 11 + step * 7) % 70, (core * 3 + step * 5) % 25);
+            cpu.advance(busy);
+            queue.advance(1.0);
+            cpu.updateStats();
+        }
+        load.averages = {{1.254, 0.8, 0.5}};
+        load.updateStats();
+    }
+    void TearDown() override {
+        cpu.cleanup();
+        load.cleanup();
+        PreferencesFixture::TearDown();
+    }
+    int widthOf(std::initializer_list<int> codes) {
+        CVBSetObjectForKey(modes(codes), "CPU_MenubarMode");
+        CVBCPUMenuExtraView view(cpu, &load);
+        return ItemRenderer::render(view, 1, ItemRenderer::Background::Transparent).size().width;
+    }
+    Image render(bool dark = false) {
+        appearance->dark = dark;
+        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+        CVBCPUMenuExtraView view(cpu, &load);
+        return ItemRenderer::render(view, 2, ItemRenderer::Background::Transparent);
+    }
+
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+    ScriptedProcessor cpu{context, 8, 4};
+    ScriptedLoad load{context};
+};
+
+TEST_F(CPUView, WidthIsTheSumOfItsElementsLessTheLastGap) {
+    CVBSetBoolForKey(false, "CPU_CombineLogicalCores");
+    // Label 19 wide + 5, combined graph of 8 cores 6 * 8 + 5, less the last 4.
+    EXPECT_EQ(widthOf({100, 6}), 24 + 53 - 4);
+    // Physical cores: 4 bars.
+    CVBSetBoolForKey(true, "CPU_CombineLogicalCores");
+    EXPECT_EQ(widthOf({100, 6}), 24 + 29 - 4);
+    CVBSetObjectForKey(Value::array({Value::dict({{"key", 101}, {"width", 7}})}),
+                       "CPU_MenubarMode");
+    EXPECT_EQ(widthOf({}), 1); // an empty item still makes a picture of one point
+    Value spacerFirst = modes({1});
+    spacerFirst.mutableArray().insert(spacerFirst.mutableArray().begin(),
+                                      Value::dict({{"key", 101}, {"width", 7}}));
+    CVBSetObjectForKey(spacerFirst, "CPU_MenubarMode");
+    CVBCPUMenuExtraView view(cpu, &load);
+    EXPECT_EQ(ItemRenderer::render(view, 1, ItemRenderer::Background::Transparent).size().width,
+              7 + 13 - 4);
+}
+
+TEST_F(CPUView, GraphicsElementsDrawNothingWithoutAGraphicsItem) {
+    EXPECT_EQ(widthOf({5, 8, 9, 10, 11}), 1);
+}
+
+TEST_F(CPUView, PerCoreElementsFollowTheGroupingSettings) {
+    CVBSetBoolForKey(false, "CPU_MenubarCombineCores");
+    CVBSetBoolForKey(false, "CPU_CombineLogicalCores");
+    // One vertical graph per logical core.
+    EXPECT_EQ(widthOf({1}), 8 * 13 - 4);
+    CVBSetBoolForKey(true, "CPU_CombineLogicalCores");
+    EXPECT_EQ(widthOf({1}), 4 * 13 - 4);
+    CVBSetBoolForKey(true, "CPU_MenubarCombineCores");
+    EXPECT_EQ(widthOf({1}), 13 - 4);
+}
+
+TEST_F(CPUView, TextsAreTheBusyPercentageAndTheLoadWithTwoDecimals) {
+    CVBSetObjectForKey(modes({4}), "CPU_MenubarMode");
+    CVBCPUMenuExtraView view(cpu, &load);
+    Image scratch(200, Surface::kStripHeight);
+    Surface surface(scratch);
+    view.setSurface(&surface);
+    const int loadWidth = view.drawAtOffset(0);
+    EXPECT_EQ(loadWidth, view.sizeLargeText("1.25", view.textAttributes("load-text")));
+
+    // The percentage keeps the widest width it has drawn, so the item does not jitter.
+    CVBSetObjectForKey(modes({2}), "CPU_MenubarMode");
+    const int wide = view.drawAtOffset(0);
+    EXPECT_EQ(view.config["text-attributes-cpu-percentage-width"].doubleValue(), wide);
+    cpu.advance(std::vector<std::pair<unsigned, unsigned>>(8, {0, 0}));
+    queue.advance(1.0);
+    cpu.updateStats(); // 0%, narrower text
+    EXPECT_EQ(view.drawAtOffset(0), wide);
+}
+
+TEST_F(CPUView, DefaultsLookAsRecorded) {
+    EXPECT_TRUE(matchesGolden(render(false), "cpu-defaults-light"));
+    EXPECT_TRUE(matchesGolden(render(true), "cpu-defaults-dark"));
+}
+
+TEST_F(CPUView, BreakdownsLookAsRecorded) {
+    CVBSetBoolForKey(true, "CPU_MenubarGraphBreakdowns");
+    CVBSetBoolForKey(false, "CPU_MenubarCombineCores");
+    CVBSetObjectForKey(modes({100, 0, 1, 3, 13, 2}), "CPU_MenubarMode");
+    EXPECT_TRUE(matchesGolden(render(false), "cpu-breakdowns-light"));
+}
+
+TEST_F(CPUView, PerCoreGroupingLooksAsRecorded) {
+    for (const char* key : {"CPU_MenubarCombineCores", "CPU_MenubarGroupItems",
+                            "CPU_CombineLogicalCores", "CPU_MenubarSingleHistoryGraph"})
+        CVBSetBoolForKey(false, key);
+    CVBSetObjectForKey(modes({100, 1, 2, 4}), "CPU_MenubarMode");
+    EXPECT_TRUE(matchesGolden(render(true), "cpu-per-core-dark"));
+}
+
+} // namespace

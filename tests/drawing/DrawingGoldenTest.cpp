@@ -1,0 +1,152 @@
+#include "../preferences/PreferencesFixture.h"
+#include "drawing/Artwork.h"
+#include "drawing/CVBModuleView.h"
+#include "drawing/GraphColors.h"
+#include "drawing/ModuleText.h"
+#include "support/GoldenImage.h"
+
+#include <functional>
+
+using namespace corvane;
+using corvane::test::matchesGolden;
+using corvane::test::PreferencesFixture;
+
+namespace {
+
+const Color kRed{0.988, 0.4, 0.396, 1};
+const Color kBlue{0.078, 0.501, 1.0, 1};
+const Color kPurple{0.568, 0.321, 0.882, 1};
+
+const Value kPercentStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
+                                         {"color", "CPU_MenubarTextColor"},
+                                         {"shadow", "CPU_MenubarTextShadowColor"},
+                                         {"font-style", "CPU_MenubarFontStyle"},
+                                         {"alignment", 1}});
+const Value kSmallStyle = Value::dict({{"color", "Memory_UFUsedColor"},
+                                       {"shadow", "Memory_UFUsedShadowColor"},
+                                       {"font-style", "Memory_UFMenubarFontStyle"},
+                                       {"alignment", 0}});
+
+struct Look {
+    bool dark;
+    bool small;
+    std::string name() const {
+        return std::string(dark ? "dark" : "light") + (small ? "-small" : "-large");
+    }
+};
+
+// One drawing operation: its name, what it should answer, and the drawing.
+struct Operation {
+    std::string name;
+    int expectedWidth;
+    std::function<int(CVBModuleView&)> draw;
+};
+
+std::vector<Operation> operations(int graphHeight) {
+    const std::vector<std::vector<double>> history{{0.9, 0.5}, {0.6, 0.2}, {0.3, 0.3}, {0.0, 0.0},
+                                                   {1.0, 0.7}, {0.5, 0.1}, {0.2, 0.2}, {0.8, 0.4}};
+    const std::vector<GraphComponent> layers{{kPurple, 0.8}, {kRed, 0.55}, {kBlue, 0.3}};
+    return {
+        {"history", 34,
+         [=](CVBModuleView& v) {
+             return v.drawHistoryGraph({30, {kRed, kBlue}, history, true, {}, {}, false}, 0);
+         }},
+        {"history-banded", 24,
+         [=](CVBModuleView& v) {
+             return v.drawHistoryGraph({20,
+                                        {kRed, kBlue},
+                                        history,
+                                        true,
+                                        {true, false},
+                                        {{2, 11, 0, 8}, {2, 3, 0, 8}},
+                                        false},
+                                       0);
+         }},
+        {"combined-vertical", 29,
+         [=](CVBModuleView& v) {
+             return v.drawCombinedVerticalGraph(
+                 {{{kRed, 0.9}, {kBlue, 0.6}}, {{kRed, 0.3}}, {{kRed, 0.0}}, {{kRed, 0.001}}}, 0);
+         }},
+        {"vertical", 13,
+         [=](CVBModuleView& v) { return v.drawVerticalGraphWithComponents(layers, 0); }},
+        {"pie-full", graphHeight + 4,
+         [](CVBModuleView& v) { return v.drawPieGraphWithPecentage(1.0, kBlue, 0); }},
+        {"pie", graphHeight + 4,
+         [=](CVBModuleView& v) { return v.drawPieGraphWithComponents(layers, 0); }},
+        {"circular", graphHeight + 4,
+         [=](CVBModuleView& v) { return v.drawCircularGraphWithComponents(layers, 0); }},
+        {"dots", 11,
+         [](CVBModuleView& v) {
+             v.drawDot(true, kRed, {0, 12}, false);
+             return v.drawDot(false, kBlue, {0, 2}, false);
+         }},
+        {"arrows", 11,
+         [](CVBModuleView& v) {
+             v.drawArrow(true, 1, kRed, {0, 12}, false);
+             return v.drawArrow(false, 0, kBlue, {0, 2}, false);
+         }},
+        {"label", 24,
+         [](CVBModuleView& v) { return v.drawLabel("menubar-label-cpu", "CPU_Label", 0); }},
+        {"large-text", 0,
+         [](CVBModuleView& v) {
+             return v.drawLargeText("42%", ModuleText::textAttributes(kPercentStyle, false), 0);
+         }},
+        {"small-text", 0,
+         [](CVBModuleView& v) {
+             const TextAttributes a = ModuleText::smallTextAttributes(kSmallStyle, false);
+             v.drawSmallText("U:", a, Point{0, 10});
+             return v.drawSmallText("F:", a, Point{0, 1});
+         }},
+        {"battery-vertical", 22,
+         [](CVBModuleView& v) { return v.drawBatteryVerticalGraph(64, "", 1, 0); }},
+        {"battery-horizontal", 30,
+         [](CVBModuleView& v) {
+             return v.drawBatteryHorizontalGraph(100, "Battery_ColorGraphCharged", 0, 0);
+         }},
+        {"battery-horizontal-low", 30,
+         [](CVBModuleView& v) { return v.drawBatteryHorizontalGraph(8, "", 2, 0); }},
+        {"battery-standard", 13,
+         [](CVBModuleView& v) {
+             return v.drawBatteryStandardVerticalGraph("Battery_ColorGraphDraining-Standard", 0.4,
+                                                       0);
+         }},
+    };
+}
+
+class DrawingGolden : public PreferencesFixture, public ::testing::WithParamInterface<Look> {
+protected:
+    void SetUp() override {
+        install();
+        appearance->dark = GetParam().dark;
+        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+        CVBSetIntegerForKey(GetParam().small ? 1 : 0, "MenubarGraphSize");
+        CVBCache::cache().clear();
+    }
+};
+
+TEST_P(DrawingGolden, EachOperationDrawsItsShapeAndAnswersItsWidth) {
+    CVBModuleView view;
+    for (const auto& op : operations(view.graphHeight())) {
+        SCOPED_TRACE(op.name);
+        Image image(40, Surface::kStripHeight, 2.0);
+        Surface surface(image);
+        view.setSurface(&surface);
+        const int width = op.draw(view);
+        if (op.expectedWidth > 0)
+            EXPECT_EQ(width, op.expectedWidth);
+        else
+            EXPECT_GT(width, 4);
+        EXPECT_TRUE(matchesGolden(image, op.name + "-" + GetParam().name()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Looks, DrawingGolden,
+                         ::testing::Values(Look{false, false}, Look{false, true}, Look{true, false},
+                                           Look{true, true}),
+                         [](const auto& look) {
+                             std::string n = look.param.name();
+                             std::replace(n.begin(), n.end(), '-', '_');
+                             return n;
+                         });
+
+} // namespace
