@@ -42,6 +42,7 @@ public:
     void updateStats() override;
 
     std::int64_t pressureLevel() const { return pressureLevel_; }
+    Capabilities sourceCapabilities() const { return capabilities(); }
 
 protected:
     virtual Reading read() = 0;

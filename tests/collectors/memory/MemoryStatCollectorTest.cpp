@@ -2,26 +2,15 @@
 
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "foundation/ManualMainQueue.h"
+#include "support/ScriptedMemory.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using corvane::test::ScriptedMemory;
 
 namespace {
-
-class ScriptedMemory final : public MemoryStatCollector {
-public:
-    using MemoryStatCollector::MemoryStatCollector;
-    Reading reading;
-    Capabilities can;
-    std::optional<std::int64_t> pressure = 1;
-
-protected:
-    Reading read() override { return reading; }
-    Capabilities capabilities() const override { return can; }
-    std::optional<std::int64_t> readPressureLevel() override { return pressure; }
-};
 
 class Memory : public ::testing::Test {
 protected:
