@@ -1,10 +1,10 @@
 // The reads every panel item makes while drawing, each second: they must be cheap cache hits.
+#include "TemporaryPreferences.h"
 #include "foundation/ManualMainQueue.h"
 #include "preferences/CVBPreferences.h"
 
-#include <benchmark/benchmark.h>
-
 #include <atomic>
+#include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
@@ -24,31 +24,20 @@ void* operator new(std::size_t size) {
         return p;
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
 
 namespace {
 
 using namespace corvane;
 
 struct Installed {
-    Installed() {
-        dir = std::filesystem::temp_directory_path() / "cvb-bench-prefs";
-        std::filesystem::create_directories(dir);
-        CVBPreferences::Environment env;
-        env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, dir / "extras.plist");
-        env.userDefaults = std::make_shared<PreferenceDomain>(kApplicationDomain, dir / "app.plist");
-        env.previousDomain = std::make_shared<PreferenceDomain>(kPreviousExtrasDomain, dir / "5.plist");
-        env.queue = &queue;
-        CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
-        CVBSetObjectForKey("0.50 0.25 0.75 1.00", "CPU_MenubarTextColor");
-    }
-    ~Installed() {
-        CVBPreferences::cleanup();
-        std::filesystem::remove_all(dir);
-    }
-    ManualMainQueue queue;
-    std::filesystem::path dir;
+    Installed() { CVBSetObjectForKey("0.50 0.25 0.75 1.00", "CPU_MenubarTextColor"); }
+    bench::TemporaryPreferences preferences{"prefs"};
 };
 
 Installed& installed() {

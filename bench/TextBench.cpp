@@ -1,4 +1,5 @@
 // Each panel item formats its values every second; these must stay well under a microsecond.
+#include "TemporaryPreferences.h"
 #include "foundation/ManualMainQueue.h"
 #include "preferences/CVBPreferences.h"
 #include "text/CVBTranslations.h"
@@ -13,25 +14,10 @@ using namespace corvane;
 
 struct Installed {
     Installed() {
-        dir = std::filesystem::temp_directory_path() / "cvb-bench-text";
-        std::filesystem::create_directories(dir);
-        CVBPreferences::Environment env;
-        env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, dir / "extras.plist");
-        env.userDefaults =
-            std::make_shared<PreferenceDomain>(kApplicationDomain, dir / "app.plist");
-        env.previousDomain =
-            std::make_shared<PreferenceDomain>(kPreviousExtrasDomain, dir / "5.plist");
-        env.queue = &queue;
-        CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
         CVBSetIntegerForKey(2, "Network_DecimalLevelKB");
         CVBSetIntegerForKey(3, "Network_MenubarUnitLevel");
     }
-    ~Installed() {
-        CVBPreferences::cleanup();
-        std::filesystem::remove_all(dir);
-    }
-    ManualMainQueue queue;
-    std::filesystem::path dir;
+    bench::TemporaryPreferences preferences{"text"};
 };
 
 Installed& installed() {

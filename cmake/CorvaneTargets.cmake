@@ -62,4 +62,6 @@ function(cvb_add_bench name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE cvb_options ${ARG_DEPS} benchmark::benchmark)
+  target_compile_definitions(${name}
+                             PRIVATE CVB_FIXTURES_DIR="${PROJECT_SOURCE_DIR}/tests/fixtures")
 endfunction()

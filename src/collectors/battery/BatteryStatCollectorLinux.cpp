@@ -1,6 +1,10 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 
+#include "foundation/TextParsing.h"
+
+#include <cctype>
 #include <cmath>
+#include <map>
 
 namespace corvane {
 
@@ -13,24 +17,57 @@ std::unique_ptr<BatteryStatCollectorLinux>& sharedInstance() {
     return instance;
 }
 
-// The attributes of one supply; numbers in the kernel's micro-units.
+// The attributes of one supply at one moment; numbers in the kernel's micro-units. The kernel
+// gives them all in one read of "uevent", where a file each would take a read each (and on
+// some machines a trip to the firmware each); a tree without it is read file by file.
 class Supply {
 public:
     Supply(const SysRoot& root, const std::string& name)
         : root_(root)
-        , dir_(kClass + name + "/") {}
-
-    std::string text(const char* attribute) const {
-        return root_.readAttribute(dir_ + attribute).value_or("");
+        , dir_(kClass + name + "/") {
+        if (auto uevent = root_.readFile(dir_ + "uevent", kUeventLimit))
+            readUevent(*uevent);
     }
+
+    std::string text(const char* attribute) const { return value(attribute).value_or(""); }
     std::optional<double> number(const char* attribute) const {
-        auto value = root_.readInteger(dir_ + attribute);
-        return value ? std::optional<double>(static_cast<double>(*value)) : std::nullopt;
+        const auto text = value(attribute);
+        const auto parsed = text ? parseInteger(*text) : std::nullopt;
+        return parsed ? std::optional<double>(static_cast<double>(*parsed)) : std::nullopt;
     }
 
 private:
+    static constexpr std::size_t kUeventLimit = 16384;
+
+    void readUevent(std::string_view text) {
+        hasUevent_ = true;
+        for (std::string_view line : splitLines(text)) {
+            constexpr std::string_view prefix = "POWER_SUPPLY_";
+            const auto equals = line.find('=');
+            if (!line.starts_with(prefix) || equals == std::string_view::npos)
+                continue;
+            std::string attribute(line.substr(prefix.size(), equals - prefix.size()));
+            for (char& c : attribute)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            values_[attribute] = std::string(trimmed(line.substr(equals + 1)));
+        }
+    }
+
+    std::optional<std::string> value(const char* attribute) const {
+        if (auto it = values_.find(attribute); it != values_.end())
+            return it->second;
+        // Kernels before 5.8 leave the type out of uevent.
+        if (hasUevent_ && std::string_view(attribute) != "type")
+            return std::nullopt;
+        auto read = root_.readAttribute(dir_ + attribute);
+        values_[attribute] = read;
+        return read;
+    }
+
     const SysRoot& root_;
     std::string dir_;
+    bool hasUevent_ = false;
+    mutable std::map<std::string, std::optional<std::string>, std::less<>> values_;
 };
 
 // Minutes from an amount over a rate, both in the same micro-units; nothing when unknown.
@@ -114,6 +151,8 @@ BatteryStatCollectorLinux::BatteryStatCollectorLinux(const EngineContext& contex
     , root_(std::move(root))
     , upower_(std::move(upower)) {}
 
+BatteryStatCollectorLinux::~BatteryStatCollectorLinux() = default;
+
 BatteryStatCollectorLinux&
 BatteryStatCollectorLinux::sharedBatteryCollector(const EngineContext& context) {
     auto& instance = sharedInstance();
@@ -130,9 +169,10 @@ void BatteryStatCollectorLinux::cleanupShared() {
     }
 }
 
-bool BatteryStatCollectorLinux::onMains(const std::vector<std::string>& supplies) const {
-    for (const auto& name : supplies) {
-        const Supply s(root_, name);
+namespace {
+
+bool onMains(const std::vector<Supply>& supplies) {
+    for (const auto& s : supplies) {
         const std::string type = s.text("type");
         if ((type == "Mains" || type == "USB") && s.number("online").value_or(0) == 1)
             return true;
@@ -140,10 +180,8 @@ bool BatteryStatCollectorLinux::onMains(const std::vector<std::string>& supplies
     return false;
 }
 
-BatteryStatCollector::PowerSource BatteryStatCollectorLinux::sourceFrom(const std::string& name,
-                                                                        bool mains) const {
-    const Supply s(root_, name);
-    PowerSource source;
+BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supply& s, bool mains) {
+    BatteryStatCollector::PowerSource source;
     const bool device = s.text("scope") == "Device";
     source.type = s.text("type") == "UPS" ? BatteryStatCollectorItem::PowerSource
                   : device                ? BatteryStatCollectorItem::WirelessDevice
@@ -180,25 +218,54 @@ BatteryStatCollector::PowerSource BatteryStatCollectorLinux::sourceFrom(const st
     return source;
 }
 
+} // namespace
+
+struct BatteryStatCollectorLinux::Snapshot {
+    std::vector<std::string> names;
+    std::vector<Supply> supplies;
+};
+
+void BatteryStatCollectorLinux::updateStats() {
+    // One reading of the supplies serves the adapter and the sources of this update.
+    snapshot_ = takeSnapshot();
+    BatteryStatCollector::updateStats();
+    snapshot_.reset();
+}
+
+std::unique_ptr<BatteryStatCollectorLinux::Snapshot>
+BatteryStatCollectorLinux::takeSnapshot() const {
+    auto snapshot = std::make_unique<Snapshot>();
+    snapshot->names = root_.list(kClass);
+    for (const auto& name : snapshot->names)
+        snapshot->supplies.emplace_back(root_, name);
+    return snapshot;
+}
+
+const BatteryStatCollectorLinux::Snapshot& BatteryStatCollectorLinux::snapshot() {
+    if (snapshot_)
+        return *snapshot_;
+    transient_ = takeSnapshot();
+    return *transient_;
+}
+
 std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerSources() {
-    const auto supplies = root_.list(kClass);
+    const auto& [names, supplies] = snapshot();
     const bool mains = onMains(supplies);
     std::vector<PowerSource> sources;
-    for (const auto& name : supplies) {
-        const std::string type = Supply(root_, name).text("type");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const std::string type = supplies[i].text("type");
         if (type == "Battery" || type == "UPS")
-            sources.push_back(sourceFrom(name, mains));
+            sources.push_back(sourceFrom(names[i], supplies[i], mains));
     }
     if (upower_) {
-        for (auto& device : upower_->peripheralBatteries(supplies))
+        for (auto& device : upower_->peripheralBatteries(names))
             sources.push_back({BatteryStatCollectorItem::WirelessDevice, std::move(device), {}});
     }
     return sources;
 }
 
 std::optional<std::int64_t> BatteryStatCollectorLinux::readAdapterWatts() {
-    for (const auto& name : root_.list(kClass)) {
-        const Supply s(root_, name);
+    for (const Supply& s : snapshot().supplies) {
         const std::string type = s.text("type");
         if ((type != "Mains" && type != "USB") || s.number("online").value_or(0) != 1)
             continue;

@@ -17,19 +17,27 @@ public:
     BatteryStatCollectorLinux(const EngineContext& context, SysRoot root,
                               std::unique_ptr<UPowerDevices> upower = nullptr);
 
+    ~BatteryStatCollectorLinux() override;
+
     static BatteryStatCollectorLinux& sharedBatteryCollector(const EngineContext& context);
     static void cleanupShared();
+
+    void updateStats() override;
 
 protected:
     std::vector<PowerSource> powerSources() override;
     std::optional<std::int64_t> readAdapterWatts() override;
 
 private:
-    bool onMains(const std::vector<std::string>& supplies) const;
-    PowerSource sourceFrom(const std::string& supply, bool mains) const;
+    struct Snapshot;
+    std::unique_ptr<Snapshot> takeSnapshot() const;
+    // The supplies as this update read them; read afresh outside an update.
+    const Snapshot& snapshot();
 
     SysRoot root_;
     std::unique_ptr<UPowerDevices> upower_;
+    std::unique_ptr<Snapshot> snapshot_;  // while an update runs
+    std::unique_ptr<Snapshot> transient_; // a single reading outside one
 };
 
 } // namespace corvane

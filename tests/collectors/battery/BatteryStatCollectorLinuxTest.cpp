@@ -1,6 +1,7 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 
 #include "foundation/ManualMainQueue.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -60,6 +61,23 @@ TEST_F(PowerSupplies, ALaptopChargingFromUsbC) {
     EXPECT_EQ(internal->source, 1);
     EXPECT_EQ(internal->time(), 60); // 20.52 Wh to go at 20.52 W
     EXPECT_EQ(battery.adapterWatts(), 65);
+}
+
+TEST_F(PowerSupplies, ASupplyIsReadFromItsUeventSummaryWhereTheKernelWritesOne) {
+    test::TemporaryDirectory dir;
+    std::filesystem::copy(recorded("laptop-charging").root(), dir.path(),
+                          std::filesystem::copy_options::recursive);
+    const auto bat0 =
+        dir.path() / "sys/devices/LNXSYSTM:00/LNXSYBUS:00/PNP0C0A:00/power_supply/BAT0";
+    for (const char* attribute : {"capacity", "status", "power_now", "energy_now"})
+        std::filesystem::remove(bat0 / attribute);
+    BatteryStatCollectorLinux battery(context, SysRoot(dir.path()));
+    battery.updateStats();
+    const auto internal = battery.internalBattery();
+    ASSERT_TRUE(internal);
+    EXPECT_FLOAT_EQ(internal->percentage, 60.0F);
+    EXPECT_EQ(internal->state, Item::Charging);
+    EXPECT_EQ(internal->time(), 60);
 }
 
 TEST_F(PowerSupplies, AChargeLimitCountsAsOptimisedCharging) {
