@@ -89,6 +89,17 @@ TEST_F(PowerSupplies, AChargeLimitCountsAsOptimisedCharging) {
     EXPECT_EQ(internal->time(), Item::kTimeNoEstimateOnMains);
 }
 
+TEST_F(PowerSupplies, AFullBatteryOnMainsIsCharged) {
+    BatteryStatCollectorLinux battery(context, recorded("laptop-full"));
+    battery.updateStats();
+    const auto internal = battery.internalBattery();
+    ASSERT_TRUE(internal);
+    EXPECT_EQ(internal->state, Item::ChargedOrUnknown);
+    EXPECT_EQ(internal->source, 1);
+    EXPECT_FLOAT_EQ(internal->percentage, 100.0F);
+    EXPECT_EQ(internal->time(), Item::kTimeCharged);
+}
+
 TEST_F(PowerSupplies, AFullUpsIsAPowerSourceNotABattery) {
     BatteryStatCollectorLinux battery(context, recorded("desktop-ups"));
     battery.updateStats();
