@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <unicode/locid.h>
 
 namespace corvane {
 
@@ -172,10 +173,15 @@ std::string HLVLocalizedMenuString(std::string_view key) {
 
 bool isRTLLanguage() {
     const auto languages = CVBTranslations::sharedTranslations().preferedLocalization();
-    if (languages.empty())
+    if (languages.empty() || languages.front().empty())
         return false;
-    const auto base = languages.front().substr(0, languages.front().find_first_of("_-"));
-    return base == "ar" || base == "he" || base == "fa" || base == "ur";
+    // The likely script of the language decides, so "ur", "ps" or "yi" count without a list.
+    const auto locale = icu::Locale::createFromName(replaced(languages.front(), '-', '_').c_str());
+    return !locale.isBogus() && locale.isRightToLeft();
+}
+
+int textAlignmentForLanguage() {
+    return isRTLLanguage() ? kAlignmentRight : kAlignmentLeft;
 }
 
 } // namespace corvane

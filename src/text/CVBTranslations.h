@@ -45,4 +45,10 @@ std::string HLVLocalizedMenuString(std::string_view key);
 // Whether the interface reads right to left in the chosen language.
 bool isRTLLanguage();
 
+// Horizontal alignment numbers of text laid out by this layer.
+inline constexpr int kAlignmentLeft = 0;
+inline constexpr int kAlignmentRight = 1;
+// Labels start at the reading edge: right-aligned in a right-to-left language, else left.
+int textAlignmentForLanguage();
+
 } // namespace corvane

@@ -5,6 +5,7 @@
 #include "text/CVBTranslations.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace corvane {
 
@@ -13,16 +14,25 @@ namespace {
 AttributedText styled(const std::string& number, const std::string& unitKey) {
     AttributedText out;
     out.alignment = valueTextAlignmentForLanguage();
+    out.rightToLeft = isRTLLanguage();
+    const Color color = valueTextColor();
     out.text = number;
     if (!unitKey.empty())
         out.text += " ";
-    out.runs.push_back({0, out.text.size(), 12, true});
+    out.runs.push_back({0, out.text.size(), 12, true, color});
     if (!unitKey.empty()) {
         const std::string unit = HLVLocalizedString(unitKey, {}, "common");
-        out.runs.push_back({out.text.size(), unit.size(), 10, true});
+        out.runs.push_back({out.text.size(), unit.size(), 10, true, color});
         out.text += unit;
     }
     return out;
+}
+
+// Theme 3 is the dark dropdown; 1 is its earlier number, which settings from an older
+// version may still hold.
+bool isDropdownDark() {
+    const std::int64_t theme = dropdownTheme();
+    return theme == 1 || theme == 3;
 }
 
 CVBFormatters& shared() {
@@ -32,7 +42,11 @@ CVBFormatters& shared() {
 } // namespace
 
 int valueTextAlignmentForLanguage() {
-    return isRTLLanguage() ? 0 : 1;
+    return isRTLLanguage() ? kAlignmentLeft : kAlignmentRight;
+}
+
+Color valueTextColor() {
+    return isDropdownDark() ? Color::white() : Color::gray(0.22);
 }
 
 AttributedText formattedProcessBandwidth(bool switchUnits, double v) {

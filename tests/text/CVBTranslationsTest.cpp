@@ -1,5 +1,6 @@
 #include "text/CVBTranslations.h"
 
+#include "foundation/Paths.h"
 #include "preferences/PreferencesFixture.h"
 
 #include <cstdlib>
@@ -48,6 +49,19 @@ TEST_F(Translations, LanguagePreferenceWinsAndKeepsItsUnderscore) {
     EXPECT_FALSE(isRTLLanguage());
 }
 
+TEST_F(Translations, ReadingDirectionFollowsTheChosenLanguage) {
+    for (const char* language : {"ar", "he_IL", "fa-IR", "ur", "yi"}) {
+        CVBSetObjectForKey(Value(language), "language");
+        EXPECT_TRUE(isRTLLanguage()) << language;
+        EXPECT_EQ(textAlignmentForLanguage(), kAlignmentRight) << language;
+    }
+    for (const char* language : {"en", "de", "pt_PT", "zh-Hant"}) {
+        CVBSetObjectForKey(Value(language), "language");
+        EXPECT_FALSE(isRTLLanguage()) << language;
+        EXPECT_EQ(textAlignmentForLanguage(), kAlignmentLeft) << language;
+    }
+}
+
 TEST_F(Translations, EnvironmentMatchedAgainstCarriedFolders) {
     const std::filesystem::path data = std::string(CVB_FIXTURES_DIR) + "/text";
     ::setenv("LANGUAGE", "xx:pt_PT.UTF-8", 1);
@@ -75,7 +89,28 @@ protected:
 TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
     EXPECT_EQ(HLVLocalizedString("rpm", {}, "common"), "U/min");
     EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Einstellungen");
+    EXPECT_EQ(HLVLocalizedString("Fans", {}, "sensors"), "Lüfter");
+    EXPECT_EQ(HLVLocalizedString("“%@” is now available.", {}, "updater"),
+              "„%@“ ist jetzt verfügbar.");
     EXPECT_EQ(HLVLocalizedMenuString("Quit Corvane Bar"), "Corvane Bar beenden");
+}
+
+// A key that only English carries would show English in the middle of a German window.
+TEST_F(CarriedTables, EveryEnglishKeyHasAGermanText) {
+    const auto data = Paths::dataDirectory();
+    for (const char* table :
+         {"common.strings", "prefs.strings", "sensors.strings", "updater.strings"}) {
+        SCOPED_TRACE(table);
+        const auto english = readStringsFile(data / "en.lproj" / table);
+        const auto german = readStringsFile(data / "de.lproj" / table);
+        EXPECT_FALSE(english.empty());
+        for (const auto& [key, text] : english) {
+            const auto found = german.find(key);
+            ASSERT_NE(found, german.end()) << key;
+            EXPECT_FALSE(found->second.empty()) << key;
+        }
+        EXPECT_EQ(german.size(), english.size());
+    }
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "preferences/PreferencesFixture.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
-#include "text/ProcessFormatters.h"
 #include "text/TextFieldFormatters.h"
 
 #include <unicode/locid.h>
@@ -71,20 +70,6 @@ TEST_F(SensorText, TextFields) {
     CVBSetIntegerForKey(1, "Sensors_TemperatureMode");
     EXPECT_EQ(TemperatureFormatter().stringForObjectValue(Value(80)), "80°F");
     EXPECT_EQ(PercentageFormatter().stringForObjectValue(Value(42)), "42%");
-}
-
-TEST_F(SensorText, ProcessFiguresCarryValueAndUnitRuns) {
-    CVBSetIntegerForKey(0, "Network_DataFormat");
-    // 2048 B/s -> "2" at size 12 with its blank, "KB/s" at size 10.
-    const auto bandwidth = formattedProcessBandwidth(false, 2048);
-    EXPECT_EQ(bandwidth.text, "2 KB/s");
-    ASSERT_EQ(bandwidth.runs.size(), 2u);
-    EXPECT_EQ(bandwidth.runs[0].length, 2u);
-    EXPECT_EQ(bandwidth.runs[1].fontSize, 10);
-    EXPECT_EQ(formattedProcessBandwidth(false, 0).text, "-");
-    // Under a kilobyte counts as one; 2 GiB/s is 2097152 KB, above 1024000, so GB.
-    EXPECT_EQ(formattedProcessActivity(10).text, "1 KB/s");
-    EXPECT_EQ(formattedProcessActivity(2147483648.0).text, "2.0 GB/s");
 }
 
 } // namespace
