@@ -482,6 +482,10 @@ void CVBModuleView::mergeConfig(const Value& table) {
     }
 }
 
+void CVBModuleView::updateMenubarColor() {
+    isMenubarDark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
+}
+
 void CVBModuleView::resetCache() {
     CVBCache::cache().clear();
     imageCache_.clear();

@@ -107,6 +107,8 @@ public:
     const TextAttributes& percentageAttributes(const std::string& style);
 
     void resetCache();
+    // Takes the panel's look from the detector; a host calls it when the desktop's look changes.
+    void updateMenubarColor();
 
     bool switchUnits = false;
     bool ready = false;
