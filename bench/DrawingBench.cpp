@@ -1,9 +1,12 @@
 // The panel items are drawn every second: one frame of the processor and memory items on this
-// machine's readings at scale 2, with the backgrounds and text styles kept between frames.
+// machine's readings, and of the battery item on a recorded laptop, at scale 2, with the
+// backgrounds, text styles and tinted artwork kept between frames.
 #include "TemporaryPreferences.h"
+#include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/CVBCPUMenuExtraView.h"
 #include "drawing/CVBMemoryMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
@@ -59,6 +62,40 @@ void BM_CPUItemDefaults(benchmark::State& state) {
     drawFrames(state, view);
 }
 BENCHMARK(BM_CPUItemDefaults);
+
+// The default list (horizontal graph and time) for the laptop's battery, and the device list
+// (picture and plain graph) for its wireless mouse.
+void BM_BatteryItemDefaults(benchmark::State& state) {
+    bench::TemporaryPreferences preferences{"drawing-battery"};
+    const EngineContext context{preferences.queue(), kSettingsTierCount, nullptr};
+    BatteryStatCollectorLinux battery{context,
+                                      SysRoot(CVB_FIXTURES_DIR "/sysroot/laptop-discharging")};
+    battery.updateStats();
+    CVBBatteryMenuExtraView view(battery);
+    drawFrames(state, view);
+    battery.cleanup();
+}
+BENCHMARK(BM_BatteryItemDefaults);
+
+// The history graph at its default width: 30 columns of three layers, as the processor item
+// draws user, system and nice.
+void BM_HistoryGraph30Columns(benchmark::State& state) {
+    bench::TemporaryPreferences preferences{"drawing-history"};
+    HistoryGraph graph;
+    graph.width = 30;
+    graph.colors = {Color::black(), Color::black(), Color::black()};
+    for (int column = 0; column < 30; ++column)
+        graph.samples.push_back(
+            {0.1 + column % 7 * 0.1, 0.05 + column % 3 * 0.05, column % 2 * 0.02});
+    CVBModuleView view;
+    Image strip(60, Surface::kStripHeight, 2.0);
+    Surface surface(strip);
+    view.setSurface(&surface);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(view.drawHistoryGraph(graph, 0));
+    view.setSurface(nullptr);
+}
+BENCHMARK(BM_HistoryGraph30Columns);
 
 void BM_CPUItemEveryElementPerCore(benchmark::State& state) {
     Machine machine;

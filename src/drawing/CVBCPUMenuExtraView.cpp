@@ -3,6 +3,7 @@
 #include "collectors/cpu/CPUStatCollector.h"
 #include "collectors/cpu/LoadStatCollector.h"
 #include "drawing/GraphColors.h"
+#include "drawing/ModuleText.h"
 #include "preferences/CVBPreferences.h"
 #include "text/CVBFormatters.h"
 
@@ -26,15 +27,6 @@ enum Code : std::int64_t {
     kSpacer = 101,
 };
 
-Value style(const char* font, const char* color, const char* shadow, const char* fontStyle,
-            std::optional<int> alignment) {
-    Value s = Value::dict(
-        {{"font", font}, {"color", color}, {"shadow", shadow}, {"font-style", fontStyle}});
-    if (alignment)
-        s.set("alignment", *alignment);
-    return s;
-}
-
 statsample newestOf(const StatCollector& cpu, const StatCollectorItem* core) {
     return core ? core->sampleAtIndex(0, 0) : cpu.sampleAtIndex(0, 0);
 }
@@ -49,15 +41,18 @@ CVBCPUMenuExtraView::CVBCPUMenuExtraView(CPUStatCollector& cpu, LoadStatCollecto
 
 Value CVBCPUMenuExtraView::classConfig() {
     return Value::dict({
-        {"cpu-percentage", style("CPU_MenubarTextSize", "CPU_MenubarTextColor",
-                                 "CPU_MenubarTextShadowColor", "CPU_MenubarFontStyle", 1)},
-        {"gpu-percentage", style("GPU_MenubarTextSize", "GPU_MenubarTextColor",
-                                 "GPU_MenubarTextShadowColor", "GPU_MenubarFontStyle", 1)},
+        {"cpu-percentage",
+         ModuleText::style("CPU_MenubarTextSize", "CPU_MenubarTextColor",
+                           "CPU_MenubarTextShadowColor", "CPU_MenubarFontStyle", 1)},
+        {"gpu-percentage",
+         ModuleText::style("GPU_MenubarTextSize", "GPU_MenubarTextColor",
+                           "GPU_MenubarTextShadowColor", "GPU_MenubarFontStyle", 1)},
         {"gpu-percentage-proc",
-         style("GPU_MenubarTextSize", "GPU_MenubarTextColorProcessor",
-               "GPU_MenubarTextShadowColorProcessor", "GPU_MenubarFontStyle", 1)},
-        {"load-text", style("Load_MenubarTextSize", "Load_MenubarTextColor",
-                            "Load_MenubarTextShadowColor", "Load_MenubarFontStyle", std::nullopt)},
+         ModuleText::style("GPU_MenubarTextSize", "GPU_MenubarTextColorProcessor",
+                           "GPU_MenubarTextShadowColorProcessor", "GPU_MenubarFontStyle", 1)},
+        {"load-text",
+         ModuleText::style("Load_MenubarTextSize", "Load_MenubarTextColor",
+                           "Load_MenubarTextShadowColor", "Load_MenubarFontStyle", std::nullopt)},
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "collectors/memory/MemoryStatCollector.h"
 #include "drawing/GraphColors.h"
+#include "drawing/ModuleText.h"
 #include "preferences/CVBPreferences.h"
 #include "text/CVBTranslations.h"
 #include "text/ValueFormatters.h"
@@ -29,16 +30,6 @@ enum Code : std::int64_t {
 
 double finiteOr0(double v) {
     return std::isfinite(v) ? v : 0.0;
-}
-
-Value textStyle(const char* font, const char* color, const char* shadow, const char* fontStyle,
-                std::optional<int> alignment) {
-    Value s = Value::dict({{"color", color}, {"shadow", shadow}, {"font-style", fontStyle}});
-    if (font)
-        s.set("font", font);
-    if (alignment)
-        s.set("alignment", *alignment);
-    return s;
 }
 
 Value series(int index, std::initializer_list<int> keys, const char* colorKey,
@@ -81,16 +72,19 @@ Value CVBMemoryMenuExtraView::classConfig() {
     const char* breakdowns = "Memory_MenubarGraphBreakdowns";
     return Value::dict({
         {"memory-percentage",
-         textStyle("Memory_MenubarPercentageSize", "Memory_MenubarPercentageColor",
-                   "Memory_MenubarPercentageShadowColor", "Memory_MenubarFontStyle", std::nullopt)},
-        {"memory-used-label", textStyle(nullptr, "Memory_UFUsedColor", "Memory_UFUsedShadowColor",
-                                        "Memory_UFMenubarFontStyle", 0)},
-        {"memory-used", textStyle(nullptr, "Memory_UFUsedColor", "Memory_UFUsedShadowColor",
-                                  "Memory_UFMenubarFontStyle", 2)},
-        {"memory-free-label", textStyle(nullptr, "Memory_UFFreeColor", "Memory_UFFreeShadowColor",
-                                        "Memory_UFMenubarFontStyle", 0)},
-        {"memory-free", textStyle(nullptr, "Memory_UFFreeColor", "Memory_UFFreeShadowColor",
-                                  "Memory_UFMenubarFontStyle", 2)},
+         ModuleText::style("Memory_MenubarPercentageSize", "Memory_MenubarPercentageColor",
+                           "Memory_MenubarPercentageShadowColor", "Memory_MenubarFontStyle",
+                           std::nullopt)},
+        {"memory-used-label",
+         ModuleText::style(nullptr, "Memory_UFUsedColor", "Memory_UFUsedShadowColor",
+                           "Memory_UFMenubarFontStyle", 0)},
+        {"memory-used", ModuleText::style(nullptr, "Memory_UFUsedColor", "Memory_UFUsedShadowColor",
+                                          "Memory_UFMenubarFontStyle", 2)},
+        {"memory-free-label",
+         ModuleText::style(nullptr, "Memory_UFFreeColor", "Memory_UFFreeShadowColor",
+                           "Memory_UFMenubarFontStyle", 0)},
+        {"memory-free", ModuleText::style(nullptr, "Memory_UFFreeColor", "Memory_UFFreeShadowColor",
+                                          "Memory_UFMenubarFontStyle", 2)},
         {"history-graph-width", "Memory_MenubarGraphWidth"},
         {"history-graphs",
          Value::array({

@@ -96,4 +96,14 @@ TextAttributes ModuleText::percentageAttributes(const Value& style, bool selecte
     return a;
 }
 
+Value ModuleText::style(const char* font, const char* color, const char* shadow,
+                        const char* fontStyle, std::optional<int> alignment) {
+    Value s = Value::dict({{"color", color}, {"shadow", shadow}, {"font-style", fontStyle}});
+    if (font)
+        s.set("font", font);
+    if (alignment)
+        s.set("alignment", *alignment);
+    return s;
+}
+
 } // namespace corvane

@@ -3,6 +3,7 @@
 #include "drawing/TextAttributes.h"
 #include "foundation/Value.h"
 
+#include <optional>
 #include <string>
 
 namespace corvane {
@@ -13,6 +14,9 @@ namespace corvane {
 // "alignment" (0 left, 1 centre, 2 right).
 class ModuleText {
 public:
+    // A style dictionary from its keys; a null `font` leaves the size to the view.
+    static Value style(const char* font, const char* color, const char* shadow,
+                       const char* fontStyle, std::optional<int> alignment = std::nullopt);
     // `selected`: the item is highlighted because its menu is open.
     static TextAttributes textAttributes(const Value& style, bool selected);
     // The small face of stacked lines: size 9.

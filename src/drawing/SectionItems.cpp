@@ -1,15 +1,17 @@
 #include "drawing/SectionItems.h"
 
+#include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/CVBCPUMenuExtraView.h"
 #include "drawing/CVBMemoryMenuExtraView.h"
 
 namespace corvane {
 
 std::vector<std::string> sectionItemNames() {
-    return {"cpu", "memory"};
+    return {"cpu", "memory", "battery"};
 }
 
 std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context) {
@@ -27,6 +29,11 @@ std::optional<SectionItem> makeSectionItem(std::string_view section, const Engin
         return SectionItem{[&memory] { memory.updateStats(); },
                            std::make_unique<CVBMemoryMenuExtraView>(memory)};
     }
+    if (section == "battery") {
+        auto& battery = BatteryStatCollectorLinux::sharedBatteryCollector(context);
+        return SectionItem{[&battery] { battery.updateStats(); },
+                           std::make_unique<CVBBatteryMenuExtraView>(battery)};
+    }
     return std::nullopt;
 }
 
@@ -34,6 +41,7 @@ void cleanupSectionItems() {
     CPUStatCollectorLinux::cleanupShared();
     LoadStatCollectorLinux::cleanupShared();
     MemoryStatCollectorLinux::cleanupShared();
+    BatteryStatCollectorLinux::cleanupShared();
 }
 
 } // namespace corvane
