@@ -60,6 +60,7 @@ void BatteryStatCollector::updateStats() {
         auto item = std::static_pointer_cast<BatteryStatCollectorItem>(newItemWithKey2(key));
         item->setQueue(&mainQueue());
         item->type = s.type;
+        item->subtype = s.subtype;
         if (!s.controller.isNull())
             item->processSmart(s.controller);
         item->processIOPS(s.powerSource);

@@ -18,8 +18,9 @@ public:
     // One source as the machine reports it.
     struct PowerSource {
         std::int64_t type = BatteryStatCollectorItem::InternalBattery;
-        Value powerSource; // "Name", "Current Capacity", "Power Source State", ...
-        Value controller;  // the battery controller's properties; null where there are none
+        Value powerSource;        // "Name", "Current Capacity", "Power Source State", ...
+        Value controller;         // the battery controller's properties; null where there are none
+        std::int64_t subtype = 0; // a wireless device's kind (WirelessDeviceKind)
     };
 
     explicit BatteryStatCollector(const EngineContext& context);

@@ -1,5 +1,6 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 
+#include "collectors/battery/WirelessDeviceKind.h"
 #include "foundation/TextParsing.h"
 
 #include <cctype>
@@ -189,6 +190,8 @@ BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supp
     Value d = Value::dict({{"Power Source ID", name}});
     const std::string model = s.text("model_name");
     d.set("Name", model.empty() ? name : model);
+    if (device)
+        source.subtype = deviceKindForName(model);
     if (const std::string serial = s.text("serial_number"); !serial.empty())
         d.set("Hardware Serial Number", serial);
     if (auto percent = percentOf(s))
@@ -259,7 +262,10 @@ std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerS
     }
     if (upower_) {
         for (auto& device : upower_->peripheralBatteries(names))
-            sources.push_back({BatteryStatCollectorItem::WirelessDevice, std::move(device), {}});
+            sources.push_back({BatteryStatCollectorItem::WirelessDevice,
+                               std::move(device.powerSource),
+                               {},
+                               device.kind});
     }
     return sources;
 }

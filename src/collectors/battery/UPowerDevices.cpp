@@ -38,8 +38,9 @@ UPowerDevices::~UPowerDevices() {
         g_object_unref(connection_);
 }
 
-std::vector<Value> UPowerDevices::peripheralBatteries(const std::vector<std::string>& known) {
-    std::vector<Value> sources;
+std::vector<UPowerDevices::Peripheral>
+UPowerDevices::peripheralBatteries(const std::vector<std::string>& known) {
+    std::vector<Peripheral> sources;
     if (!connection_)
         return sources;
     GError* error = nullptr;
@@ -78,7 +79,7 @@ std::vector<Value> UPowerDevices::peripheralBatteries(const std::vector<std::str
                                     {"Power Source ID", native.empty() ? path.string() : native}});
         if (!p["Serial"].string().empty())
             source.set("Hardware Serial Number", p["Serial"].string());
-        sources.push_back(std::move(source));
+        sources.push_back({std::move(source), deviceKindForUPowerType(p["Type"].integerValue())});
     }
     return sources;
 }

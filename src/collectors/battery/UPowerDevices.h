@@ -1,5 +1,6 @@
 #pragma once
 
+#include "collectors/battery/WirelessDeviceKind.h"
 #include "foundation/Value.h"
 
 #include <string>
@@ -20,8 +21,12 @@ public:
     UPowerDevices(const UPowerDevices&) = delete;
     UPowerDevices& operator=(const UPowerDevices&) = delete;
 
+    struct Peripheral {
+        Value powerSource;
+        WirelessDeviceKind kind = UnknownDevice;
+    };
     // Sources whose kernel name is in `known` are left out: the kernel's own reading wins.
-    std::vector<Value> peripheralBatteries(const std::vector<std::string>& known);
+    std::vector<Peripheral> peripheralBatteries(const std::vector<std::string>& known);
 
 private:
     GDBusConnection* connection_ = nullptr;

@@ -42,6 +42,8 @@ TEST_F(PowerSupplies, ALaptopOnBatteryWithAWirelessMouse) {
         battery.batteries()[1] == internal ? battery.batteries()[0] : battery.batteries()[1];
     EXPECT_EQ(mouse->type, Item::WirelessDevice);
     EXPECT_EQ(mouse->name, "Wireless Mouse MX");
+    EXPECT_EQ(mouse->subtype, Mouse); // from its name: the kernel does not say
+    EXPECT_EQ(internal->subtype, UnknownDevice);
     EXPECT_FLOAT_EQ(mouse->percentage, 55.0F);
     EXPECT_EQ(mouse->state, Item::Discharging);
     EXPECT_FALSE(battery.adapterWatts());

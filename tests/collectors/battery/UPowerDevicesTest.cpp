@@ -160,12 +160,15 @@ TEST(UPowerDevices, PeripheralsTheKernelDoesNotListBecomeWirelessSources) {
     const auto sources = devices.peripheralBatteries({"BAT0", "hidpp_battery_0"});
     g_object_unref(bus);
     ASSERT_EQ(sources.size(), 2u);
-    EXPECT_EQ(sources[0]["Name"], Value("Headset"));
-    EXPECT_EQ(sources[0]["Current Capacity"], Value(80.0));
-    EXPECT_EQ(sources[0]["Power Source ID"], Value("/org/bluez/hci0/dev_AA"));
-    EXPECT_FALSE(sources[0].contains("Hardware Serial Number"));
-    EXPECT_EQ(sources[1]["Hardware Serial Number"], Value("K-1"));
-    EXPECT_EQ(sources[1]["Power Source State"], Value("Battery Power"));
+    EXPECT_EQ(sources[0].powerSource["Name"], Value("Headset"));
+    EXPECT_EQ(sources[0].powerSource["Current Capacity"], Value(80.0));
+    EXPECT_EQ(sources[0].powerSource["Power Source ID"], Value("/org/bluez/hci0/dev_AA"));
+    EXPECT_FALSE(sources[0].powerSource.contains("Hardware Serial Number"));
+    EXPECT_EQ(sources[1].powerSource["Hardware Serial Number"], Value("K-1"));
+    EXPECT_EQ(sources[1].powerSource["Power Source State"], Value("Battery Power"));
+    // The panel draws a headset and a keyboard for them.
+    EXPECT_EQ(sources[0].kind, Headphones);
+    EXPECT_EQ(sources[1].kind, Keyboard);
 }
 
 TEST(UPowerDevices, WithoutTheServiceTheListIsEmpty) {
