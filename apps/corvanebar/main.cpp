@@ -1,5 +1,7 @@
 // corvanebar: the settings application's command.
+#include "MenuCommands.h"
 #include "RenderCommand.h"
+#include "ShellCommands.h"
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/battery/BatteryStatus.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
@@ -290,6 +292,10 @@ int main(int argc, char** argv) {
     addSettingsCommands(app, settings);
     RenderOptions render;
     addRenderCommand(app, render);
+    ShellOptions shell;
+    addShellCommands(app, shell);
+    MenuOptions menu;
+    addMenuCommands(app, menu);
     CLI11_PARSE(app, argc, argv);
 
     if (app.got_subcommand("sky"))
@@ -298,6 +304,10 @@ int main(int argc, char** argv) {
         return runStatus(status);
     if (render.command->parsed())
         return runRender(render);
+    if (menuCommandParsed(menu))
+        return runMenuCommand(menu);
+    if (shellCommandParsed(shell))
+        return runShellCommand(shell);
     if (settings.exportCommand->parsed() || settings.importCommand->parsed() ||
         settings.resetCommand->parsed()) {
         corvane::setupLog("App");

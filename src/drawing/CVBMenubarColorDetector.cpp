@@ -13,6 +13,11 @@ bool CVBMenubarColorDetector::isMenubarDark() const {
     return CVBPreferences::sharedPreferences().isMenubarDark();
 }
 
+void CVBMenubarColorDetector::fetchColor() {
+    if (CVBPreferences::hasSharedPreferences())
+        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+}
+
 Color CVBMenubarColorDetector::color() const {
     return isMenubarDark() ? Color::white() : Color::black();
 }

@@ -14,6 +14,8 @@ public:
     // White on a dark panel, else black.
     Color color() const;
     Color tintColor() const { return color(); }
+    // Asks the desktop again; on a change the preferences post "CorvaneBarMenubarThemeChanged".
+    void fetchColor();
 };
 
 } // namespace corvane

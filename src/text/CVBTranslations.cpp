@@ -144,8 +144,11 @@ std::optional<std::string> CVBTranslations::localizedString(std::string_view key
                     (*translationsMenu_)[replaceApplicationName(k)] =
                         replaceApplicationName(v.stringValue());
         }
-        if (auto found = translationsMenu_->find(key); found != translationsMenu_->end())
-            return replaceApplicationName(found->second);
+        // Keys are stored with the name filled in, so a title asked before or after its
+        // name was filled in finds the same entry.
+        if (auto found = translationsMenu_->find(replaceApplicationName(std::string(key)));
+            found != translationsMenu_->end())
+            return found->second;
         tableName = "prefs";
     }
     const std::string fileName = tableName.empty() ? std::string("Localizable.strings")

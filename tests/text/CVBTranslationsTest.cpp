@@ -93,13 +93,16 @@ TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
     EXPECT_EQ(HLVLocalizedString("“%@” is now available.", {}, "updater"),
               "„%@“ ist jetzt verfügbar.");
     EXPECT_EQ(HLVLocalizedMenuString("Quit Corvane Bar"), "Corvane Bar beenden");
+    // The About item asks with the name still to be filled in.
+    EXPECT_EQ(HLVLocalizedMenuString("About APPLICATIONNAME"), "Über Corvane Bar");
+    EXPECT_EQ(HLVLocalizedMenuString("Reset Disk Filtering"), "Laufwerksfilter zurücksetzen");
 }
 
 // A key that only English carries would show English in the middle of a German window.
 TEST_F(CarriedTables, EveryEnglishKeyHasAGermanText) {
     const auto data = Paths::dataDirectory();
-    for (const char* table :
-         {"common.strings", "prefs.strings", "sensors.strings", "updater.strings"}) {
+    for (const char* table : {"battery.strings", "common.strings", "prefs.strings",
+                              "sensors.strings", "updater.strings"}) {
         SCOPED_TRACE(table);
         const auto english = readStringsFile(data / "en.lproj" / table);
         const auto german = readStringsFile(data / "de.lproj" / table);

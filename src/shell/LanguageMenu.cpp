@@ -1,0 +1,132 @@
+#include "shell/LanguageMenu.h"
+
+#include "foundation/Log.h"
+#include "preferences/CVBPreferences.h"
+#include "shell/Menu.h"
+#include "text/CVBTranslations.h"
+
+namespace corvane {
+
+namespace {
+
+constexpr const char* kLanguageKey = "language";
+constexpr const char* kSystemDefault = "System Default";
+
+} // namespace
+
+LanguageMenu::LanguageMenu(CVBPreferences& preferences, DistributedNotificationCenter& center,
+                           ProcessLauncher& launcher, ApplicationTerminator& terminator,
+                           std::filesystem::path program)
+    : preferences_(preferences)
+    , center_(center)
+    , launcher_(launcher)
+    , terminator_(terminator)
+    , program_(std::move(program)) {}
+
+const std::vector<LanguageChoice>& LanguageMenu::languages() {
+    static const std::vector<LanguageChoice> choices{
+        {"Arabic", "ar"},
+        {"Catalan", "ca"},
+        {"Chinese (China)", "zh-CN"},
+        {"Chinese (Taiwan)", "zh-TW"},
+        {"Chinese (Hong Kong)", "zh-HK"},
+        {"Croatian", "hr"},
+        {"Czech", "cs"},
+        {"Danish", "da"},
+        {"Dutch", "nl"},
+        {"English", "en"},
+        {"Finnish", "fi"},
+        {"French", "fr"},
+        {"French (Canada)", "fr-CA"},
+        {"German", "de"},
+        {"Greek", "el"},
+        {"Hebrew", "he"},
+        {"Hungarian", "hu"},
+        {"Indonesian", "id"},
+        {"Italian", "it"},
+        {"Japanese", "ja"},
+        {"Korean", "ko"},
+        {"Malay", "ms"},
+        {"Norwegian", "no"},
+        {"Polish", "pl"},
+        {"Portuguese (Portugal)", "pt-PT"},
+        {"Portuguese (Brazil)", "pt-BR"},
+        {"Romanian", "ro"},
+        {"Russian", "ru"},
+        {"Slovak", "sk"},
+        {"Spanish", "es"},
+        {"Spanish (Latin America)", "es-419"},
+        {"Spanish (Mexico)", "es-MX"},
+        {"Swedish", "sv"},
+        {"Thai", "th"},
+        {"Turkish", "tr"},
+        {"Ukrainian", "uk"},
+        {"Vietnamese", "vi"},
+    };
+    return choices;
+}
+
+std::string LanguageMenu::relaunchCommand(const std::filesystem::path& program) {
+    return "sleep 1;" + shellQuoted(program.string());
+}
+
+void LanguageMenu::build(Menu& menu) {
+    menu_ = &menu;
+    menu.removeAllItems();
+    auto add = [&](const char* name, const char* key) {
+        auto& item = menu.addItem(HLVLocalizedString(name, {}, "prefs"), [this](MenuItem& chosen) {
+            selectLanguage(chosen.representedObject.string());
+        });
+        item.identifier = name;
+        item.representedObject = key;
+        item.checkable = true;
+    };
+    add(kSystemDefault, "");
+    menu.addSeparator();
+    for (const auto& language : languages())
+        add(language.name, language.key);
+    updateLanguageMenu();
+}
+
+std::string LanguageMenu::storedLanguage() const {
+    const Value& stored = preferences_.objectForKey(kLanguageKey);
+    return stored.isString() ? stored.string() : std::string();
+}
+
+void LanguageMenu::updateLanguageMenu() {
+    if (!menu_)
+        return;
+    const std::string language = storedLanguage();
+    for (const auto& item : menu_->items())
+        if (!item->isSeparator())
+            item->state = item->representedObject.stringValue() == language;
+}
+
+void LanguageMenu::storeLanguage(std::string_view key) {
+    if (key.empty())
+        preferences_.removeObjectForKey(kLanguageKey);
+    else
+        preferences_.setObject(Value(key), kLanguageKey);
+    // A language list left by the desktop would outrank the choice.
+    auto& defaults = preferences_.userDefaults();
+    defaults.setValue("AppleLanguages", Value());
+    defaults.synchronize();
+    updateLanguageMenu();
+    center_.postNotificationName(kLanguageChangeNotification, {},
+                                 DistributedNotificationCenter::DeliverImmediately);
+}
+
+void LanguageMenu::selectLanguage(std::string_view key) {
+    storeLanguage(key);
+    relaunch();
+}
+
+void LanguageMenu::relaunch() {
+    if (program_.empty())
+        CVBLog("Cannot start again without the program's path; start it by hand");
+    else
+        launcher_.launchDetached({"/bin/sh", "-c", relaunchCommand(program_)});
+    terminator_.terminate();
+}
+
+} // namespace corvane

@@ -1,0 +1,505 @@
+#include "MenuFixture.h"
+#include "foundation/Log.h"
+#include "foundation/Paths.h"
+#include "foundation/PropertyList.h"
+#include "preferences/PreferenceMigration.h"
+#include "preferences/SettingsFile.h"
+#include "shell/Corvane_BarAppDelegate.h"
+#include "shell/GeneralController.h"
+#include "shell/ProductSite.h"
+#include "shell/SectionManager.h"
+
+#include <thread>
+
+namespace corvane {
+namespace {
+
+// One list of what start-up asked of the world, in order; a call repeated at once counts once.
+struct EventLog {
+    std::vector<std::string> events;
+    void record(const std::string& event) {
+        if (events.empty() || events.back() != event)
+            events.push_back(event);
+    }
+};
+
+struct RecordingWindow final : ApplicationWindow {
+    struct Focus final : SectionWindow {
+        EventLog& log;
+        explicit Focus(EventLog& l)
+            : log(l) {}
+        void makeFirstResponder(SourceListItem* item) override {
+            log.record("firstResponder");
+            SectionWindow::makeFirstResponder(item);
+        }
+    };
+    struct List final : SourceList {
+        EventLog& log;
+        explicit List(EventLog& l)
+            : log(l) {}
+        void addItem(SourceListItem& item) override {
+            log.record("sections");
+            SourceList::addItem(item);
+        }
+    };
+
+    EventLog& log;
+    Focus focus{log};
+    List list{log};
+    SectionViewContainer container;
+    std::function<void()> onPrepare;
+    std::function<void()> onShow;
+    explicit RecordingWindow(EventLog& l)
+        : log(l) {}
+
+    void prepare() override {
+        log.record("prepare");
+        if (onPrepare)
+            onPrepare();
+    }
+    void show() override {
+        log.record("show");
+        if (onShow)
+            onShow();
+    }
+    SectionWindow* sectionWindow() override { return &focus; }
+    SectionViewContainer* sectionViewContainer() override { return &container; }
+    SourceList* sourceList() override { return &list; }
+    void setOverlayDelegate(Corvane_BarAppDelegate&) override { log.record("overlayDelegate"); }
+    void setOverlayParentWindow(OverlayController&) override { log.record("overlayParent"); }
+    void quit() override { log.record("quit"); }
+};
+
+struct RecordingCollectors final : StartupCollectors, CityLookup {
+    EventLog& log;
+    std::function<void()> onGPU;
+    std::filesystem::path citiesPath;
+    explicit RecordingCollectors(EventLog& l)
+        : log(l) {}
+    void setupGPUCollector() override {
+        log.record("gpu");
+        if (onGPU)
+            onGPU();
+    }
+    void setCityDatabasePath(const std::filesystem::path& path) override {
+        log.record("citiesPath");
+        citiesPath = path;
+    }
+    const CityLookup* cities() override {
+        log.record("cities");
+        return this;
+    }
+    Value cityWithIdentifier(std::int64_t identifier) const override {
+        return Value::dict({{"identifier", identifier}, {"city", "Lund"}});
+    }
+};
+
+struct RecordingHelp final : HelpController {
+    EventLog& log;
+    explicit RecordingHelp(EventLog& l)
+        : log(l) {}
+    void setup() override { log.record("help"); }
+    SectionPage* view() override { return &page; }
+    SectionPage page{"Help"};
+};
+
+struct RecordingInstaller final : InstallerPeer {
+    EventLog& log;
+    bool installed = true;
+    SectionPage page{"Installer"};
+    InstallerDelegate* delegate = nullptr;
+    explicit RecordingInstaller(EventLog& l)
+        : log(l) {}
+    bool isInstalledAndValid() override {
+        log.record("isInstalledAndValid");
+        return installed;
+    }
+    void setUpgrade(bool upgrade) override { log.record(upgrade ? "upgrade" : "fresh"); }
+    void setDelegate(InstallerDelegate* d) override { delegate = d; }
+    void showInstall() override { log.record("showInstall"); }
+    void showUninstall() override { log.record("showUninstall"); }
+    SectionPage* view() override { return &page; }
+};
+
+struct RecordingUpdateChecker final : UpdateCheckerPeer {
+    EventLog& log;
+    UpdateCheckerSettings settings;
+    explicit RecordingUpdateChecker(EventLog& l)
+        : log(l) {}
+    void setUp(const UpdateCheckerSettings& s) override {
+        log.record("updateChecker");
+        settings = s;
+    }
+};
+
+struct RecordingUploader final : StatUploaderPeer {
+    EventLog& log;
+    explicit RecordingUploader(EventLog& l)
+        : log(l) {}
+    void fetchAndUpload() override { log.record("upload"); }
+};
+
+// Answers on a thread of its own, as a peer's link does, when the test lets it; or never.
+struct RecordingVersionPeer final : VersionPeer {
+    EventLog& log;
+    std::string name;
+    std::optional<std::pair<double, std::int64_t>> answer;
+    std::vector<Reply> waiting;
+    RecordingVersionPeer(EventLog& l, std::string n)
+        : log(l)
+        , name(std::move(n)) {}
+    void version(Reply reply) override {
+        log.record(name);
+        waiting.push_back(std::move(reply));
+    }
+    void reply() {
+        if (answer)
+            for (auto& r : waiting)
+                std::thread([&r, a = *answer] { r(a.first, a.second); }).join();
+        waiting.clear();
+    }
+};
+
+struct RecordingRestarter final : StatusItemRestarter {
+    int restarts = 0;
+    void restartStatusItem() override { ++restarts; }
+};
+
+struct RecordingLauncher final : ProcessLauncher {
+    EventLog& log;
+    explicit RecordingLauncher(EventLog& l)
+        : log(l) {}
+    bool launchDetached(const std::vector<std::string>&) override {
+        log.record("launch");
+        return true;
+    }
+};
+
+class AppDelegate : public test::MenuFixture {
+protected:
+    void SetUp() override {
+        MenuFixture::SetUp();
+        SectionServices services;
+        services.center = &center;
+        services.distributedCenter = &bus;
+        services.clock = &queue;
+        services.overlay = overlay;
+        services.fetchMenubarColor = [] {};
+        SectionManager::install(std::make_unique<SectionManager>(std::move(services)));
+        daemon->answer = {{2.5, 301}};
+        statusItem->answer = {{6.72, 1224}};
+    }
+    void TearDown() override {
+        delegate.reset();
+        SectionManager::cleanup();
+        teardownLog();
+        MenuFixture::TearDown();
+    }
+
+    Corvane_BarAppDelegate& make() {
+        AppDelegatePeers peers;
+        peers.window = window;
+        peers.collectors = collectors;
+        peers.help = help;
+        peers.installer = installer;
+        peers.updateChecker = updateChecker;
+        peers.statUploader = uploader;
+        peers.daemon = daemon;
+        peers.agent = agent;
+        peers.statusItem = statusItem;
+        peers.menuActions = actions;
+        peers.launcher = launcher;
+        peers.restarter = restarter;
+        peers.fetchMenubarColor = [this] { log.record("fetchColor"); };
+        peers.program = "/usr/bin/corvanebar";
+        delegate = std::make_unique<Corvane_BarAppDelegate>(CVBPreferences::sharedPreferences(),
+                                                            queue, center, bus, std::move(peers));
+        return *delegate;
+    }
+
+    Corvane_BarAppDelegate& launched() {
+        auto& d = make();
+        d.applicationWillFinishLaunching();
+        d.applicationDidFinishLaunching();
+        return d;
+    }
+
+    // Lets the peers' replies arrive and the main queue take them.
+    void settleReplies() {
+        daemon->reply();
+        agent->reply();
+        statusItem->reply();
+        queue.runUntilIdle();
+    }
+
+    CVBPreferences& prefs() { return CVBPreferences::sharedPreferences(); }
+
+    test::ScopedEnvironment logs{"CORVANEBAR_LOG_DIR", (dir / "logs").c_str()};
+    EventLog log;
+    std::shared_ptr<test::CountingOverlay> overlay = std::make_shared<test::CountingOverlay>();
+    std::shared_ptr<RecordingWindow> window = std::make_shared<RecordingWindow>(log);
+    std::shared_ptr<RecordingCollectors> collectors = std::make_shared<RecordingCollectors>(log);
+    std::shared_ptr<RecordingHelp> help = std::make_shared<RecordingHelp>(log);
+    std::shared_ptr<RecordingInstaller> installer = std::make_shared<RecordingInstaller>(log);
+    std::shared_ptr<RecordingUpdateChecker> updateChecker =
+        std::make_shared<RecordingUpdateChecker>(log);
+    std::shared_ptr<RecordingUploader> uploader = std::make_shared<RecordingUploader>(log);
+    std::shared_ptr<RecordingVersionPeer> daemon =
+        std::make_shared<RecordingVersionPeer>(log, "daemon");
+    std::shared_ptr<RecordingVersionPeer> agent =
+        std::make_shared<RecordingVersionPeer>(log, "agent");
+    std::shared_ptr<RecordingVersionPeer> statusItem =
+        std::make_shared<RecordingVersionPeer>(log, "statusItem");
+    std::shared_ptr<test::RecordingMenuActions> actions =
+        std::make_shared<test::RecordingMenuActions>();
+    std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>(log);
+    std::shared_ptr<RecordingRestarter> restarter = std::make_shared<RecordingRestarter>();
+    std::unique_ptr<Corvane_BarAppDelegate> delegate;
+};
+
+TEST_F(AppDelegate, WillFinishLaunchingRunsItsStepsInOrder) {
+    // Cities stored as bare identifiers need the database: migrateCities asks for it.
+    prefs().setObject(Value::array({3}), "Time_Cities");
+    auto& d = make();
+    window->onPrepare = [&] {
+        EXPECT_EQ(queue.pendingCount(), 1u) << "the second translation pass is scheduled first";
+    };
+    window->onShow = [&] {
+        EXPECT_EQ(d.menus().appMenu().numberOfItems(), 9u) << "menus are built before showing";
+        EXPECT_GT(d.menus().languageMenu().numberOfItems(), 2u);
+        EXPECT_TRUE(d.menus().languageMenu().itemAtIndex(0).state);
+    };
+    collectors->onGPU = [&] {
+        for (const char* process :
+             {"InstallerBundle", "App", "InstallerHelper", "Corvane Bar Status", "Agent"})
+            EXPECT_TRUE(std::filesystem::is_directory(dir / "logs" / process)) << process;
+    };
+
+    d.applicationWillFinishLaunching();
+    EXPECT_EQ(log.events,
+              (std::vector<std::string>{"prepare", "show", "gpu", "citiesPath", "cities", "help",
+                                        "sections", "firstResponder", "overlayDelegate"}));
+    EXPECT_EQ(collectors->citiesPath, Paths::dataDirectory() / "cities.db");
+    EXPECT_EQ(prefs().domain().copyValue("Time_Cities"),
+              Value::array({Value::dict({{"identifier", 3}, {"city", "Lund"}})}));
+    EXPECT_EQ(d.menus().windowMenu().itemAtIndex(0).title, "Corvane Bar");
+    ASSERT_NE(SectionManager::sharedSectionManager().general(), nullptr);
+    EXPECT_EQ(SectionManager::sharedSectionManager().general()->helpView(), &help->page);
+    EXPECT_TRUE(prefs().useWindowBasedThemeCheck);
+    CVBLog("written to the application's own log");
+    EXPECT_TRUE(std::filesystem::exists(dir / "logs" / "App" / "App.log"));
+}
+
+TEST_F(AppDelegate, DidFinishLaunchingRunsItsStepsInOrderAndAsksEveryPeerForItsVersion) {
+    prefs().setBool(true, "Diagnostics_Enabled");
+    auto& d = make();
+    d.applicationWillFinishLaunching();
+    log.events.clear();
+    updateChecker->settings = {};
+
+    d.applicationDidFinishLaunching();
+    EXPECT_EQ(d.versionLabel(), "Version: 6.72 (1224)");
+    EXPECT_EQ(d.menus().appMenu().itemAtIndex(0).title, "About Corvane Bar");
+    EXPECT_EQ(log.events, (std::vector<std::string>{"updateChecker", "overlayParent",
+                                                    "firstResponder", "isInstalledAndValid"}));
+    EXPECT_EQ(updateChecker->settings.feed,
+              std::string(kProductSiteAddress) + "/corvanebar6/version-json.php");
+    EXPECT_EQ(updateChecker->settings.installMode, 3);
+    EXPECT_DOUBLE_EQ(updateChecker->settings.currentVersion, 6.72);
+    EXPECT_EQ(updateChecker->settings.currentVersionBuild, 1224);
+
+    queue.advance(1.0);
+    EXPECT_EQ(log.events,
+              (std::vector<std::string>{"updateChecker", "overlayParent", "firstResponder",
+                                        "isInstalledAndValid", "daemon", "agent", "statusItem"}));
+    queue.advance(1.0);
+    EXPECT_EQ(log.events.back(), "upload") << "diagnostics go out two seconds after start";
+}
+
+TEST_F(AppDelegate, VersionLabelsShowTheRepliesAndKeepTheirTextWithoutOne) {
+    LogCapture captured;
+    auto& d = launched();
+    queue.advance(1.0);
+    daemon->reply();
+    EXPECT_EQ(d.daemonLabel(), "") << "a reply touches the label only on the main queue";
+    settleReplies();
+    EXPECT_EQ(d.daemonLabel(), "Daemon: 2.50 (301)");
+    EXPECT_EQ(d.statusItemLabel(), "Status Item: 6.72 (1224)");
+    EXPECT_EQ(d.agentLabel(), "") << "the agent never answered";
+    EXPECT_TRUE(captured.contains("status version 6.72 (1224)"));
+
+    // The daemon comes up again with a newer version.
+    daemon->answer = {{2.6, 302}};
+    bus.postNotificationName(kDaemonXPCReadyNotification);
+    queue.advance(1.0);
+    settleReplies();
+    EXPECT_EQ(d.daemonLabel(), "Daemon: 2.60 (302)");
+}
+
+TEST_F(AppDelegate, RepliesAfterTheDelegateIsGoneAreDropped) {
+    launched();
+    queue.advance(1.0);
+    delegate.reset();
+    settleReplies();
+    SUCCEED() << "under the address sanitizer a late reply would write freed labels";
+}
+
+TEST_F(AppDelegate, AMissingInstallationShowsTheInstallerHalfASecondLater) {
+    installer->installed = false;
+    launched();
+    EXPECT_EQ(overlay->shows, 0);
+    queue.advance(0.5);
+    EXPECT_EQ(overlay->shows, 1);
+    EXPECT_EQ(overlay->shownView(), &installer->page);
+    EXPECT_EQ(installer->delegate, delegate.get());
+    const std::vector<std::string> tail(log.events.end() - 2, log.events.end());
+    EXPECT_EQ(tail, (std::vector<std::string>{"fresh", "showInstall"}));
+}
+
+TEST_F(AppDelegate, ReinstallAndUninstallShowTheInstallerAtOnce) {
+    auto& d = launched();
+    log.events.clear();
+    d.menus().appMenu().findItem("Reinstall...")->perform();
+    EXPECT_EQ(log.events, (std::vector<std::string>{"upgrade", "showInstall"}));
+    d.menus().appMenu().findItem("Uninstall...")->perform();
+    EXPECT_EQ(log.events.back(), "showUninstall");
+    EXPECT_EQ(overlay->shows, 2);
+    d.uninstallCancelled();
+    EXPECT_EQ(overlay->shownView(), nullptr);
+}
+
+TEST_F(AppDelegate, AFirstInstallationSendsNoDiagnosticsInThatRunButALaterOneDoes) {
+    prefs().setBool(true, "Diagnostics_Enabled");
+    auto& d = make();
+    d.installSuceeded();
+    EXPECT_EQ(storedUserDefault("ShownSetupScreen"), Value(true));
+    EXPECT_EQ(overlay->removals, 1);
+    queue.advance(3.0);
+    EXPECT_TRUE(log.events.empty()) << "nothing uploaded";
+
+    d.installSuceeded();
+    EXPECT_EQ(overlay->removals, 2);
+    queue.advance(2.0);
+    EXPECT_EQ(log.events, std::vector<std::string>{"upload"});
+}
+
+TEST_F(AppDelegate, DiagnosticsGoOutOncePerModelAndOnlyWhenAllowed) {
+    auto& d = make();
+    const std::string sent = Corvane_BarAppDelegate::diagnosticPreferenceKey();
+    EXPECT_EQ(sent, "Diagnostics_Sent_4.0");
+    d.sendDiagnosticsIfNeeded();
+    queue.advance(3.0);
+    EXPECT_TRUE(log.events.empty()) << "not allowed";
+
+    prefs().setBool(true, "Diagnostics_Enabled");
+    d.sendDiagnosticsIfNeeded();
+    d.sendDiagnosticsIfNeeded();
+    EXPECT_EQ(prefs().domain().copyValue(sent), Value(true));
+    queue.advance(1.9);
+    EXPECT_TRUE(log.events.empty());
+    queue.advance(0.1);
+    EXPECT_EQ(log.events, std::vector<std::string>{"upload"});
+    d.sendDiagnosticsIfNeeded();
+    queue.advance(3.0);
+    EXPECT_EQ(log.events.size(), 1u);
+}
+
+class AppDelegateModel : public AppDelegate {
+protected:
+    // A delegate on a machine of that model, with diagnostics marked as sent.
+    Corvane_BarAppDelegate& onMachine(const std::string& model) {
+        MachineFacts machine;
+        machine.modelIdentifier = model;
+        install(machine);
+        prefs().setBool(true, Corvane_BarAppDelegate::diagnosticPreferenceKey());
+        return make();
+    }
+    void storeModel(const char* model) {
+        prefs().userDefaults().setValue("_modelid", Value(model));
+        prefs().userDefaults().synchronize();
+    }
+    bool diagnosticsMarkedSent() {
+        return prefs().domain().copyValue(Corvane_BarAppDelegate::diagnosticPreferenceKey()) ==
+               Value(true);
+    }
+};
+
+TEST_F(AppDelegateModel, AFirstKnownModelIsStoredAndDiagnosticsAreDueAgain) {
+    onMachine("MacBookPro18,3").checkModel();
+    EXPECT_EQ(storedUserDefault("_modelid"), Value("MacBookPro18,3"));
+    EXPECT_FALSE(diagnosticsMarkedSent());
+}
+
+TEST_F(AppDelegateModel, TheSameModelChangesNothing) {
+    storeModel("MacBookPro18,3");
+    onMachine("MacBookPro18,3").checkModel();
+    EXPECT_TRUE(diagnosticsMarkedSent());
+}
+
+TEST_F(AppDelegateModel, AnotherModelReplacesTheStoredOneAndDiagnosticsAreDueAgain) {
+    storeModel("Macmini9,1");
+    onMachine("MacBookPro18,3").checkModel();
+    EXPECT_EQ(storedUserDefault("_modelid"), Value("MacBookPro18,3"));
+    EXPECT_FALSE(diagnosticsMarkedSent());
+}
+
+TEST_F(AppDelegateModel, AnUnknownModelChangesNothing) {
+    storeModel("Macmini9,1");
+    onMachine("").checkModel();
+    EXPECT_EQ(storedUserDefault("_modelid"), Value("Macmini9,1"));
+    EXPECT_TRUE(diagnosticsMarkedSent());
+}
+
+TEST_F(AppDelegate, OnlySettingsFilesAreOpenedAndTheirImportRefreshesTheTicks) {
+    auto& d = launched();
+    const auto text = dir / "settings.txt";
+    writePropertyListFile(
+        text, Value::dict({{"preferences", Value::dict({{"Foo", 1}})}, {"version", "6.72"}}));
+    EXPECT_FALSE(d.application(text));
+    EXPECT_TRUE(prefs().domain().copyValue("Foo").isNull());
+    EXPECT_EQ(restarter->restarts, 0);
+
+    MenuItem& combine = *d.menus().statsMenu().findItem("Combine Processes");
+    ASSERT_TRUE(combine.state);
+    const auto settings = dir / "settings.cvbp";
+    writePropertyListFile(settings,
+                          Value::dict({{"preferences", Value::dict({{"ProcessesCombine", false}})},
+                                       {"version", "6.72"},
+                                       {"build", "1224"}}));
+    EXPECT_TRUE(d.application(settings));
+    EXPECT_EQ(prefs().domain().copyValue("ProcessesCombine"), Value(false));
+    EXPECT_EQ(restarter->restarts, 1);
+    EXPECT_FALSE(combine.state);
+}
+
+TEST_F(AppDelegate, NotificationsOfOtherProcessesRefreshAKeyAndTheColours) {
+    launched();
+    auto& domain = prefs().domain();
+    EXPECT_FALSE(prefs().objectForKey("Weather_Units").boolValue());
+    // Another process writes the file; this one still answers from its cache.
+    PreferenceDomain other(kExtrasDomain, domain.file());
+    other.setValue("Weather_Units", Value(1));
+    other.synchronize();
+    EXPECT_FALSE(prefs().objectForKey("Weather_Units").boolValue());
+    bus.postNotificationName(kResetPreferencesAppNotification,
+                             Value::dict({{"key", "Weather_Units"}}));
+    EXPECT_EQ(prefs().objectForKey("Weather_Units"), Value(1));
+
+    int themeChanges = 0;
+    auto observer = center.addObserver(kMenubarThemeChangedNotification,
+                                       [&](const Notification&) { ++themeChanges; });
+    log.events.clear();
+    bus.postNotificationName(kDetectedMenubarColorChangedNotification);
+    EXPECT_EQ(log.events, std::vector<std::string>{"fetchColor"});
+    EXPECT_EQ(themeChanges, 1);
+}
+
+TEST_F(AppDelegate, AChosenLanguageEndsTheApplicationAfterStartingItAgain) {
+    auto& d = launched();
+    log.events.clear();
+    d.menus().languageMenu().findItem("German")->perform();
+    EXPECT_EQ(log.events, (std::vector<std::string>{"launch", "quit"}));
+}
+
+} // namespace
+} // namespace corvane

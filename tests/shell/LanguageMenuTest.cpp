@@ -1,0 +1,135 @@
+#include "shell/LanguageMenu.h"
+
+#include "MenuFixture.h"
+#include "shell/Menu.h"
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+namespace corvane {
+namespace {
+
+// Records the restart instead of doing it, in one list with the posts.
+struct RecordingRestart final : ProcessLauncher, ApplicationTerminator {
+    std::vector<std::string>& events;
+    std::vector<std::string> arguments;
+    explicit RecordingRestart(std::vector<std::string>& log)
+        : events(log) {}
+    bool launchDetached(const std::vector<std::string>& argv) override {
+        events.push_back("launch");
+        arguments = argv;
+        return true;
+    }
+    void terminate() override { events.push_back("terminate"); }
+};
+
+class Languages : public test::MenuFixture {
+protected:
+    void SetUp() override {
+        MenuFixture::SetUp();
+        observation = bus.addObserver(kLanguageChangeNotification,
+                                      [this](const Notification&) { events.push_back("posted"); });
+        language = std::make_unique<LanguageMenu>(CVBPreferences::sharedPreferences(), bus, restart,
+                                                  restart, "/opt/corvane bar/corvanebar");
+        language->build(menu);
+    }
+
+    MenuItem& item(std::string_view title) { return *menu.findItem(title); }
+    std::vector<std::string> ticked() {
+        std::vector<std::string> keys;
+        for (const auto& i : menu.items())
+            if (i->state)
+                keys.push_back(i->representedObject.stringValue());
+        return keys;
+    }
+
+    std::vector<std::string> events;
+    RecordingRestart restart{events};
+    Observation observation;
+    Menu menu{"Language"};
+    std::unique_ptr<LanguageMenu> language;
+};
+
+TEST_F(Languages, SystemDefaultComesFirstThenEveryLanguageInOrderWithItsKey) {
+    ASSERT_EQ(menu.numberOfItems(), 2 + LanguageMenu::languages().size());
+    EXPECT_EQ(menu.itemAtIndex(0).title, "System Default");
+    EXPECT_EQ(menu.itemAtIndex(0).representedObject, Value(""));
+    EXPECT_TRUE(menu.itemAtIndex(1).isSeparator());
+    EXPECT_EQ(LanguageMenu::languages().size(), 37u);
+    const std::pair<std::size_t, std::string> spots[] = {
+        {2, "ar"},     {4, "zh-CN"},  {6, "zh-HK"}, {14, "fr-CA"},
+        {27, "pt-BR"}, {33, "es-MX"}, {38, "vi"}};
+    for (const auto& [index, key] : spots)
+        EXPECT_EQ(menu.itemAtIndex(index).representedObject, Value(key)) << index;
+    EXPECT_EQ(item("Spanish (Latin America)").representedObject, Value("es-419"));
+    EXPECT_EQ(ticked(), std::vector<std::string>{""}) << "nothing stored: the system's";
+}
+
+TEST_F(Languages, AChoiceIsStoredTickedAnnouncedAndTheProgramStartsAgain) {
+    auto& defaults = CVBPreferences::sharedPreferences().userDefaults();
+    defaults.setValue("AppleLanguages", Value::array({"fr"}));
+    defaults.synchronize();
+
+    item("German").perform();
+    EXPECT_EQ(CVBPreferences::sharedPreferences().domain().copyValue("language"), Value("de"));
+    EXPECT_TRUE(storedUserDefault("AppleLanguages").isNull());
+    EXPECT_EQ(ticked(), std::vector<std::string>{"de"});
+    EXPECT_EQ(events, (std::vector<std::string>{"posted", "launch", "terminate"}));
+    EXPECT_EQ(restart.arguments,
+              (std::vector<std::string>{"/bin/sh", "-c", "sleep 1;'/opt/corvane bar/corvanebar'"}));
+}
+
+TEST_F(Languages, SystemDefaultRemovesTheKeyAndRestartsLikeAnyOtherChoice) {
+    CVBSetObjectForKey(Value("pt-BR"), "language");
+    language->updateLanguageMenu();
+    EXPECT_EQ(ticked(), std::vector<std::string>{"pt-BR"});
+
+    item("System Default").perform();
+    EXPECT_TRUE(CVBPreferences::sharedPreferences().domain().copyValue("language").isNull());
+    EXPECT_EQ(ticked(), std::vector<std::string>{""});
+    EXPECT_EQ(events, (std::vector<std::string>{"posted", "launch", "terminate"}));
+}
+
+TEST_F(Languages, LanguageNamesAreTranslatedInTheChosenLanguage) {
+    CVBSetObjectForKey(Value("de"), "language");
+    language->build(menu);
+    EXPECT_EQ(item("German").title, "Deutsch");
+    EXPECT_EQ(ticked(), std::vector<std::string>{"de"});
+}
+
+std::string shellOutput(const std::string& command) {
+    std::string output;
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char buffer[256];
+        while (std::fgets(buffer, sizeof buffer, pipe))
+            output += buffer;
+        ::pclose(pipe);
+    }
+    return output;
+}
+
+TEST(Relaunch, AnyProgramPathSurvivesTheShellAsOneWord) {
+    for (const std::string path :
+         {"/usr/bin/corvanebar", "/home/o'neil/bin/corvane bar", "/tmp/$(touch x);`id`/\"a\"\\b"}) {
+        const std::string command = LanguageMenu::relaunchCommand(path);
+        ASSERT_EQ(command.rfind("sleep 1;", 0), 0u);
+        const std::string quoted = command.substr(std::string("sleep 1;").size());
+        EXPECT_EQ(shellOutput("printf '%s' " + quoted), path);
+    }
+}
+
+TEST(Relaunch, TheLauncherStartsAProgramThatOutlivesTheCall) {
+    test::TemporaryDirectory dir;
+    const auto marker = dir / "started";
+    GLibProcessLauncher launcher;
+    ASSERT_TRUE(
+        launcher.launchDetached({"/bin/sh", "-c", "echo $$ > " + shellQuoted(marker.string())}));
+    for (int i = 0; i < 200 && !std::filesystem::exists(marker); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    EXPECT_TRUE(std::filesystem::exists(marker));
+    EXPECT_FALSE(launcher.launchDetached({(dir / "missing").string()}));
+}
+
+} // namespace
+} // namespace corvane

@@ -1,0 +1,298 @@
+#include "SectionFixture.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+class Section : public test::SectionFixture {
+protected:
+    void SetUp() override {
+        SectionFixture::SetUp();
+        storeOrder(Value::array({1, 2}));
+        manager->setup();
+        posts.names.clear();
+        posts.infos.clear();
+    }
+
+    // Flips a section's switch as the user does.
+    void click(SectionController* section) { section->sourceItem().toggle.click(); }
+
+    std::vector<Value> localInfos;
+    std::vector<Observation> observations;
+};
+
+TEST_F(Section, TurningAnItemOnPutsItFirstOrAfterALeadingMinusOne) {
+    auto* weather = manager->weather();
+    ASSERT_FALSE(weather->sourceItem().toggle.on);
+    click(weather);
+    EXPECT_EQ(storedOrder(), Value::array({9, 1, 2}));
+    EXPECT_TRUE(weather->isLoaded());
+
+    storeOrder(Value::array({-1, 2}));
+    manager->refreshAllSections();
+    click(manager->battery());
+    EXPECT_EQ(storedOrder(), Value::array({-1, 6, 2}));
+
+    storeOrder(Value::array());
+    manager->refreshAllSections();
+    click(manager->time());
+    EXPECT_EQ(storedOrder(), Value::array({7}));
+}
+
+TEST_F(Section, EachFlipIsToldToOtherProcessesAndInsideThisOne) {
+    observations.push_back(
+        center.addObserver("CorvaneBarDisableStatusItem",
+                           [this](const Notification& n) { localInfos.push_back(n.userInfo); }));
+    auto* memory = manager->memory();
+    click(memory);
+    EXPECT_EQ(storedOrder(), Value::array({1}));
+    EXPECT_FALSE(memory->isLoaded());
+    ASSERT_EQ(posts.names, std::vector<std::string>{"CorvaneBarDisableStatusItem"});
+    EXPECT_TRUE(posts.infos[0].isNull() || posts.infos[0].empty());
+    ASSERT_EQ(localInfos.size(), 1u);
+    EXPECT_EQ(localInfos[0], Value::dict({{"item", 2}}));
+}
+
+TEST_F(Section, TurningOnAnItemAlreadyOnStoresNothingButStillTellsEveryone) {
+    // Stored as text, as an old version may have left it: a store would turn it into numbers.
+    storeOrder(Value::array({"1", "2"}));
+    observations.push_back(
+        center.addObserver("CorvaneBarEnableStatusItem",
+                           [this](const Notification& n) { localInfos.push_back(n.userInfo); }));
+    auto* cpu = manager->cpu();
+    cpu->sourceItem().toggle.on = true;
+    cpu->toggle(cpu->sourceItem().toggle);
+    EXPECT_EQ(storedOrder(), Value::array({"1", "2"}));
+    EXPECT_EQ(posts.count("CorvaneBarEnableStatusItem"), 1);
+    EXPECT_EQ(localInfos, std::vector<Value>{Value::dict({{"item", 1}})});
+}
+
+TEST_F(Section, TurningCombinedOnTakesItsItemsOutOfThePanelAndHidesTheirSwitches) {
+    CVBSetObjectForKey(Value::array({Value::dict({{"key", 1}}), Value::dict({{"key", 3}})}),
+                       "CombinedMenubarDisplayMode");
+    CVBSetObjectForKey(Value::array({Value::dict({{"key", 3}}), Value::dict({{"key", 6}})}),
+                       "CombinedDropdownDisplayMode");
+    storeOrder(Value::array({1, 2, 3, 6}));
+    manager->refreshAllSections();
+    ASSERT_FALSE(manager->cpu()->sourceItem().toggle.hidden);
+
+    click(manager->combined());
+    EXPECT_EQ(storedOrder(), Value::array({8, 2}));
+    for (SectionController* inside : std::initializer_list<SectionController*>{
+             manager->cpu(), manager->disks(), manager->battery()}) {
+        EXPECT_TRUE(inside->sourceItem().toggle.hidden) << inside->sectionName();
+        EXPECT_FALSE(inside->sourceItem().combinedIcon.hidden) << inside->sectionName();
+        EXPECT_FALSE(inside->sourceItem().toggle.on) << inside->sectionName();
+    }
+    EXPECT_FALSE(manager->memory()->sourceItem().toggle.hidden);
+    EXPECT_TRUE(manager->memory()->sourceItem().toggle.on);
+    EXPECT_TRUE(manager->memory()->sourceItem().combinedIcon.hidden);
+
+    // Off again: the switches come back, off, since the items left the panel.
+    click(manager->combined());
+    EXPECT_EQ(storedOrder(), Value::array({2}));
+    EXPECT_FALSE(manager->cpu()->sourceItem().toggle.hidden);
+    EXPECT_TRUE(manager->cpu()->sourceItem().combinedIcon.hidden);
+    EXPECT_FALSE(manager->cpu()->sourceItem().toggle.on);
+}
+
+TEST_F(Section, TheSwitchFollowsWhatAnotherProcessStored) {
+    PreferenceDomain other(kExtrasDomain, dir.path() / "extras.plist");
+    other.setValue("StatusItems-Order", Value::array({5}));
+    other.synchronize();
+    auto* sensors = manager->sensors();
+    EXPECT_TRUE(sensors->isLoaded());
+    EXPECT_FALSE(manager->cpu()->isLoaded());
+    EXPECT_FALSE(sensors->sourceItem().toggle.on);
+    sensors->checkState();
+    EXPECT_TRUE(sensors->sourceItem().toggle.on);
+}
+
+TEST_F(Section, NotificationsSwitchIsTheRulesMasterSwitch) {
+    auto* notifications = manager->notifications();
+    EXPECT_TRUE(notifications->sourceItem().toggle.on); // on by default
+    CVBSetBoolForKey(false, "Notifications-Enabled");
+    notifications->checkState();
+    EXPECT_FALSE(notifications->sourceItem().toggle.on);
+    notifications->setState(true);
+    EXPECT_FALSE(notifications->sourceItem().toggle.on);
+
+    click(notifications);
+    EXPECT_TRUE(CVBBoolForKey("Notifications-Enabled"));
+    EXPECT_EQ(storedOrder(), Value::array({1, 2}));
+    EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarUserNotificationsChanged"});
+}
+
+TEST_F(Section, APageIsBuiltOnceWhenFirstShown) {
+    auto* cpu = manager->cpu();
+    EXPECT_EQ(cpu->view(), nullptr);
+    EXPECT_FALSE(cpu->loadedInterface());
+    cpu->prepareToShow();
+    cpu->prepareToShow();
+    ASSERT_NE(cpu->view(), nullptr);
+    EXPECT_EQ(pages->loads["CPU"], 1);
+    EXPECT_EQ(cpu->view()->accessibilityLabel, "CPU & GPU settings");
+    EXPECT_EQ(cpu->dropdownHotkeyButton().fontSize, 12);
+    EXPECT_TRUE(cpu->dropdownOrderButton().semibold);
+}
+
+TEST_F(Section, ClosingAPageNeverShownLeavesItUnbuilt) {
+    manager->save();
+    EXPECT_EQ(manager->time()->view(), nullptr);
+    EXPECT_EQ(pages->loads.count("Time"), 0u);
+}
+
+TEST_F(Section, ResetRemovesBothColourVariantsAndPostsTwice) {
+    CVBSetObjectForKey("1 0 0 1", "CPU_MenubarTextColor");
+    CVBSetObjectForKey("0 1 0 1", "CPU_MenubarTextColor-Dark");
+    CVBSetObjectForKey("0 0 1 1", "CPU_MenubarLabelColor");
+    manager->cpu()->resetSettings(
+        Value::dict({{"keys", Value::array({"CPU_MenubarTextColor"})},
+                     {"resetKey", "CPU_MenubarTextColor"},
+                     {"notification", "CorvaneBarCPUPreferencesChanged"}}));
+    EXPECT_TRUE(CVBStoredObjectForKey("CPU_MenubarTextColor").isNull());
+    EXPECT_TRUE(CVBStoredObjectForKey("CPU_MenubarTextColor-Dark").isNull());
+    EXPECT_EQ(CVBStoredObjectForKey("CPU_MenubarLabelColor"), Value("0 0 1 1"));
+    EXPECT_EQ(posts.count("CorvaneBarCPUPreferencesChanged"), 2);
+    EXPECT_EQ(optionsPopup->updates, 1);
+}
+
+TEST_F(Section, MenubarItemsAreFoundByKey) {
+    auto* cpu = manager->cpu();
+    cpu->menubarItems().append(Value::dict({{"key", 0}, {"name", "graph"}}));
+    cpu->menubarItems().append(Value::dict({{"key", 3}, {"name", "text"}}));
+    ASSERT_NE(cpu->menubarItemWithKey(3), nullptr);
+    EXPECT_EQ((*cpu->menubarItemWithKey(3))["name"], Value("text"));
+    EXPECT_EQ(cpu->menubarItemWithKey(7), nullptr);
+}
+
+TEST_F(Section, WeatherShowsTheMoonByNight) {
+    auto* weather = manager->weather();
+    for (int hour : {0, 5, 18, 23}) {
+        weather->updateIcon(hour);
+        EXPECT_EQ(weather->sourceItem().icon, "prefs-sourcelist-icon-weather-moon") << hour;
+        EXPECT_EQ(weather->sourceItem().selectedIcon,
+                  "prefs-sourcelist-icon-weather-moon-selected");
+    }
+    for (int hour : {6, 12, 17}) {
+        weather->updateIcon(hour);
+        EXPECT_EQ(weather->sourceItem().icon, "prefs-sourcelist-icon-weather") << hour;
+    }
+    EXPECT_EQ(manager->cpu()->sourceItem().icon, "prefs-sourcelist-icon-cpu");
+}
+
+// The dropdown order editor, filled as a section page fills it.
+class DropdownOrder : public Section {
+protected:
+    void SetUp() override {
+        Section::SetUp();
+        auto& order = DropdownOrderController::sharedOrderController();
+        order.preferencyKey = "Disks_DropdownOrder";
+        order.preferencyKeyDisabled = "Disks_DropdownOrderDisabled";
+        order.notificationName = "CorvaneBarDisksPreferencesChanged";
+        for (const char* key : {"disks", "activity", "removable", "unmounted"})
+            order.orderview.unsorted.push_back({key, key});
+        order.orderview.items = order.orderview.unsorted;
+    }
+    DropdownOrderController& order() { return DropdownOrderController::sharedOrderController(); }
+};
+
+TEST_F(DropdownOrder, SavingTheSectionsOwnOrderStoresNoOrder) {
+    CVBSetObjectForKey("activity,disks,removable,unmounted", "Disks_DropdownOrder");
+    order().orderview.items[3].disabled = true;
+    manager->disks()->saveDropdownOrder();
+    EXPECT_TRUE(CVBStoredObjectForKey("Disks_DropdownOrder").isNull());
+    EXPECT_EQ(CVBStoredObjectForKey("Disks_DropdownOrderDisabled"), Value("unmounted"));
+    EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarDisksPreferencesChanged"});
+    EXPECT_EQ(overlay->removals, 1);
+
+    std::swap(order().orderview.items[0], order().orderview.items[1]);
+    manager->disks()->saveDropdownOrder();
+    EXPECT_EQ(CVBStoredObjectForKey("Disks_DropdownOrder"),
+              Value("activity,disks,removable,unmounted"));
+}
+
+TEST_F(DropdownOrder, ResetRemovesTheOrderAndTheRowsSettingsAndShowsTheDefaults) {
+    CVBSetObjectForKey("unmounted,disks,activity,removable", "Disks_DropdownOrder");
+    CVBSetObjectForKey("", "Disks_DropdownOrderDisabled");
+    CVBSetObjectForKey(5, "Disks_ProcessCount");
+    order().settingsReset = Value::dict({{"keys", Value::array({"Disks_ProcessCount"})},
+                                         {"notification", "CorvaneBarDisksPreferencesChanged"}});
+    int rowUpdates = 0;
+    order().settingsItems.push_back({"Processes", [&] { ++rowUpdates; }});
+    order().settingsItems.push_back({"A heading", nullptr});
+    order().orderview.sortItems("unmounted,disks,activity,removable", "");
+
+    manager->disks()->editDropdownOrder();
+    EXPECT_EQ(overlay->shownView(), &order().view);
+    EXPECT_EQ(order().resetButton.title, "Reset");
+    order().resetButton.click();
+
+    EXPECT_TRUE(CVBStoredObjectForKey("Disks_DropdownOrder").isNull());
+    EXPECT_TRUE(CVBStoredObjectForKey("Disks_DropdownOrderDisabled").isNull());
+    EXPECT_TRUE(CVBStoredObjectForKey("Disks_ProcessCount").isNull());
+    EXPECT_EQ(rowUpdates, 1);
+    EXPECT_EQ(posts.names, (std::vector<std::string>{"CorvaneBarDisksPreferencesChanged",
+                                                     "CorvaneBarDisksPreferencesChanged",
+                                                     "CorvaneBarGlobalDisplayChange"}));
+    // The section's own order, with the blocks that are off by default off again.
+    EXPECT_EQ(order().orderview.preferenceValue(), "disks,activity,removable,unmounted");
+    EXPECT_EQ(order().orderview.preferenceValueDisabled(), "removable,unmounted");
+    EXPECT_EQ(order().orderview.items[3].row, 3);
+}
+
+TEST_F(DropdownOrder, AStoredOrderSortsKnownBlocksFirstAndIgnoresGoneOnes) {
+    order().orderview.sortItems("unmounted,gone,activity", "activity,gone");
+    EXPECT_EQ(order().orderview.preferenceValue(), "unmounted,activity,disks,removable");
+    EXPECT_EQ(order().orderview.preferenceValueDisabled(), "activity");
+}
+
+TEST_F(Section, AHotkeyIsStoredAsADictionaryAndShownOnTheButton) {
+    auto* disks = manager->disks();
+    disks->prepareToShow();
+    EXPECT_EQ(disks->dropdownHotkeyButton().title, "Edit Hotkey");
+
+    disks->dropdownHotkeyButton().click();
+    auto& hotkey = DropdownHotkeyController::sharedHotkeyController();
+    EXPECT_EQ(overlay->shownView(), &hotkey.view);
+    EXPECT_EQ(hotkey.sectionName, "Disks");
+    EXPECT_FALSE(hotkey.shortcut);
+    hotkey.shortcut = HotkeyShortcut{40, 0x180000, "⌥⌘K"};
+    hotkey.saveButton.click();
+    EXPECT_EQ(overlay->shownView(), nullptr);
+    EXPECT_EQ(CVBStoredObjectForKey("Disks_Hotkey"),
+              Value::dict({{"keyCode", 40}, {"modifiers", 0x180000}, {"display", "⌥⌘K"}}));
+    EXPECT_EQ(disks->dropdownHotkeyButton().title, "Edit Hotkey: ⌥⌘K");
+    EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarChangedHotkey"});
+
+    disks->editDropdownHotkey();
+    ASSERT_TRUE(hotkey.shortcut);
+    EXPECT_EQ(hotkey.shortcut->display, "⌥⌘K");
+    hotkey.shortcut.reset();
+    disks->saveDropdownHotkey();
+    EXPECT_TRUE(CVBStoredObjectForKey("Disks_Hotkey").isNull());
+    EXPECT_EQ(disks->dropdownHotkeyButton().title, "Edit Hotkey");
+    EXPECT_EQ(posts.count("CorvaneBarChangedHotkey"), 2);
+}
+
+TEST_F(Section, ASectionWithoutAHotkeyKeySavesNone) {
+    auto* general = manager->general();
+    general->editDropdownHotkey();
+    DropdownHotkeyController::sharedHotkeyController().shortcut = HotkeyShortcut{1, 0, "A"};
+    general->saveDropdownHotkey();
+    EXPECT_EQ(overlay->shownView(), nullptr);
+    EXPECT_TRUE(posts.names.empty());
+}
+
+TEST_F(Section, ImportedSettingsUpdateTheHotkeyButton) {
+    auto* cpu = manager->cpu();
+    cpu->prepareToShow();
+    CVBSetObjectForKey(HotkeyShortcut{8, 0, "F5"}.archived(), "CPU_Hotkey");
+    EXPECT_EQ(cpu->dropdownHotkeyButton().title, "Edit Hotkey");
+    center.post("ImportedPreferences");
+    EXPECT_EQ(cpu->dropdownHotkeyButton().title, "Edit Hotkey: F5");
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "foundation/DistributedNotificationCenter.h"
+#include "preferences/PreferencesFixture.h"
+#include "shell/DropdownHotkeyController.h"
+#include "shell/DropdownOrderController.h"
+#include "shell/SectionController.h"
+#include "shell/SectionManager.h"
+#include "shell/SectionViewContainer.h"
+#include "shell/SectionWindow.h"
+#include "shell/Sections.h"
+#include "shell/SourceList.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace corvane::test {
+
+// Window parts that count what the registry asked of them.
+struct CountingOverlay final : OverlayController {
+    int shows = 0;
+    int removals = 0;
+    int closes = 0;
+    void showWithView(SectionPage& view) override {
+        ++shows;
+        OverlayController::showWithView(view);
+    }
+    void removeOverlay() override {
+        ++removals;
+        OverlayController::removeOverlay();
+    }
+    void close() override {
+        ++closes;
+        OverlayController::removeOverlay();
+    }
+};
+
+struct CountingOptionsPopup final : OptionsPopupController {
+    int closes = 0;
+    int updates = 0;
+    void close() override { ++closes; }
+    void updateValues() override { ++updates; }
+};
+
+struct CountingActivator final : ApplicationActivator {
+    int forwards = 0;
+    void bringForward() override { ++forwards; }
+};
+
+struct CountingFanEditor final : FanEditor {
+    int edits = 0;
+    void editFanControl() override { ++edits; }
+};
+
+struct CountingPages final : SectionPageFactory {
+    std::map<std::string, int> loads;
+    std::unique_ptr<SectionPage> loadPage(const std::string& xibName,
+                                          SectionController& owner) override {
+        ++loads[xibName];
+        return SectionPageFactory::loadPage(xibName, owner);
+    }
+};
+
+// Every distributed post, in order, with its user information.
+struct PostLog {
+    explicit PostLog(DistributedNotificationCenter& center)
+        : observation(center.addObserver("", [this](const Notification& n) {
+            names.push_back(n.name);
+            infos.push_back(n.userInfo);
+        })) {}
+    int count(const std::string& name) const {
+        int n = 0;
+        for (const auto& posted : names)
+            n += posted == name;
+        return n;
+    }
+    std::vector<std::string> names;
+    std::vector<Value> infos;
+    Observation observation;
+};
+
+// A registry on temporary preferences, a bus-less distributed centre and counting window parts.
+class SectionFixture : public PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        SectionServices services;
+        services.center = &center;
+        services.distributedCenter = &distributed;
+        services.clock = &queue;
+        services.overlay = overlay;
+        services.optionsPopup = optionsPopup;
+        services.activator = activator;
+        services.fanEditor = fanEditor;
+        services.pages = pages;
+        services.fetchMenubarColor = [this] { ++colourFetches; };
+        manager = std::make_unique<SectionManager>(std::move(services));
+        manager->setWindow(&window);
+        manager->setSectionViewContainer(&container);
+        manager->setSourceList(&sourceList);
+    }
+
+    void TearDown() override {
+        manager.reset();
+        DropdownOrderController::cleanup();
+        DropdownHotkeyController::cleanup();
+        PreferencesFixture::TearDown();
+    }
+
+    // The stored panel order, as another process would write it.
+    void storeOrder(Value order) { CVBSetObjectForKey(order, "StatusItems-Order"); }
+    Value storedOrder() { return CVBStoredObjectForKey("StatusItems-Order"); }
+
+    DistributedNotificationCenter distributed{nullptr};
+    PostLog posts{distributed};
+    std::shared_ptr<CountingOverlay> overlay = std::make_shared<CountingOverlay>();
+    std::shared_ptr<CountingOptionsPopup> optionsPopup = std::make_shared<CountingOptionsPopup>();
+    std::shared_ptr<CountingActivator> activator = std::make_shared<CountingActivator>();
+    std::shared_ptr<CountingFanEditor> fanEditor = std::make_shared<CountingFanEditor>();
+    std::shared_ptr<CountingPages> pages = std::make_shared<CountingPages>();
+    int colourFetches = 0;
+    SectionWindow window;
+    SectionViewContainer container;
+    SourceList sourceList;
+    std::unique_ptr<SectionManager> manager;
+};
+
+} // namespace corvane::test
