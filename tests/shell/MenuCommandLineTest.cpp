@@ -1,5 +1,6 @@
 #include "shell/MenuCommandLine.h"
 
+#include "CorvanebarProgram.h"
 #include "MenuFixture.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/PropertyList.h"
@@ -108,20 +109,11 @@ TEST(CorvanebarMenuProgram, ATogglePostsToTheSessionBusAndStoresTheSetting) {
             queue.quit();
         });
 
-    gchar** environment = g_get_environ();
-    environment = g_environ_setenv(environment, "XDG_CONFIG_HOME", config.path().c_str(), TRUE);
-    environment = g_environ_setenv(environment, "XDG_STATE_HOME", state.path().c_str(), TRUE);
-    const char* argv[] = {CVB_CORVANEBAR_PROGRAM, "menu", "toggle", "Combine Processes", nullptr};
-    gint status = -1;
-    gchar* output = nullptr;
-    GError* error = nullptr;
-    ASSERT_TRUE(g_spawn_sync(nullptr, const_cast<char**>(argv), environment, G_SPAWN_DEFAULT,
-                             nullptr, nullptr, &output, nullptr, &status, &error))
-        << (error ? error->message : "");
-    EXPECT_STREQ(output, "[ ] Combine Processes\n");
-    g_free(output);
-    g_strfreev(environment);
-    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr));
+    const auto run =
+        test::runCorvanebar({"menu", "toggle", "Combine Processes"}, config.path(), state.path());
+    ASSERT_TRUE(run.started) << run.error;
+    EXPECT_TRUE(run.succeeded);
+    EXPECT_EQ(run.output, "[ ] Combine Processes\n");
 
     const auto timeout = queue.after(20.0, [&] { queue.quit(); });
     if (heard == 0)

@@ -1,3 +1,4 @@
+#include "CorvanebarProgram.h"
 #include "SectionFixture.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/PropertyList.h"
@@ -104,24 +105,14 @@ TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
         }));
     }
 
-    gchar** environment = g_get_environ();
-    environment = g_environ_setenv(environment, "XDG_CONFIG_HOME", config.path().c_str(), TRUE);
-    environment = g_environ_setenv(environment, "XDG_STATE_HOME", state.path().c_str(), TRUE);
     std::string printed;
     for (const char* command : {"on", "off"}) {
-        const char* argv[] = {CVB_CORVANEBAR_PROGRAM, command, "cpu", nullptr};
-        gint status = -1;
-        gchar* output = nullptr;
-        GError* error = nullptr;
-        ASSERT_TRUE(g_spawn_sync(nullptr, const_cast<char**>(argv), environment, G_SPAWN_DEFAULT,
-                                 nullptr, nullptr, &output, nullptr, &status, &error))
-            << (error ? error->message : "");
-        printed += output ? output : "";
-        g_free(output);
-        ASSERT_TRUE(g_spawn_check_wait_status(status, nullptr)) << command;
+        const auto run = test::runCorvanebar({command, "cpu"}, config.path(), state.path());
+        ASSERT_TRUE(run.started) << run.error;
+        ASSERT_TRUE(run.succeeded) << command;
+        printed += run.output;
     }
     EXPECT_EQ(printed, "CPU & GPU is on\nCPU & GPU is off\n");
-    g_strfreev(environment);
 
     const auto timeout = queue.after(20.0, [&] { queue.quit(); });
     if (heard.size() < 2)
