@@ -54,25 +54,18 @@ CVBCache& CVBCache::cache() {
 std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name,
                                                    const std::string& colorKey, bool disabled,
                                                    bool down, double scale) {
-    std::string key = "tint-" + name;
-    const bool legacyDown = down && !DrawingStyle::modern();
-    if (legacyDown)
-        key += "-down";
-    if (disabled)
-        key += "-disabled";
-    if (!colorKey.empty())
-        key += "-" + colorKey;
-    const auto cacheKey = std::make_pair(key, scale);
-    if (auto it = images_.find(cacheKey); it != images_.end())
-        return it->second;
-
     Color tint = CVBMenubarColorDetector::sharedDetector().tintColor();
     if (disabled)
         tint.alpha = 0.3;
     if (!colorKey.empty() && !CVBObjectForKey(colorKey).isNull())
         tint = CVBColorForKey(colorKey);
-    if (legacyDown)
+    if (down && !DrawingStyle::modern())
         tint = Color::white();
+    // Keyed by the colour itself: a change of panel look or of the stored colour is a new
+    // picture, never a stale one.
+    const auto cacheKey = std::make_pair("tint-" + name + "-" + stringFromColor(tint), scale);
+    if (auto it = images_.find(cacheKey); it != images_.end())
+        return it->second;
     const auto original = Artwork::shared().imageNamed(name, scale);
     if (!original || original->size().width <= 0 || original->size().height <= 0)
         return nullptr;

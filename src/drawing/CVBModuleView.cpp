@@ -483,7 +483,12 @@ void CVBModuleView::mergeConfig(const Value& table) {
 }
 
 void CVBModuleView::updateMenubarColor() {
-    isMenubarDark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
+    const bool dark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
+    if (dark == isMenubarDark)
+        return;
+    isMenubarDark = dark;
+    // Text styles and backgrounds were made in the other look's colours.
+    resetCache();
 }
 
 void CVBModuleView::resetCache() {

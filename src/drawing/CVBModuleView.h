@@ -107,7 +107,8 @@ public:
     const TextAttributes& percentageAttributes(const std::string& style);
 
     void resetCache();
-    // Takes the panel's look from the detector; a host calls it when the desktop's look changes.
+    // Takes the panel's look from the detector, starting afresh when it changed; a host calls it
+    // when the desktop's look changes, and before drawing a picture.
     void updateMenubarColor();
 
     bool switchUnits = false;

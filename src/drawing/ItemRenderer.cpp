@@ -19,6 +19,7 @@ void paintBackground(Surface& surface, const Size& size, ItemRenderer::Backgroun
 } // namespace
 
 Image ItemRenderer::render(CVBModuleView& view, double scale, Background background) {
+    view.updateMenubarColor();
     int width = 0;
     {
         // At the final scale, so that the backgrounds the view keeps fit the picture.
