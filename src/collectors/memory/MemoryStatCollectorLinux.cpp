@@ -83,14 +83,18 @@ std::optional<std::int64_t> MemoryStatCollectorLinux::pressureLevelFromText(std:
     return *some >= 10.0 ? 2 : 1;
 }
 
-// How the kernel's figures become the collector's, so that the shares read like `free` and
-// the desktop's system monitor (/proc/meminfo in KiB):
+// How the kernel's figures become the collector's, so that "used without inactive" is the used
+// memory of `free` and the desktop's system monitor, total less available (/proc/meminfo, KiB):
 //   free           MemFree
-//   active         Active              (anonymous and file pages in recent use)
-//   inactive       Inactive            (reclaimable first when memory runs short)
+//   active         Active(anon) + Inactive(anon): memory of programs and shared memory, which
+//                  only swap can take away
+//   inactive       MemAvailable - MemFree: the caches the kernel reckons it can give back
+//                  (most of the file cache, reclaimable slab); without MemAvailable (kernels
+//                  before 3.14) the file cache and SReclaimable
 //   compressed     Zswap               (what zswap holds, compressed; 0 without it)
-//   wired          MemTotal - MemFree - Active - Inactive - Zswap: what the kernel holds
-//                  outside those lists (slab, page tables, stacks, unevictable pages)
+//   wired          MemTotal less all of the above: what the kernel holds for itself (slab it
+//                  cannot reclaim, page tables, stacks, reserves), locked pages, and the part
+//                  of the cache it would not give back
 //   file cache     Active(file) + Inactive(file)
 //   application    AnonPages           (memory the programs allocated)
 //   purgeable      none on Linux
@@ -105,18 +109,22 @@ MemoryStatCollectorLinux::readingFrom(const std::map<std::string, std::uint64_t>
     auto pages = [&](std::uint64_t kib) { return kib / pageKiB; };
     const auto total = valueOf(meminfo, "MemTotal");
     const auto free = valueOf(meminfo, "MemFree");
-    const auto active = valueOf(meminfo, "Active");
-    const auto inactive = valueOf(meminfo, "Inactive");
+    const auto fileCache = valueOf(meminfo, "Active(file)") + valueOf(meminfo, "Inactive(file)");
+    const auto anonymous = valueOf(meminfo, "Active(anon)") + valueOf(meminfo, "Inactive(anon)");
+    std::uint64_t reclaimable = fileCache + valueOf(meminfo, "SReclaimable");
+    if (const auto available = meminfo.find("MemAvailable"); available != meminfo.end())
+        reclaimable = available->second > free ? available->second - free : 0;
     const auto zswap = valueOf(meminfo, "Zswap");
-    const auto listed = free + active + inactive + zswap;
+    const auto listed = free + anonymous + reclaimable + zswap;
     Reading r;
     r.pageSize = pageSize;
     r.freePages = pages(free);
-    r.activePages = pages(active);
-    r.inactivePages = pages(inactive);
+    r.activePages = pages(anonymous);
+    r.inactivePages =
+        pages(total > free + anonymous ? std::min(reclaimable, total - free - anonymous) : 0);
     r.compressorPages = pages(zswap);
     r.wiredPages = pages(total > listed ? total - listed : 0);
-    r.externalPages = pages(valueOf(meminfo, "Active(file)") + valueOf(meminfo, "Inactive(file)"));
+    r.externalPages = pages(fileCache);
     r.internalPages = pages(valueOf(meminfo, "AnonPages"));
     r.pageins = pages(valueOf(vmstat, "pgpgin"));
     r.pageouts = pages(valueOf(vmstat, "pgpgout"));
@@ -131,8 +139,9 @@ MemoryStatCollectorLinux::readingFrom(const std::map<std::string, std::uint64_t>
 namespace {
 
 constexpr std::string_view kMeminfoKeys[] = {
-    "MemTotal:",       "MemFree:",   "Active:",    "Inactive:", "Active(file):",
-    "Inactive(file):", "AnonPages:", "SwapTotal:", "SwapFree:", "Zswap:"};
+    "MemTotal:",       "MemFree:",      "MemAvailable:",   "Active(anon):",
+    "Inactive(anon):", "Active(file):", "Inactive(file):", "SReclaimable:",
+    "AnonPages:",      "SwapTotal:",    "SwapFree:",       "Zswap:"};
 constexpr std::string_view kVmstatKeys[] = {"pgpgin", "pgpgout"};
 
 // The values of the wanted names only: vmstat has some 170 lines, and this runs every second.

@@ -38,8 +38,10 @@ Value MemoryStatus::dictionary() const {
 
 std::string MemoryStatus::text() const {
     const Value m = dictionary();
-    std::string out = "Memory    " + gib(m["total"].doubleValue() - m["free"].doubleValue()) +
-                      " used of " + gib(m["total"].doubleValue());
+    // Used as `free` counts it: what neither lies free nor is cache the kernel can drop.
+    const double used =
+        m["wired"].doubleValue() + m["active"].doubleValue() + m["compressed"].doubleValue();
+    std::string out = "Memory    " + gib(used) + " used of " + gib(m["total"].doubleValue());
     char shares[96];
     std::snprintf(shares, sizeof shares, "  (%.1f%%, %.1f%% without inactive)\n",
                   m["used"].doubleValue(), m["usedWithoutInactive"].doubleValue());

@@ -3,6 +3,7 @@
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/ScriptedMemory.h"
+#include "support/TemporaryDirectory.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -105,26 +106,55 @@ TEST_F(Memory, AFailedPressureReadRepeatsTheLastLevel) {
     EXPECT_EQ(memory.pressureLevel(), 4);
 }
 
-TEST(MemoryLinux, MeminfoMapsOntoTheSlots) {
+// Two readings of a machine a second apart, 64 MiB written to disk in between; the slots are
+// worked out by hand from the recorded files (KiB):
+//   free      MemFree                                21387128
+//   active    Active(anon) 1524 + Inactive(anon) 4340    5864
+//   inactive  MemAvailable 24269916 - MemFree         2882788
+//   wired     24683620 - 21387128 - 5864 - 2882788     407840
+// so that used without inactive, 407840 + 5864 = 413704, is `free`'s used, total - available.
+TEST(MemoryLinux, ARecordedPairGivesTheSlotsWorkedOutByHand) {
+    const std::filesystem::path recorded = std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot";
+    test::TemporaryDirectory root;
+    std::filesystem::create_directories(root / "proc");
+    const auto take = [&](const char* machine) {
+        for (const char* file : {"meminfo", "vmstat"})
+            std::filesystem::copy_file(recorded / machine / "proc" / file, root / "proc" / file,
+                                       std::filesystem::copy_options::overwrite_existing);
+    };
+    ManualMainQueue queue;
+    const EngineContext context{queue, kSettingsTierCount, nullptr};
+    MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
+    take("memory-pair");
+    memory.updateStats();
+    take("memory-pair.later");
+    memory.updateStats();
+
+    const double* v = memory.sampleAtIndex(0, 0).values;
+    EXPECT_DOUBLE_EQ(v[0], 24683620);
+    EXPECT_DOUBLE_EQ(v[1], 21387128);
+    EXPECT_DOUBLE_EQ(v[10], 407840);
+    EXPECT_DOUBLE_EQ(v[11], 5864);
+    EXPECT_DOUBLE_EQ(v[12], 2882788);
+    EXPECT_DOUBLE_EQ(v[13], 0);
+    EXPECT_DOUBLE_EQ(v[15], 1496032 + 1539944); // file cache
+    EXPECT_DOUBLE_EQ(v[16], 10280);             // AnonPages
+    EXPECT_DOUBLE_EQ(v[18], 413704.0 / 24683620 * 100);
+    EXPECT_DOUBLE_EQ(v[9], (413704.0 + 2882788) / 24683620 * 100);
+    // pgpgin 2292973 -> 2293229 and pgpgout 12361868 -> 12427572, in KiB, counted in whole
+    // 4 KiB pages: 573243 -> 573307 and 3090467 -> 3106893.
+    EXPECT_DOUBLE_EQ(v[5], 64.0 * 4096);
+    EXPECT_DOUBLE_EQ(v[6], 16426.0 * 4096);
+}
+
+TEST(MemoryLinux, KernelsWithoutAvailableCountTheFileCacheAsInactive) {
     const auto meminfo = MemoryStatCollectorLinux::parseKeyValues(
-        "MemTotal: 16000000 kB\nMemFree: 4000000 kB\nActive: 5000000 kB\nInactive: 3000000 kB\n"
-        "Active(file): 2000000 kB\nInactive(file): 1000000 kB\nAnonPages: 4500000 kB\n"
-        "SwapTotal: 2000000 kB\nSwapFree: 1500000 kB\nZswap: 100000 kB\n");
-    const auto vmstat = MemoryStatCollectorLinux::parseKeyValues("pgpgin 40000\npgpgout 8000\n");
-    const auto r = MemoryStatCollectorLinux::readingFrom(meminfo, vmstat, 4096);
-    EXPECT_EQ(r.freePages, 1000000u);
-    EXPECT_EQ(r.wiredPages, (16000000u - 4000000 - 5000000 - 3000000 - 100000) / 4);
-    EXPECT_EQ(r.compressorPages, 25000u);
-    EXPECT_EQ(r.externalPages, 750000u);
-    EXPECT_EQ(r.internalPages, 1125000u);
-    EXPECT_EQ(r.pageins, 10000u);
-    EXPECT_EQ(r.swapUsed, 500000u * 1024);
-    EXPECT_EQ(r.swapTotal, 2000000u * 1024);
-    EXPECT_EQ(r.installedMemory, 16000000ULL * 1024);
-    // Every page is somewhere: the listed ones and wired make up the total.
-    EXPECT_EQ((r.freePages + r.activePages + r.inactivePages + r.wiredPages + r.compressorPages) *
-                  4,
-              16000000u);
+        "MemTotal: 16000000 kB\nMemFree: 4000000 kB\nActive(anon): 3000000 kB\n"
+        "Inactive(anon): 1000000 kB\nActive(file): 2000000 kB\nInactive(file): 1000000 kB\n"
+        "SReclaimable: 500000 kB\nZswap: 100000 kB\n");
+    const auto r = MemoryStatCollectorLinux::readingFrom(meminfo, {}, 4096);
+    EXPECT_EQ(r.inactivePages, 3500000u / 4);
+    EXPECT_EQ(r.wiredPages, (16000000u - 4000000 - 4000000 - 3500000 - 100000) / 4);
 }
 
 TEST(MemoryLinux, PressureBecomesALevel) {
