@@ -82,7 +82,7 @@ std::string formattedSensor(const SensorItem* item) {
 std::string formattedSensor2(const SensorItem* item, double value) {
     if (!item)
         return "-";
-    if (item->type() <= 1)
+    if (item->type() == 0 || item->type() == 1)
         return temperatureValue(false, value) + temperatureUnit();
     return sensorText(item->type(), item->value(), value);
 }

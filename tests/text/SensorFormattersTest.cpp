@@ -44,6 +44,8 @@ TEST_F(SensorText, DropdownByType) {
     EXPECT_EQ(formattedSensor(std::make_unique<Reading>(9, 36).get()), "36x");
     // formattedSensor2 picks the frequency level by the item's value, prints the argument.
     EXPECT_EQ(formattedSensor2(std::make_unique<Reading>(8, 3200).get(), 800), "0.80 GHz");
+    // A type the table does not name is a plain number, not a temperature.
+    EXPECT_EQ(formattedSensor2(std::make_unique<Reading>(-1, 0).get(), 1.5), "1.50");
 }
 
 TEST_F(SensorText, MenubarDecimalsAndSuffix) {
