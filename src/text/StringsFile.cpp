@@ -147,29 +147,70 @@ private:
                 out += '\r';
                 break;
             case 'U':
-            case 'u': {
-                char32_t c32 = 0;
-                int digits = 0;
-                while (digits < 4 && pos_ < s_.size() &&
-                       std::isxdigit(static_cast<unsigned char>(s_[pos_]))) {
-                    const char h = s_[pos_++];
-                    c32 =
-                        c32 * 16 + static_cast<char32_t>(std::isdigit(static_cast<unsigned char>(h))
-                                                             ? h - '0'
-                                                             : (h | 0x20) - 'a' + 10);
-                    ++digits;
-                }
-                if (digits == 0 || (c32 >= 0xD800 && c32 < 0xE000))
-                    c32 = 0xFFFD;
-                appendUtf8(out, c32);
+            case 'u':
+                appendUtf8(out, unicodeEscape());
                 break;
-            }
+            case '0':
+            case '1':
+            case '2':
+            case '3':
+            case '4':
+            case '5':
+            case '6':
+            case '7':
+                --pos_;
+                appendUtf8(out, octalEscape());
+                break;
             default:
                 out += e; // \" \\ and anything else stand for themselves
             }
         }
         return std::nullopt; // unterminated
     }
+
+    // Up to `count` digits of the base at the reading position.
+    std::optional<char32_t> digits(int count, int base) {
+        char32_t value = 0;
+        int read = 0;
+        while (read < count && pos_ < s_.size()) {
+            const char h = s_[pos_];
+            int digit = -1;
+            if (h >= '0' && h <= '9')
+                digit = h - '0';
+            else if (base == 16 && std::isxdigit(static_cast<unsigned char>(h)))
+                digit = (h | 0x20) - 'a' + 10;
+            if (digit < 0 || digit >= base)
+                break;
+            value = value * static_cast<char32_t>(base) + static_cast<char32_t>(digit);
+            ++pos_;
+            ++read;
+        }
+        return read ? std::optional<char32_t>(value) : std::nullopt;
+    }
+
+    // \Uxxxx, where characters beyond the first plane come as a pair of surrogates,
+    // "\UD83D\UDE00"; a lone surrogate is no character.
+    char32_t unicodeEscape() {
+        const auto unit = digits(4, 16);
+        if (!unit)
+            return 0xFFFD;
+        if (*unit < 0xD800 || *unit >= 0xE000)
+            return *unit;
+        if (*unit >= 0xDC00 || s_.size() - pos_ < 6 || s_[pos_] != '\\' ||
+            (s_[pos_ + 1] | 0x20) != 'u')
+            return 0xFFFD;
+        const std::size_t mark = pos_;
+        pos_ += 2;
+        const auto low = digits(4, 16);
+        if (!low || *low < 0xDC00 || *low >= 0xE000) {
+            pos_ = mark;
+            return 0xFFFD;
+        }
+        return 0x10000 + ((*unit - 0xD800) << 10) + (*low - 0xDC00);
+    }
+
+    // \ooo: up to three octal digits, a byte of Latin-1 as the tables were once written.
+    char32_t octalEscape() { return digits(3, 8).value_or(0xFFFD); }
 
     std::string_view s_;
     std::size_t pos_ = 0;

@@ -17,6 +17,15 @@ key_2 = bare.value;
     EXPECT_EQ(table.at("only key"), "only key");
 }
 
+TEST(StringsFile, EscapedPairsOfSurrogatesAndOctalBytes) {
+    const auto table = parseStringsTable(R"("smile" = "\UD83D\UDE00!";
+"lone" = "\UD83D x";
+"octal" = "caf\351 \101";)");
+    EXPECT_EQ(table.at("smile"), "\xF0\x9F\x98\x80!");
+    EXPECT_EQ(table.at("lone"), "\xEF\xBF\xBD x");
+    EXPECT_EQ(table.at("octal"), "caf\xC3\xA9 A");
+}
+
 TEST(StringsFile, Utf8ByteOrderMarkIsSkipped) {
     EXPECT_EQ(parseStringsTable("\xEF\xBB\xBF\"k\" = \"v\";").at("k"), "v");
 }
