@@ -3,6 +3,7 @@
 #include "preferences/CVBPreferences.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
+#include "text/ValueFormatters.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -52,19 +53,15 @@ Color valueTextColor() {
 AttributedText formattedProcessBandwidth(bool switchUnits, double v) {
     if (v == 0)
         return styled("-", {});
-    auto format = CVBIntegerForKey("Network_DataFormat");
-    if (switchUnits && format >= 0 && format <= 5) {
-        static constexpr int kSwitched[] = {2, 3, 0, 1, 5, 4};
-        format = kSwitched[format];
-    }
-    const bool bits = format == 2 || format == 3 || format == 5;
-    if (bits)
+    const int format = effectiveDataFormat(switchUnits);
+    const char* const* units = unitWords(format);
+    if (isBits(format))
         v *= 8;
     if (v <= 1024000)
-        return styled(shared().stringFromDouble0(v / 1024), bits ? "Kb/s" : "KB/s");
+        return styled(shared().stringFromDouble0(v / 1024), units[1]);
     if (v <= 1048576000)
-        return styled(shared().stringFromDouble1(v / 1048576), bits ? "Mb/s" : "MB/s");
-    return styled(shared().stringFromDouble2(v / 1073741824), bits ? "Gb/s" : "GB/s");
+        return styled(shared().stringFromDouble1(v / 1048576), units[2]);
+    return styled(shared().stringFromDouble2(v / 1073741824), units[3]);
 }
 
 AttributedText formattedProcessActivity(double v) {

@@ -28,25 +28,6 @@ CVBFormatters& shared() {
     return CVBFormatters::sharedFormatter();
 }
 
-int effectiveDataFormat(bool switchUnits) {
-    auto format = CVBIntegerForKey("Network_DataFormat");
-    if (switchUnits && format >= 0 && format <= 5) {
-        static constexpr int kSwitched[] = {2, 3, 0, 1, 5, 4};
-        return kSwitched[format];
-    }
-    return static_cast<int>(format);
-}
-
-bool isBits(int format) {
-    return format == 2 || format == 3 || format == 5;
-}
-
-const char* const* unitWords(int format) {
-    static constexpr const char* kBits[] = {"b/s", "Kb/s", "Mb/s", "Gb/s"};
-    static constexpr const char* kBytes[] = {"B/s", "KB/s", "MB/s", "GB/s"};
-    return isBits(format) ? kBits : kBytes;
-}
-
 // Level 0 none, 1 one letter, 2 two letters after the first level, else the localised word.
 std::string menubarUnit(const char* english, int level) {
     switch (CVBIntegerForKey("Network_MenubarUnitLevel")) {
@@ -92,6 +73,25 @@ std::string temperatureNumber(std::int64_t mode, double celsius) {
 }
 
 } // namespace
+
+int effectiveDataFormat(bool switchUnits) {
+    auto format = CVBIntegerForKey("Network_DataFormat");
+    if (switchUnits && format >= 0 && format <= 5) {
+        static constexpr int kSwitched[] = {2, 3, 0, 1, 5, 4};
+        return kSwitched[format];
+    }
+    return static_cast<int>(format);
+}
+
+bool isBits(int format) {
+    return format == 2 || format == 3 || format == 5;
+}
+
+const char* const* unitWords(int format) {
+    static constexpr const char* kBits[] = {"b/s", "Kb/s", "Mb/s", "Gb/s"};
+    static constexpr const char* kBytes[] = {"B/s", "KB/s", "MB/s", "GB/s"};
+    return isBits(format) ? kBits : kBytes;
+}
 
 std::string stringFromValue(const Value& value) {
     std::string text = value.stringValue();

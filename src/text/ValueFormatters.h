@@ -8,6 +8,13 @@ namespace corvane {
 
 // Menu-bar and dropdown texts of measured values; format choices are read from the
 // preferences at each call.
+// "Network_DataFormat", with bytes and bits swapped where `switchUnits` asks (formats 0 to 5).
+int effectiveDataFormat(bool switchUnits);
+// Formats 2, 3 and 5 count bits.
+bool isBits(int format);
+// The four unit words of rates from bytes (or bits) a second to giga.
+const char* const* unitWords(int format);
+
 std::string formattedBandwidth(bool switchUnits, double bytesPerSecond);
 std::string formattedBandwidthFormatter(bool switchUnits, double bytesPerSecond);
 std::string formattedDiskActivity(double bytesPerSecond);

@@ -39,6 +39,20 @@ TEST_F(ProcessFigures, ValueAndUnitRuns) {
     EXPECT_EQ(formattedProcessActivity(2147483648.0).text, "2.0 GB/s");
 }
 
+// Levels start at kilo and switch at 1024000 and 1048576000, after bits are counted.
+TEST_F(ProcessFigures, BandwidthLevelsAndBits) {
+    EXPECT_EQ(formattedProcessBandwidth(false, 1024000).text, "1,000 KB/s");
+    EXPECT_EQ(formattedProcessBandwidth(false, 1024001).text, "1.0 MB/s");
+    EXPECT_EQ(formattedProcessBandwidth(false, 1048576000).text, "1,000.0 MB/s");
+    EXPECT_EQ(formattedProcessBandwidth(false, 2147483648.0).text, "2.00 GB/s");
+    // Bytes shown as bits: 128000 B/s is 1024000 b/s, still kilo; one more byte is mega.
+    CVBSetIntegerForKey(2, "Network_DataFormat");
+    EXPECT_EQ(formattedProcessBandwidth(false, 128000).text, "1,000 Kb/s");
+    EXPECT_EQ(formattedProcessBandwidth(false, 128001).text, "1.0 Mb/s");
+    // The panel's switch swaps bits back to bytes.
+    EXPECT_EQ(formattedProcessBandwidth(true, 2048).text, "2 KB/s");
+}
+
 // The value colour follows the dropdown theme; 1 is the older number of the dark theme.
 TEST_F(ProcessFigures, EveryRunTakesTheValueColourOfTheTheme) {
     const Color lightText = Color::gray(0.22);
