@@ -90,11 +90,14 @@ std::int64_t BatteryStatCollectorItem::readPowerState(const Value& s) {
             newState = OnMainsNotCharging;
         }
         if (!s.contains("Time to Full Charge"))
-            time_ = kTimeNoEstimateOnMains;
+            time_ = kTimeNoEstimate;
     } else {
         newSource = 0;
-        const std::int64_t toEmpty = s["Time to Empty"].integerValue();
-        time_ = toEmpty < 0 ? kTimeCalculating : toEmpty;
+        // A source that cannot tell leaves the time out; 0 would read as an empty battery.
+        const Value* toEmpty = s.find("Time to Empty");
+        time_ = !toEmpty                      ? kTimeNoEstimate
+                : toEmpty->integerValue() < 0 ? kTimeCalculating
+                                              : toEmpty->integerValue();
         newState = Discharging;
     }
     if (newState == OnMainsNotCharging &&
@@ -134,16 +137,14 @@ void BatteryStatCollectorItem::processIOPS(const Value& s) {
 void BatteryStatCollectorItem::noteStateChange(std::int64_t newState) {
     if (newState == state || firstUpdate)
         return;
-    if (newState == Charging || newState == Discharging) {
-        cancelDelay();
+    cancelDelay();
+    // Without a queue nothing would end the delay, so there is none.
+    if ((newState == Charging || newState == Discharging) && queue_) {
         delay = true;
-        if (queue_)
-            delayTimer_ = queue_->after(kEstimateDelay, [this] {
-                delayTimer_ = 0;
-                delay = false;
-            });
-    } else {
-        delay = false;
+        delayTimer_ = queue_->after(kEstimateDelay, [this] {
+            delayTimer_ = 0;
+            cancelDelay();
+        });
     }
 }
 
@@ -151,6 +152,7 @@ void BatteryStatCollectorItem::cancelDelay() {
     if (queue_ && delayTimer_)
         queue_->cancel(delayTimer_);
     delayTimer_ = 0;
+    delay = false;
 }
 
 void BatteryStatCollectorItem::processSmart(const Value& p) {

@@ -25,7 +25,8 @@ public:
     // Codes of `time` besides minutes.
     static constexpr std::int64_t kTimeCalculating = -1;
     static constexpr std::int64_t kTimeCharged = -2;
-    static constexpr std::int64_t kTimeNoEstimateOnMains = -3;
+    // No estimate: on mains without one, or from a source that cannot tell.
+    static constexpr std::int64_t kTimeNoEstimate = -3;
     // After plugging in or out, the system's first estimate is not shown for this long.
     static constexpr double kEstimateDelay = 10.0;
 
@@ -40,6 +41,7 @@ public:
     void processBattery(const Value& dictionary, std::int64_t type);
     void processIOPS(const Value& source);
     void processSmart(const Value& properties);
+    // Ends the delay after a change of power source, at once or when its time has come.
     void cancelDelay();
 
     // Minutes left, or a code; while the estimate after a change is held back, -1.

@@ -3,6 +3,7 @@
 #include "collectors/battery/WirelessDeviceKind.h"
 #include "foundation/TextParsing.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <map>
@@ -72,10 +73,22 @@ private:
 };
 
 // Minutes from an amount over a rate, both in the same micro-units; nothing when unknown.
+// Drivers differ in the sign of the rate, so only its size counts.
 std::optional<double> minutes(std::optional<double> amount, std::optional<double> rate) {
-    if (!amount || !rate || *rate <= 0)
+    if (!amount || !rate || *rate == 0)
         return std::nullopt;
-    return std::round(*amount / std::fabs(*rate) * 60.0);
+    return std::round(std::max(*amount, 0.0) / std::fabs(*rate) * 60.0);
+}
+
+// Drivers that give only a level in words; the middle of each band.
+std::optional<double> percentOfLevel(const std::string& level) {
+    static constexpr std::pair<const char*, double> kLevels[] = {
+        {"Full", 100}, {"High", 80}, {"Normal", 55}, {"Low", 20}, {"Critical", 5}};
+    for (const auto& [name, percent] : kLevels) {
+        if (level == name)
+            return percent;
+    }
+    return std::nullopt;
 }
 
 std::optional<double> percentOf(const Supply& s) {
@@ -88,33 +101,46 @@ std::optional<double> percentOf(const Supply& s) {
         if (n && f && *f > 0)
             return *n / *f * 100.0;
     }
-    return std::nullopt;
+    return percentOfLevel(s.text("capacity_level"));
 }
 
+// The kernel's own estimate in seconds, else the amount left (or missing) over the rate.
+std::optional<double> estimate(const Supply& s, const char* kernelTime, bool toFull) {
+    if (auto seconds = s.number(kernelTime))
+        return std::round(*seconds / 60.0);
+    auto amount = [&](const char* now, const char* full) -> std::optional<double> {
+        const auto n = s.number(now);
+        if (!toFull || !n)
+            return n;
+        const auto f = s.number(full);
+        return f ? std::optional<double>(*f - *n) : std::nullopt;
+    };
+    if (auto energy = minutes(amount("energy_now", "energy_full"), s.number("power_now")))
+        return energy;
+    return minutes(amount("charge_now", "charge_full"), s.number("current_now"));
+}
+
+// A time is given only where the kernel can tell one: a missing key reads "no estimate", where
+// -1 would read "being worked out" for as long as the driver gives no rate.
 void addTimes(Value& d, const Supply& s, const std::string& status) {
-    const auto energyNow = s.number("energy_now");
-    const auto chargeNow = s.number("charge_now");
-    const auto power = s.number("power_now");
-    const auto current = s.number("current_now");
     if (status == "Discharging") {
-        auto toEmpty = s.number("time_to_empty_now");
-        auto estimate =
-            toEmpty ? std::optional<double>(*toEmpty / 60.0) : minutes(energyNow, power);
-        if (!estimate)
-            estimate = minutes(chargeNow, current);
-        d.set("Time to Empty", estimate ? static_cast<std::int64_t>(*estimate) : -1);
+        if (auto toEmpty = estimate(s, "time_to_empty_now", false))
+            d.set("Time to Empty", static_cast<std::int64_t>(*toEmpty));
     } else if (status == "Charging") {
-        auto toFull = s.number("time_to_full_now");
-        std::optional<double> estimate =
-            toFull ? std::optional<double>(*toFull / 60.0) : std::nullopt;
-        if (!estimate && energyNow && s.number("energy_full"))
-            estimate = minutes(*s.number("energy_full") - *energyNow, power);
-        if (!estimate && chargeNow && s.number("charge_full"))
-            estimate = minutes(*s.number("charge_full") - *chargeNow, current);
-        d.set("Time to Full Charge", estimate ? static_cast<std::int64_t>(*estimate) : -1);
+        if (auto toFull = estimate(s, "time_to_full_now", true))
+            d.set("Time to Full Charge", static_cast<std::int64_t>(*toFull));
     } else if (status == "Full") {
         d.set("Time to Full Charge", 0);
     }
+}
+
+// Milliamperes, negative while discharging: drivers disagree on the sign of current_now.
+std::optional<double> signedCurrent(const Supply& s) {
+    const auto micro = s.number("current_now");
+    if (!micro)
+        return std::nullopt;
+    const double milli = std::round(std::fabs(*micro) / 1000.0);
+    return s.text("status") == "Discharging" ? -milli : milli;
 }
 
 // The controller's figures in mAh (or mWh where the battery counts energy), mV and mA.
@@ -130,8 +156,8 @@ Value controllerFrom(const Supply& s) {
         p.set("CycleCount", static_cast<std::int64_t>(*cycles));
     if (auto volts = s.number("voltage_now"))
         p.set("Voltage", milli(volts));
-    if (auto amps = s.number("current_now"))
-        p.set("Amperage", milli(amps));
+    if (auto amps = signedCurrent(s))
+        p.set("Amperage", *amps);
     const auto year = s.number("manufacture_year");
     const auto month = s.number("manufacture_month");
     const auto day = s.number("manufacture_day");
@@ -158,8 +184,9 @@ BatteryStatCollectorLinux&
 BatteryStatCollectorLinux::sharedBatteryCollector(const EngineContext& context) {
     auto& instance = sharedInstance();
     if (!instance)
-        instance = std::make_unique<BatteryStatCollectorLinux>(context, SysRoot::fromEnvironment(),
-                                                               std::make_unique<UPowerDevices>());
+        instance = std::make_unique<BatteryStatCollectorLinux>(
+            context, SysRoot::fromEnvironment(),
+            std::make_unique<UPowerDevices>(nullptr, &context.queue.clock()));
     return *instance;
 }
 
@@ -205,8 +232,8 @@ BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supp
     addTimes(d, s, status);
     if (auto volts = s.number("voltage_now"))
         d.set("Voltage", std::round(*volts / 1000.0));
-    if (auto amps = s.number("current_now"))
-        d.set("Current", std::round(*amps / 1000.0) * (status == "Discharging" ? -1 : 1));
+    if (auto amps = signedCurrent(s))
+        d.set("Current", *amps);
     if (s.text("health") == "Good")
         d.set("BatteryHealth", "Good");
     // A charge limit below 100 that stops charging stands in for optimised charging.
@@ -262,10 +289,7 @@ std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerS
     }
     if (upower_) {
         for (auto& device : upower_->peripheralBatteries(names))
-            sources.push_back({BatteryStatCollectorItem::WirelessDevice,
-                               std::move(device.powerSource),
-                               {},
-                               device.kind});
+            sources.push_back({device.type, std::move(device.powerSource), {}, device.kind});
     }
     return sources;
 }

@@ -11,6 +11,7 @@ namespace corvane {
 // Power sources from /sys/class/power_supply: system batteries as the internal battery, UPS
 // units as other power sources, and batteries of scope "Device" (mice, keyboards, headsets)
 // as wireless devices. Mains and USB supplies say whether the machine is on mains power.
+// UPower adds the peripherals and UPS units that the kernel does not list.
 class BatteryStatCollectorLinux final : public BatteryStatCollector {
 public:
     // `upower` null: no peripherals beyond the kernel's (tests, machines without the service).

@@ -53,7 +53,7 @@ TEST_F(BatteryItem, PowerStatesAndTheirTimes) {
     Item resting(3, 1);
     resting.processIOPS(onMains(80, 0, 0)); // no "Time to Full Charge" at all
     EXPECT_EQ(resting.state, Item::OnMainsNotCharging);
-    EXPECT_EQ(resting.time(), Item::kTimeNoEstimateOnMains);
+    EXPECT_EQ(resting.time(), Item::kTimeNoEstimate);
 
     Item optimised(3, 1);
     Value held = onMains(80, 0, 0, 0);
@@ -64,6 +64,13 @@ TEST_F(BatteryItem, PowerStatesAndTheirTimes) {
     Item estimating(3, 1);
     estimating.processIOPS(onMains(40, 1, 0, -1));
     EXPECT_EQ(estimating.time(), Item::kTimeCalculating);
+
+    // A source that cannot tell leaves the time out: unknown, not "0:00" nor "Calculating".
+    Item untold(3, 1);
+    untold.processIOPS(
+        Value::dict({{"Current Capacity", 50}, {"Power Source State", "Battery Power"}}));
+    EXPECT_EQ(untold.state, Item::Discharging);
+    EXPECT_EQ(untold.time(), Item::kTimeNoEstimate);
 }
 
 TEST_F(BatteryItem, PercentageIsCutToItsRange) {
@@ -115,6 +122,32 @@ TEST_F(BatteryItem, TheFirstEstimateAfterPluggingInIsHeldBackTenSeconds) {
     EXPECT_TRUE(item.delay);
     queue.advance(5);
     EXPECT_FALSE(item.delay);
+}
+
+TEST_F(BatteryItem, CancellingTheDelayShowsTheEstimateAtOnce) {
+    item.processIOPS(onBattery(50, 120));
+    item.processIOPS(onMains(50, 1, 0, 90));
+    ASSERT_EQ(item.time(), -1);
+    item.cancelDelay();
+    EXPECT_FALSE(item.delay);
+    EXPECT_EQ(item.time(), 90);
+    queue.advance(20); // the cancelled timer does not come back
+    EXPECT_EQ(item.time(), 90);
+    EXPECT_EQ(queue.pendingCount(), 0u);
+
+    // Unplugged again: a new delay of its own.
+    item.processIOPS(onBattery(50, 115));
+    EXPECT_EQ(item.time(), -1);
+    queue.advance(10.1);
+    EXPECT_EQ(item.time(), 115);
+}
+
+TEST(BatteryItemWithoutQueue, NothingWouldEndADelaySoThereIsNone) {
+    Item item(3, 1);
+    item.processIOPS(onBattery(50, 120));
+    item.processIOPS(onMains(50, 1, 0, 90));
+    EXPECT_FALSE(item.delay);
+    EXPECT_EQ(item.time(), 90);
 }
 
 TEST_F(BatteryItem, HealthConditionFromEitherKey) {

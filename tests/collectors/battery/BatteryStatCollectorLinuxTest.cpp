@@ -3,7 +3,9 @@
 #include "foundation/ManualMainQueue.h"
 #include "support/TemporaryDirectory.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 
 using namespace corvane;
 using Item = BatteryStatCollectorItem;
@@ -88,7 +90,7 @@ TEST_F(PowerSupplies, AChargeLimitCountsAsOptimisedCharging) {
     const auto internal = battery.internalBattery();
     ASSERT_TRUE(internal);
     EXPECT_EQ(internal->state, Item::HeldBackByOptimisedCharging);
-    EXPECT_EQ(internal->time(), Item::kTimeNoEstimateOnMains);
+    EXPECT_EQ(internal->time(), Item::kTimeNoEstimate);
 }
 
 TEST_F(PowerSupplies, AFullBatteryOnMainsIsCharged) {
@@ -111,6 +113,50 @@ TEST_F(PowerSupplies, AFullUpsIsAPowerSourceNotABattery) {
     EXPECT_EQ(ups->type, Item::PowerSource);
     EXPECT_EQ(ups->state, Item::ChargedOrUnknown);
     EXPECT_EQ(ups->name, "CP1500PFCLCD");
+    // It reports neither a rate nor a time: no estimate, rather than one forever pending.
+    EXPECT_EQ(ups->time(), Item::kTimeNoEstimate);
+}
+
+TEST_F(PowerSupplies, ABatteryWithoutARateHasNoEstimate) {
+    test::TemporaryDirectory dir;
+    std::filesystem::copy(recorded("laptop-discharging").root(), dir.path(),
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::remove(dir.path() / "sys/class/power_supply/BAT0/power_now");
+    BatteryStatCollectorLinux battery(context, SysRoot(dir.path()));
+    battery.updateStats();
+    const auto internal = battery.internalBattery();
+    ASSERT_TRUE(internal);
+    EXPECT_EQ(internal->state, Item::Discharging);
+    EXPECT_EQ(internal->time(), Item::kTimeNoEstimate);
+}
+
+// The driver gives the current negative while discharging; others give it positive.
+TEST_F(PowerSupplies, ACurrentIsNegativeWhileDischargingWhicheverSignTheDriverUses) {
+    test::TemporaryDirectory dir;
+    std::filesystem::copy(recorded("laptop-charge-counter").root(), dir.path(),
+                          std::filesystem::copy_options::recursive);
+    for (const char* current : {"-950000", "950000"}) {
+        std::ofstream(dir.path() / "sys/class/power_supply/BAT1/current_now") << current << "\n";
+        BatteryStatCollectorLinux battery(context, SysRoot(dir.path()));
+        battery.updateStats();
+        const auto internal = battery.internalBattery();
+        ASSERT_TRUE(internal);
+        EXPECT_EQ(internal->state, Item::Discharging);
+        EXPECT_FLOAT_EQ(internal->amperage, -950.0F) << current;
+        EXPECT_EQ(internal->time(), 120) << current; // 1.9 Ah left at 0.95 A
+        EXPECT_FLOAT_EQ(internal->health, 95.0F);
+    }
+}
+
+TEST_F(PowerSupplies, ALevelInWordsGivesAnApproximatePercentage) {
+    BatteryStatCollectorLinux battery(context, recorded("laptop-charge-counter"));
+    battery.updateStats();
+    std::map<std::string, float> levels;
+    for (const auto& source : battery.batteries())
+        levels[source->key()] = source->percentage;
+    EXPECT_FLOAT_EQ(levels["hid-0005:054c:0ce6.0001-battery"], 80.0F); // "High"
+    EXPECT_FLOAT_EQ(levels["hid-0005:045e:0b13.0002-battery"], 5.0F);  // "Critical"
+    EXPECT_FLOAT_EQ(levels["BAT1"], 50.0F);
 }
 
 TEST_F(PowerSupplies, AMachineWithoutSuppliesHasNoItems) {

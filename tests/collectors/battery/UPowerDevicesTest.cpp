@@ -1,20 +1,25 @@
 #include "collectors/battery/UPowerDevices.h"
 
 #include "foundation/Log.h"
+#include "foundation/ManualMainQueue.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 using namespace corvane;
+using Item = BatteryStatCollectorItem;
 
 namespace {
 
 constexpr const char* kIntrospection = R"(<node>
   <interface name="org.freedesktop.UPower">
     <method name="EnumerateDevices"><arg name="devices" type="ao" direction="out"/></method>
+    <signal name="DeviceAdded"><arg name="device" type="o"/></signal>
   </interface>
   <interface name="org.freedesktop.UPower.Device">
     <property name="NativePath" type="s" access="read"/>
@@ -24,6 +29,9 @@ constexpr const char* kIntrospection = R"(<node>
     <property name="PowerSupply" type="b" access="read"/>
     <property name="IsPresent" type="b" access="read"/>
     <property name="Percentage" type="d" access="read"/>
+    <property name="State" type="u" access="read"/>
+    <property name="TimeToEmpty" type="x" access="read"/>
+    <property name="TimeToFull" type="x" access="read"/>
   </interface>
 </node>)";
 
@@ -35,18 +43,43 @@ struct FakeDevice {
     guint32 type;
     gboolean powerSupply;
     double percentage;
+    guint32 state = 0;
+    gint64 timeToEmpty = 0;
+    gint64 timeToFull = 0;
 };
 
+// The UPS comes last: it is listed only once plugged in.
 constexpr FakeDevice kDevices[] = {
     {"/org/freedesktop/UPower/devices/battery_BAT0", "BAT0", "5B10W", "123", 2, TRUE, 60},
+    {"/org/freedesktop/UPower/devices/line_power_AC", "AC", "", "", 1, TRUE, 0},
     {"/org/freedesktop/UPower/devices/headset_dev_AA", "/org/bluez/hci0/dev_AA", "Headset", "", 17,
      FALSE, 80},
     {"/org/freedesktop/UPower/devices/mouse_hidpp", "hidpp_battery_0", "MX", "4a-2f", 5, FALSE, 55},
     {"/org/freedesktop/UPower/devices/keyboard_dev_BB", "/org/bluez/hci0/dev_BB", "Keys", "K-1", 6,
      FALSE, 30},
+    {"/org/freedesktop/UPower/devices/ups_hiddev0", "hiddev0", "Back-UPS ES 700G", "3B2051X12345",
+     3, TRUE, 87, 2, 1800, 0},
 };
+constexpr std::size_t kWithoutUps = std::size(kDevices) - 1;
+
+GVariant* propertiesOf(const FakeDevice& d) {
+    GVariantBuilder all;
+    g_variant_builder_init(&all, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&all, "{sv}", "NativePath", g_variant_new_string(d.native));
+    g_variant_builder_add(&all, "{sv}", "Model", g_variant_new_string(d.model));
+    g_variant_builder_add(&all, "{sv}", "Serial", g_variant_new_string(d.serial));
+    g_variant_builder_add(&all, "{sv}", "Type", g_variant_new_uint32(d.type));
+    g_variant_builder_add(&all, "{sv}", "PowerSupply", g_variant_new_boolean(d.powerSupply));
+    g_variant_builder_add(&all, "{sv}", "IsPresent", g_variant_new_boolean(TRUE));
+    g_variant_builder_add(&all, "{sv}", "Percentage", g_variant_new_double(d.percentage));
+    g_variant_builder_add(&all, "{sv}", "State", g_variant_new_uint32(d.state));
+    g_variant_builder_add(&all, "{sv}", "TimeToEmpty", g_variant_new_int64(d.timeToEmpty));
+    g_variant_builder_add(&all, "{sv}", "TimeToFull", g_variant_new_int64(d.timeToFull));
+    return g_variant_new("(a{sv})", &all);
+}
 
 // UPower as far as the collector asks it, served from a thread of its own on the session bus.
+// It counts the calls it gets, can have a UPS plugged in, and can stop answering.
 class FakeUPower {
 public:
     FakeUPower() {
@@ -61,10 +94,68 @@ public:
     }
     bool running() const { return state_ == 1; }
 
+    std::atomic<int> enumerations{0}, reads{0};
+    std::atomic<bool> hung{false};
+
+    void plugInUps() {
+        listed_ = std::size(kDevices);
+        g_dbus_connection_emit_signal(bus_, nullptr, "/org/freedesktop/UPower",
+                                      "org.freedesktop.UPower", "DeviceAdded",
+                                      g_variant_new("(o)", kDevices[kWithoutUps].path), nullptr);
+    }
+    // Lets `client` see all signals sent so far: they come before the answer to a call made
+    // after them, and are handed out on the main context.
+    void deliverSignals(GDBusConnection* client) const {
+        GVariant* pong = g_dbus_connection_call_sync(
+            client, "org.freedesktop.UPower", "/", "org.freedesktop.DBus.Peer", "Ping", nullptr,
+            nullptr, G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, nullptr);
+        if (pong)
+            g_variant_unref(pong);
+        while (g_main_context_iteration(nullptr, FALSE)) {
+        }
+    }
+
 private:
-    void serve() {
-        GMainContext* context = g_main_context_new();
-        g_main_context_push_thread_default(context);
+    struct Object {
+        FakeUPower* fake;
+        const FakeDevice* device;
+    };
+
+    // Answers now, or never while hung.
+    void answer(GDBusMethodInvocation* invocation, GVariant* value) {
+        if (hung) {
+            g_variant_unref(g_variant_ref_sink(value));
+            held_.push_back(invocation);
+            return;
+        }
+        g_dbus_method_invocation_return_value(invocation, value);
+    }
+    GVariant* deviceList() const {
+        GVariantBuilder paths;
+        g_variant_builder_init(&paths, G_VARIANT_TYPE("ao"));
+        for (std::size_t i = 0; i < listed_; ++i)
+            g_variant_builder_add(&paths, "o", kDevices[i].path);
+        return g_variant_new("(ao)", &paths);
+    }
+
+    static void call(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                     const gchar* method, GVariant*, GDBusMethodInvocation* invocation,
+                     gpointer data) {
+        auto* object = static_cast<Object*>(data);
+        FakeUPower& fake = *object->fake;
+        if (!object->device) {
+            ++fake.enumerations;
+            fake.answer(invocation, fake.deviceList());
+        } else if (std::string_view(method) == "GetAll") {
+            ++fake.reads;
+            fake.answer(invocation, propertiesOf(*object->device));
+        } else {
+            g_dbus_method_invocation_return_dbus_error(
+                invocation, "org.freedesktop.DBus.Error.Failed", "not served");
+        }
+    }
+
+    GDBusConnection* connect() {
         // A connection of its own, so that calls to it are served on this thread's context.
         gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
         GDBusConnection* bus = address ? g_dbus_connection_new_for_address_sync(
@@ -75,65 +166,49 @@ private:
                                              nullptr, nullptr, nullptr)
                                        : nullptr;
         g_free(address);
-        if (!bus) {
-            finish(2);
-            g_main_context_pop_thread_default(context);
-            g_main_context_unref(context);
-            return;
-        }
-        GDBusNodeInfo* info = g_dbus_node_info_new_for_xml(kIntrospection, nullptr);
-        static const GDBusInterfaceVTable manager{
-            [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,
-               GDBusMethodInvocation* invocation, gpointer) {
-                GVariantBuilder paths;
-                g_variant_builder_init(&paths, G_VARIANT_TYPE("ao"));
-                for (const auto& d : kDevices)
-                    g_variant_builder_add(&paths, "o", d.path);
-                g_dbus_method_invocation_return_value(invocation, g_variant_new("(ao)", &paths));
-            },
-            nullptr,
-            nullptr,
-            {}};
-        static const GDBusInterfaceVTable device{
-            nullptr,
-            [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar* name,
-               GError**, gpointer data) -> GVariant* {
-                const auto* d = static_cast<const FakeDevice*>(data);
-                const std::string n = name;
-                if (n == "NativePath")
-                    return g_variant_new_string(d->native);
-                if (n == "Model")
-                    return g_variant_new_string(d->model);
-                if (n == "Serial")
-                    return g_variant_new_string(d->serial);
-                if (n == "Type")
-                    return g_variant_new_uint32(d->type);
-                if (n == "PowerSupply")
-                    return g_variant_new_boolean(d->powerSupply);
-                if (n == "IsPresent")
-                    return g_variant_new_boolean(TRUE);
-                return g_variant_new_double(d->percentage);
-            },
-            nullptr,
-            {}};
-        g_dbus_connection_register_object(bus, "/org/freedesktop/UPower", info->interfaces[0],
-                                          &manager, nullptr, nullptr, nullptr);
+        return bus;
+    }
+
+    void publish(GDBusNodeInfo* info) {
+        // Without a property getter, GetAll comes to `call`, which can then hold it back.
+        static const GDBusInterfaceVTable vtable{call, nullptr, nullptr, {}};
+        objects_.push_back({this, nullptr});
         for (const auto& d : kDevices)
-            g_dbus_connection_register_object(bus, d.path, info->interfaces[1], &device,
-                                              const_cast<FakeDevice*>(&d), nullptr, nullptr);
+            objects_.push_back({this, &d});
+        g_dbus_connection_register_object(bus_, "/org/freedesktop/UPower", info->interfaces[0],
+                                          &vtable, &objects_[0], nullptr, nullptr);
+        for (std::size_t i = 1; i < objects_.size(); ++i)
+            g_dbus_connection_register_object(bus_, objects_[i].device->path, info->interfaces[1],
+                                              &vtable, &objects_[i], nullptr, nullptr);
         GVariant* owned = g_dbus_connection_call_sync(
-            bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
             "RequestName", g_variant_new("(su)", "org.freedesktop.UPower", 4u), nullptr,
             G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
         if (owned)
             g_variant_unref(owned);
-        loop_ = g_main_loop_new(context, FALSE);
-        finish(1);
-        g_main_loop_run(loop_);
-        g_main_loop_unref(loop_);
-        g_dbus_node_info_unref(info);
-        g_dbus_connection_close_sync(bus, nullptr, nullptr);
-        g_object_unref(bus);
+    }
+
+    void serve() {
+        GMainContext* context = g_main_context_new();
+        g_main_context_push_thread_default(context);
+        bus_ = connect();
+        if (bus_) {
+            objects_.reserve(std::size(kDevices) + 1);
+            GDBusNodeInfo* info = g_dbus_node_info_new_for_xml(kIntrospection, nullptr);
+            publish(info);
+            loop_ = g_main_loop_new(context, FALSE);
+            finish(1);
+            g_main_loop_run(loop_);
+            g_main_loop_unref(loop_);
+            for (auto* invocation : held_)
+                g_dbus_method_invocation_return_dbus_error(
+                    invocation, "org.freedesktop.DBus.Error.Failed", "shutting down");
+            g_dbus_node_info_unref(info);
+            g_dbus_connection_close_sync(bus_, nullptr, nullptr);
+            g_object_unref(bus_);
+        } else {
+            finish(2);
+        }
         g_main_context_pop_thread_default(context);
         g_main_context_unref(context);
     }
@@ -148,17 +223,35 @@ private:
     std::condition_variable ready_;
     int state_ = 0;
     GMainLoop* loop_ = nullptr;
+    GDBusConnection* bus_ = nullptr;
+    std::vector<Object> objects_;
+    std::vector<GDBusMethodInvocation*> held_;
+    std::atomic<std::size_t> listed_{kWithoutUps};
 };
 
-TEST(UPowerDevices, PeripheralsTheKernelDoesNotListBecomeWirelessSources) {
-    GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-    if (!bus)
-        GTEST_SKIP() << "no session bus; run the tests with `make test`";
-    FakeUPower upower;
-    ASSERT_TRUE(upower.running());
-    UPowerDevices devices(bus);
+class UPowerService : public ::testing::Test {
+protected:
+    void SetUp() override {
+        bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+        if (!bus)
+            GTEST_SKIP() << "no session bus; run the tests with `make test`";
+        upower = std::make_unique<FakeUPower>();
+        ASSERT_TRUE(upower->running());
+    }
+    void TearDown() override {
+        upower.reset();
+        if (bus)
+            g_object_unref(bus);
+    }
+
+    GDBusConnection* bus = nullptr;
+    std::unique_ptr<FakeUPower> upower;
+    ManualMainQueue clock{1795335330.0};
+};
+
+TEST_F(UPowerService, PeripheralsTheKernelDoesNotListBecomeWirelessSources) {
+    UPowerDevices devices(bus, &clock);
     const auto sources = devices.peripheralBatteries({"BAT0", "hidpp_battery_0"});
-    g_object_unref(bus);
     ASSERT_EQ(sources.size(), 2u);
     EXPECT_EQ(sources[0].powerSource["Name"], Value("Headset"));
     EXPECT_EQ(sources[0].powerSource["Current Capacity"], Value(80.0));
@@ -166,9 +259,104 @@ TEST(UPowerDevices, PeripheralsTheKernelDoesNotListBecomeWirelessSources) {
     EXPECT_FALSE(sources[0].powerSource.contains("Hardware Serial Number"));
     EXPECT_EQ(sources[1].powerSource["Hardware Serial Number"], Value("K-1"));
     EXPECT_EQ(sources[1].powerSource["Power Source State"], Value("Battery Power"));
+    EXPECT_EQ(sources[0].type, Item::WirelessDevice);
     // The panel draws a headset and a keyboard for them.
     EXPECT_EQ(sources[0].kind, Headphones);
     EXPECT_EQ(sources[1].kind, Keyboard);
+}
+
+TEST_F(UPowerService, TheListIsReadAgainWhenUPowerAnnouncesADeviceOrAfterAMinute) {
+    UPowerDevices devices(bus, &clock);
+    EXPECT_EQ(devices.peripheralBatteries({}).size(), 3u);
+    EXPECT_EQ(upower->enumerations, 1);
+    // Battery and line power are of no interest, and are not asked again.
+    const int firstReads = upower->reads;
+    EXPECT_EQ(devices.peripheralBatteries({}).size(), 3u);
+    EXPECT_EQ(upower->enumerations, 1);
+    EXPECT_EQ(upower->reads - firstReads, 3);
+
+    // A USB UPS that only UPower reads: a power source of its own, on battery for half an hour.
+    upower->plugInUps();
+    upower->deliverSignals(bus);
+    const auto sources = devices.peripheralBatteries({});
+    EXPECT_EQ(upower->enumerations, 2);
+    ASSERT_EQ(sources.size(), 4u);
+    const auto& ups = sources.back();
+    EXPECT_EQ(ups.type, Item::PowerSource);
+    EXPECT_EQ(ups.powerSource["Name"], Value("Back-UPS ES 700G"));
+    EXPECT_EQ(ups.powerSource["Hardware Serial Number"], Value("3B2051X12345"));
+    Item item(3, 1);
+    item.type = ups.type;
+    item.processIOPS(ups.powerSource);
+    EXPECT_FLOAT_EQ(item.percentage, 87.0F);
+    EXPECT_EQ(item.source, 0);
+    EXPECT_EQ(item.state, Item::Discharging);
+    EXPECT_EQ(item.time(), 30);
+
+    // The kernel's reading of the same UPS wins.
+    EXPECT_EQ(devices.peripheralBatteries({"hiddev0"}).size(), 3u);
+
+    clock.advance(UPowerDevices::kListLifetime - 1);
+    devices.peripheralBatteries({});
+    EXPECT_EQ(upower->enumerations, 2);
+    clock.advance(1);
+    devices.peripheralBatteries({});
+    EXPECT_EQ(upower->enumerations, 3);
+}
+
+TEST_F(UPowerService, ADaemonThatStopsAnsweringIsLeftAloneForAMinute) {
+    UPowerDevices devices(bus, &clock);
+    ASSERT_EQ(devices.peripheralBatteries({}).size(), 3u);
+    upower->hung = true;
+    LogCapture log;
+    EXPECT_TRUE(devices.peripheralBatteries({}).empty());
+    EXPECT_TRUE(log.contains("UPower does not answer")) << log.lines();
+
+    // Within the minute the daemon is not asked at all, so an update costs nothing.
+    const int asked = upower->reads + upower->enumerations;
+    clock.advance(UPowerDevices::kQuietAfterFailure - 1);
+    EXPECT_TRUE(devices.peripheralBatteries({}).empty());
+    EXPECT_EQ(upower->reads + upower->enumerations, asked);
+
+    upower->hung = false;
+    clock.advance(1);
+    EXPECT_EQ(devices.peripheralBatteries({}).size(), 3u);
+}
+
+// UPower's states of a UPS, as the battery item then reads them.
+TEST(UPowerUps, StatesReadAsOnMainsOrOnBattery) {
+    auto read = [](std::uint32_t state, double percent, std::int64_t toFull) {
+        const Value properties = Value::dict({{"Type", 3},
+                                              {"Model", "Smart-UPS"},
+                                              {"Percentage", percent},
+                                              {"State", state},
+                                              {"TimeToFull", toFull}});
+        auto item = std::make_unique<Item>(3, 1);
+        item->type = Item::PowerSource;
+        item->processIOPS(UPowerDevices::upsPowerSource(properties, "/ups"));
+        return item;
+    };
+    const auto charging = read(1, 60, 2400);
+    EXPECT_EQ(charging->source, 1);
+    EXPECT_EQ(charging->state, Item::Charging);
+    EXPECT_EQ(charging->time(), 40);
+
+    const auto full = read(4, 100, 0);
+    EXPECT_EQ(full->state, Item::ChargedOrUnknown);
+    EXPECT_EQ(full->time(), Item::kTimeCharged);
+
+    const auto waiting = read(5, 95, 0); // pending charge: on mains, not charging yet
+    EXPECT_EQ(waiting->source, 1);
+    EXPECT_EQ(waiting->state, Item::OnMainsNotCharging);
+    EXPECT_EQ(waiting->time(), Item::kTimeNoEstimate);
+
+    const auto empty = read(3, 0, 0);
+    EXPECT_EQ(empty->source, 0);
+    EXPECT_EQ(empty->time(), Item::kTimeNoEstimate); // no time to empty given
+
+    const auto unknown = read(0, 50, 0);
+    EXPECT_EQ(unknown->source, -1);
+    EXPECT_EQ(unknown->name, "Smart-UPS");
 }
 
 TEST(UPowerDevices, WithoutTheServiceTheListIsEmpty) {
