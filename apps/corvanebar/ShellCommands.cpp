@@ -12,7 +12,8 @@ void addShellCommands(CLI::App& app, ShellOptions& o) {
     const std::string names = "cpu, memory, disks, network, sensors, battery, time, combined, "
                               "weather or notifications";
     o.sections = app.add_subcommand(
-        "sections", "List the sections with their keys and whether their panel items are on");
+        "sections", "List the sections with their keys and whether their panel items are on "
+                    "(for Notifications, whether its rules are on)");
     o.on = app.add_subcommand("on", "Turn a section's panel item on, as its switch does");
     o.on->add_option("SECTION", o.section, names)->required();
     o.off = app.add_subcommand("off", "Turn a section's panel item off, as its switch does");

@@ -92,10 +92,34 @@ struct UpdateCheckerSettings {
     int windowLevel = 3;
 };
 
+// Told what a check for updates came to. The checker tells only what its receiver answers,
+// so each callback does nothing unless overridden. The sender is left out: the application
+// has one checker.
+class UpdateCheckerDelegate {
+public:
+    virtual ~UpdateCheckerDelegate() = default;
+    virtual void updateCheckerUpdatesAvailable() {}
+    virtual void updateCheckerNoUpdatesAvailable() {}
+    // `error` is empty when the failure came without one (an unreadable feed).
+    virtual void updateCheckerFailedWithError(const std::string& error) { (void)error; }
+    virtual void updateCheckerCancelled() {}
+    virtual void updateCheckerRemindMeLater() {}
+    virtual void updateCheckerSkip() {}
+    virtual void updaterStartingInstall() {}
+    virtual void updateCheckerDownloadFailed() {}
+    virtual void updateCheckerDownloadComplete() {}
+    // Install mode 5: the downloaded payload is the receiver's to install.
+    virtual void updateCheckerFinishWithPath(const std::filesystem::path& path) { (void)path; }
+};
+
 class UpdateCheckerPeer {
 public:
     virtual ~UpdateCheckerPeer() = default;
-    virtual void setUp(const UpdateCheckerSettings& settings) { (void)settings; }
+    // `delegate` outlives the checker's use of it.
+    virtual void setUp(UpdateCheckerDelegate& delegate, const UpdateCheckerSettings& settings) {
+        (void)delegate;
+        (void)settings;
+    }
 };
 
 // Sends the statistics snapshot to the diagnostics service.

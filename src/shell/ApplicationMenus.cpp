@@ -71,7 +71,8 @@ ApplicationMenus::ApplicationMenus(CVBPreferences& preferences,
 }
 
 ApplicationMenus::~ApplicationMenus() {
-    queue_.cancel(retranslation_);
+    if (retranslation_)
+        queue_.cancel(retranslation_);
 }
 
 void ApplicationMenus::processMenu(Menu& menu) {
@@ -87,8 +88,12 @@ void ApplicationMenus::processMenu(Menu& menu) {
 
 void ApplicationMenus::translateMainMenu() {
     processMenu(mainMenu_);
-    queue_.cancel(retranslation_);
-    retranslation_ = queue_.after(1.0, [this] { processMenu(mainMenu_); });
+    if (retranslation_)
+        queue_.cancel(retranslation_);
+    retranslation_ = queue_.after(1.0, [this] {
+        retranslation_ = 0;
+        processMenu(mainMenu_);
+    });
 }
 
 std::unique_ptr<MenuItem> ApplicationMenus::makeItem(const char* title,

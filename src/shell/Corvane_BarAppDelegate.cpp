@@ -109,7 +109,13 @@ OverlayController& Corvane_BarAppDelegate::overlay() {
 }
 
 void Corvane_BarAppDelegate::after(double seconds, MainQueue::Task task) {
-    timers_.push_back(queue_.after(seconds, std::move(task)));
+    // The id is known only once scheduled; the queue never runs a task inside `after`.
+    auto id = std::make_shared<MainQueue::TimerId>();
+    *id = queue_.after(seconds, [this, id, task = std::move(task)] {
+        timers_.erase(*id);
+        task();
+    });
+    timers_.insert(*id);
 }
 
 void Corvane_BarAppDelegate::observe(const char* name, void (Corvane_BarAppDelegate::*handler)()) {
@@ -232,7 +238,7 @@ void Corvane_BarAppDelegate::setupUpdateChecker() {
     settings.feed = std::string(kProductSiteAddress) + kUpdateFeedPath;
     settings.currentVersion = build::kVersion;
     settings.currentVersionBuild = build::kBuildNumber;
-    peers_.updateChecker->setUp(settings);
+    peers_.updateChecker->setUp(*this, settings);
 }
 
 void Corvane_BarAppDelegate::applicationWillTerminate() {
@@ -357,8 +363,10 @@ void Corvane_BarAppDelegate::askVersion(VersionPeer& peer, std::string& target, 
             [&queue = queue_, alive, &target, format, logIt](double version, std::int64_t build) {
                 // The reply comes on the peer's thread; labels belong to the main queue.
                 queue.async([alive, &target, format, logIt, version, build] {
-                    if (alive.expired())
+                    if (alive.expired()) {
+                        CVBLog("A version reply came after the window closed; dropped");
                         return;
+                    }
                     const std::string text = versionText(version, build);
                     target = label(format, text);
                     if (logIt)

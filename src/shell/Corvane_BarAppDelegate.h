@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,11 @@ inline constexpr const char* kDetectedMenubarColorChangedNotification =
 
 // The application's order of start-up and shut-down, and its menu commands. The window wraps
 // it; everything outside this process or not built yet is reached through the peers.
-class Corvane_BarAppDelegate final : public InstallerDelegate, public ApplicationTerminator {
+// It answers none of the update checker's callbacks yet: checks here start only from the
+// user, and the checker's own windows show how they end.
+class Corvane_BarAppDelegate final : public InstallerDelegate,
+                                     public UpdateCheckerDelegate,
+                                     public ApplicationTerminator {
 public:
     Corvane_BarAppDelegate(CVBPreferences& preferences, MainQueue& queue,
                            NotificationCenter& center, DistributedNotificationCenter& distributed,
@@ -114,7 +119,8 @@ private:
     std::string agentLabel_;
     std::string statusItemLabel_;
     std::vector<Observation> observations_;
-    std::vector<MainQueue::TimerId> timers_;
+    // Timers still waiting; each leaves as it fires, so shut-down cancels only these.
+    std::set<MainQueue::TimerId> timers_;
     // Replies that come back after the delegate is gone find this expired.
     std::shared_ptr<int> alive_ = std::make_shared<int>(0);
 };

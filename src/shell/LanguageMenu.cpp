@@ -122,10 +122,17 @@ void LanguageMenu::selectLanguage(std::string_view key) {
 }
 
 void LanguageMenu::relaunch() {
-    if (program_.empty())
-        CVBLog("Cannot start again without the program's path; start it by hand");
-    else
-        launcher_.launchDetached({"/bin/sh", "-c", relaunchCommand(program_)});
+    // Ending without a way back would leave the user with no window at all; the choice is
+    // stored and takes effect at the next start.
+    if (program_.empty()) {
+        CVBLog("Cannot start again without the program's path; the language changes at the "
+               "next start");
+        return;
+    }
+    if (!launcher_.launchDetached({"/bin/sh", "-c", relaunchCommand(program_)})) {
+        CVBLog("Cannot start %s again; the language changes at the next start", program_.c_str());
+        return;
+    }
     terminator_.terminate();
 }
 

@@ -43,7 +43,8 @@ public:
     // The chosen language's key; empty for the system's.
     std::string storedLanguage() const;
 
-    // Stores the choice, tells the other processes, and starts the program again.
+    // Stores the choice, tells the other processes, and starts the program again. When it
+    // cannot be started again, this one keeps running.
     void selectLanguage(std::string_view key);
     // The stores and the notification of selectLanguage, without the restart.
     void storeLanguage(std::string_view key);

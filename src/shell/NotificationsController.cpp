@@ -15,8 +15,7 @@ void NotificationsController::toggle(const SectionSwitch& sender) {
 }
 
 void NotificationsController::checkState() {
-    sourceItem().toggle.on = CVBBoolForKey(kEnabledKey);
-    updateOptions();
+    showSwitchState(CVBBoolForKey(kEnabledKey));
 }
 
 } // namespace corvane

@@ -29,6 +29,9 @@ std::string joined(const std::vector<std::string>& names) {
 std::string stateText(const SectionController& section) {
     if (section.xibName() == "General")
         return "-";
+    // Its switch turns the rules on and off, not a panel item.
+    if (section.xibName() == "Notifications")
+        return section.sourceItem().toggle.on ? "rules on" : "rules off";
     if (section.sourceItem().toggle.hidden)
         return "in Combined";
     return section.sourceItem().toggle.on ? "on" : "off";

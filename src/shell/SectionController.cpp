@@ -83,7 +83,7 @@ void SectionController::prepareToShow() {
     if (!view_)
         view_ = std::make_unique<SectionPage>(xibName_);
     prepareInterface();
-    view_->accessibilityLabel = formatted("%@ settings", sectionName());
+    view_->accessibilityLabel = formatted(prefsString("%@ settings"), prefsString(sectionName()));
     setup();
 }
 
@@ -164,8 +164,12 @@ void SectionController::checkState() {
 }
 
 void SectionController::setState(bool state) {
-    if (sourceItem_.toggle.on != state) {
-        sourceItem_.toggle.on = state;
+    showSwitchState(state);
+}
+
+void SectionController::showSwitchState(bool on) {
+    if (sourceItem_.toggle.on != on) {
+        sourceItem_.toggle.on = on;
         sourceItem_.setNeedsDisplay();
     }
     updateOptions();

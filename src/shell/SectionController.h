@@ -100,6 +100,9 @@ protected:
     // Posts to the other processes at once, without user information.
     void postDistributed(const std::string& name) const;
     void updateHotkeyButtonTitle();
+    // What `setState` does, for a section whose switch means something other than its panel
+    // item: the switch changes (and is redrawn) only when it differs; `updateOptions` always.
+    void showSwitchState(bool on);
 
 private:
     SectionManager& manager_;

@@ -28,8 +28,10 @@ constexpr double kSourceListTop = 30;
 constexpr double kSourceListRowHeight = 44;
 constexpr double kSourceListLeft = 3;
 
+// The stack is the one of the handler: where the failure was caught, not where it was thrown.
 void logSetupFailure(const SectionController& section, const char* what) {
-    std::string message = "Section " + section.sectionName() + " failed to set up: " + what;
+    std::string message = "Section " + section.sectionName() + " failed to set up: " + what +
+                          "\nCall stack where it was caught:";
     void* frames[64];
     const int count = backtrace(frames, 64);
     if (char** symbols = backtrace_symbols(frames, count)) {
@@ -113,10 +115,22 @@ void SectionManager::addObservers() {
         "CorvaneBarRefreshSections", [this](const Notification&) { refreshAllSections(); }));
 }
 
+std::unique_ptr<SectionController> SectionManager::newSection(const std::string&) {
+    return nullptr;
+}
+
 template <class Section>
 Section* SectionManager::makeSection(const char* xibName, std::int64_t key) {
-    auto section = std::make_unique<Section>(*this);
-    Section* raw = section.get();
+    std::unique_ptr<SectionController> section = newSection(xibName);
+    auto* raw = dynamic_cast<Section*>(section.get());
+    if (!raw) {
+        if (section)
+            CVBLog("The section made for %s is of another class; the registry's own is used",
+                   xibName);
+        auto own = std::make_unique<Section>(*this);
+        raw = own.get();
+        section = std::move(own);
+    }
     owned_.push_back(std::move(section));
     raw->initWithXib(xibName, key);
     return raw;

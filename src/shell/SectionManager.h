@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace corvane {
@@ -31,7 +32,7 @@ class CombinedController;
 class SectionManager {
 public:
     explicit SectionManager(SectionServices services = {});
-    ~SectionManager();
+    virtual ~SectionManager();
     SectionManager(const SectionManager&) = delete;
     SectionManager& operator=(const SectionManager&) = delete;
 
@@ -102,6 +103,12 @@ public:
     SectionServices& services() { return services_; }
     NotificationCenter& center() { return *services_.center; }
     DistributedNotificationCenter& distributedCenter() { return *services_.distributedCenter; }
+
+protected:
+    // The object of the section with that page file, before its `initWithXib`: one derived
+    // from the registry's class for it (richer pages of a toolkit, tests). Null, by default,
+    // for the registry's own class.
+    virtual std::unique_ptr<SectionController> newSection(const std::string& xibName);
 
 private:
     template <class Section>

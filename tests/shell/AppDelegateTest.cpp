@@ -9,7 +9,11 @@
 #include "shell/ProductSite.h"
 #include "shell/SectionManager.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <set>
 #include <thread>
+#include <utility>
 
 namespace corvane {
 namespace {
@@ -17,10 +21,59 @@ namespace {
 // One list of what start-up asked of the world, in order; a call repeated at once counts once.
 struct EventLog {
     std::vector<std::string> events;
+    // Runs before each call is written down, to look for what happened since the last one.
+    std::function<void()> beforeEach;
+    // While set, calls are not written down (the test itself is poking the delegate).
+    bool quiet = false;
+
     void record(const std::string& event) {
+        if (quiet)
+            return;
+        if (beforeEach) {
+            quiet = true;
+            beforeEach();
+            quiet = false;
+        }
         if (events.empty() || events.back() != event)
             events.push_back(event);
     }
+};
+
+// The delegate's main queue: the test's own, which also logs each timer as it is set while
+// `log` is given, and cancels at once (only counting) the timers set while `holding`.
+struct RecordingQueue final : MainQueue {
+    ManualMainQueue& queue;
+    EventLog* log = nullptr;
+    bool holding = false;
+    int held = 0;
+    std::set<TimerId> fired;
+    std::vector<TimerId> cancels;
+
+    explicit RecordingQueue(ManualMainQueue& q)
+        : queue(q) {}
+    void async(Task task) override { queue.async(std::move(task)); }
+    TimerId after(double seconds, Task task) override {
+        auto firing = std::make_shared<TimerId>();
+        const TimerId id = queue.after(seconds, [this, firing, task = std::move(task)] {
+            fired.insert(*firing);
+            task();
+        });
+        *firing = id;
+        if (holding) {
+            ++held;
+            queue.cancel(id);
+        } else if (log) {
+            char text[32];
+            std::snprintf(text, sizeof text, "after %g", seconds);
+            log->record(text);
+        }
+        return id;
+    }
+    void cancel(TimerId id) override {
+        cancels.push_back(id);
+        queue.cancel(id);
+    }
+    const Clock& clock() const override { return queue; }
 };
 
 struct RecordingWindow final : ApplicationWindow {
@@ -124,10 +177,12 @@ struct RecordingInstaller final : InstallerPeer {
 struct RecordingUpdateChecker final : UpdateCheckerPeer {
     EventLog& log;
     UpdateCheckerSettings settings;
+    UpdateCheckerDelegate* delegate = nullptr;
     explicit RecordingUpdateChecker(EventLog& l)
         : log(l) {}
-    void setUp(const UpdateCheckerSettings& s) override {
+    void setUp(UpdateCheckerDelegate& d, const UpdateCheckerSettings& s) override {
         log.record("updateChecker");
+        delegate = &d;
         settings = s;
     }
 };
@@ -179,15 +234,18 @@ class AppDelegate : public test::MenuFixture {
 protected:
     void SetUp() override {
         MenuFixture::SetUp();
+        SectionManager::install(std::make_unique<SectionManager>(sectionServices()));
+        daemon->answer = {{2.5, 301}};
+        statusItem->answer = {{6.72, 1224}};
+    }
+    SectionServices sectionServices() {
         SectionServices services;
         services.center = &center;
         services.distributedCenter = &bus;
         services.clock = &queue;
         services.overlay = overlay;
         services.fetchMenubarColor = [] {};
-        SectionManager::install(std::make_unique<SectionManager>(std::move(services)));
-        daemon->answer = {{2.5, 301}};
-        statusItem->answer = {{6.72, 1224}};
+        return services;
     }
     void TearDown() override {
         delegate.reset();
@@ -210,10 +268,13 @@ protected:
         peers.menuActions = actions;
         peers.launcher = launcher;
         peers.restarter = restarter;
-        peers.fetchMenubarColor = [this] { log.record("fetchColor"); };
+        peers.fetchMenubarColor = [this] {
+            ++colourFetches;
+            log.record("fetchColor");
+        };
         peers.program = "/usr/bin/corvanebar";
         delegate = std::make_unique<Corvane_BarAppDelegate>(CVBPreferences::sharedPreferences(),
-                                                            queue, center, bus, std::move(peers));
+                                                            timers, center, bus, std::move(peers));
         return *delegate;
     }
 
@@ -233,6 +294,39 @@ protected:
     }
 
     CVBPreferences& prefs() { return CVBPreferences::sharedPreferences(); }
+
+    // The steps of applicationDidFinishLaunching that call no peer, each written into the log
+    // the first time its effect shows. Looked for before each peer call and once at the end, so
+    // two of them in a row are ordered only by a peer call between them.
+    void noteQuietSteps(Corvane_BarAppDelegate& d, bool combineTickWanted) {
+        auto note = [&](const char* step, bool done) {
+            if (done && quietStepsSeen.insert(step).second)
+                log.events.push_back(step);
+        };
+        note("labels", d.versionLabel() == "Version: 6.72 (1224)" &&
+                           d.menus().appMenu().itemAtIndex(0).title == "About Corvane Bar");
+        note("updateMenuItems",
+             d.menus().statsMenu().findItem("Combine Processes")->state == combineTickWanted);
+
+        const bool wasQuiet = std::exchange(log.quiet, true);
+        bus.postNotificationName(kResetPreferencesAppNotification,
+                                 Value::dict({{"key", kProbeKey}}));
+        const bool resetHeard = prefs().objectForKey(kProbeKey) == Value(2);
+        const int fetches = colourFetches;
+        timers.holding = true;
+        timers.held = 0;
+        for (const char* name : {kDaemonXPCReadyNotification, kAgentXPCReadyNotification,
+                                 kStatusItemXPCReadyNotification})
+            bus.postNotificationName(name);
+        bus.postNotificationName(kDetectedMenubarColorChangedNotification);
+        timers.holding = false;
+        log.quiet = wasQuiet;
+        note("resetObserver", resetHeard);
+        note("xpcObservers", timers.held == 3 && colourFetches == fetches + 1);
+    }
+    static constexpr const char* kProbeKey = "LaunchOrderProbe";
+    std::set<std::string> quietStepsSeen;
+    int colourFetches = 0;
 
     test::ScopedEnvironment logs{"CORVANEBAR_LOG_DIR", (dir / "logs").c_str()};
     EventLog log;
@@ -254,6 +348,8 @@ protected:
         std::make_shared<test::RecordingMenuActions>();
     std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>(log);
     std::shared_ptr<RecordingRestarter> restarter = std::make_shared<RecordingRestarter>();
+    RecordingQueue timers{queue};
+    std::vector<std::string> closedSections;
     std::unique_ptr<Corvane_BarAppDelegate> delegate;
 };
 
@@ -296,22 +392,33 @@ TEST_F(AppDelegate, DidFinishLaunchingRunsItsStepsInOrderAndAsksEveryPeerForItsV
     d.applicationWillFinishLaunching();
     log.events.clear();
     updateChecker->settings = {};
+    // Effects that show which quiet step has run: a key another process changed, waiting to be
+    // read afresh, and a tick that no longer matches its setting.
+    prefs().setObject(Value(1), kProbeKey);
+    PreferenceDomain other(kExtrasDomain, prefs().domain().file());
+    other.setValue(kProbeKey, Value(2));
+    other.synchronize();
+    const bool combineTick = d.menus().statsMenu().findItem("Combine Processes")->state;
+    prefs().setBool(!combineTick, "ProcessesCombine");
+    log.beforeEach = [&] { noteQuietSteps(d, !combineTick); };
+    timers.log = &log;
 
     d.applicationDidFinishLaunching();
-    EXPECT_EQ(d.versionLabel(), "Version: 6.72 (1224)");
-    EXPECT_EQ(d.menus().appMenu().itemAtIndex(0).title, "About Corvane Bar");
-    EXPECT_EQ(log.events, (std::vector<std::string>{"updateChecker", "overlayParent",
-                                                    "firstResponder", "isInstalledAndValid"}));
+    noteQuietSteps(d, !combineTick);
+    EXPECT_EQ(log.events,
+              (std::vector<std::string>{"labels", "resetObserver", "updateChecker", "overlayParent",
+                                        "updateMenuItems", "firstResponder", "isInstalledAndValid",
+                                        "after 2", "xpcObservers", "after 1"}));
+    EXPECT_EQ(updateChecker->delegate, static_cast<UpdateCheckerDelegate*>(&d));
     EXPECT_EQ(updateChecker->settings.feed,
               std::string(kProductSiteAddress) + "/corvanebar6/version-json.php");
     EXPECT_EQ(updateChecker->settings.installMode, 3);
     EXPECT_DOUBLE_EQ(updateChecker->settings.currentVersion, 6.72);
     EXPECT_EQ(updateChecker->settings.currentVersionBuild, 1224);
 
+    log.events.clear();
     queue.advance(1.0);
-    EXPECT_EQ(log.events,
-              (std::vector<std::string>{"updateChecker", "overlayParent", "firstResponder",
-                                        "isInstalledAndValid", "daemon", "agent", "statusItem"}));
+    EXPECT_EQ(log.events, (std::vector<std::string>{"daemon", "agent", "statusItem"}));
     queue.advance(1.0);
     EXPECT_EQ(log.events.back(), "upload") << "diagnostics go out two seconds after start";
 }
@@ -337,11 +444,45 @@ TEST_F(AppDelegate, VersionLabelsShowTheRepliesAndKeepTheirTextWithoutOne) {
 }
 
 TEST_F(AppDelegate, RepliesAfterTheDelegateIsGoneAreDropped) {
+    LogCapture captured;
     launched();
     queue.advance(1.0);
     delegate.reset();
+    // A delegate made afterwards may well sit where the old one was.
+    auto& fresh = make();
     settleReplies();
-    SUCCEED() << "under the address sanitizer a late reply would write freed labels";
+    EXPECT_TRUE(captured.contains("A version reply came after the window closed; dropped"));
+    EXPECT_EQ(fresh.daemonLabel(), "");
+    EXPECT_EQ(fresh.statusItemLabel(), "");
+}
+
+TEST_F(AppDelegate, ShutDownCancelsOnlyTheTimersStillWaiting) {
+    prefs().setBool(true, "Diagnostics_Enabled");
+    launched();
+    queue.advance(1.0);
+    settleReplies();
+    // The version requests have fired and are forgotten (kept, the list would grow for as
+    // long as the window stays open); the diagnostics upload still waits.
+    ASSERT_GE(timers.fired.size(), 3u);
+    delegate.reset();
+    for (const auto id : timers.cancels)
+        EXPECT_EQ(timers.fired.count(id), 0u) << "cancelled timer " << id << " had fired";
+    queue.advance(2.0);
+    EXPECT_EQ(std::count(log.events.begin(), log.events.end(), "upload"), 0);
+}
+
+TEST_F(AppDelegate, EndingClosesEverySectionBeforeTheMainLoopStops) {
+    SectionManager::install(std::make_unique<test::CustomSectionManager>(
+        sectionServices(), test::closingSections([this](const std::string& xib) {
+            closedSections.push_back(xib);
+            log.record("didClose");
+        })));
+    auto& d = launched();
+    closedSections.clear();
+    log.events.clear();
+    d.windowWillClose();
+    EXPECT_EQ(closedSections.size(), 11u);
+    EXPECT_EQ(log.events, (std::vector<std::string>{"didClose", "quit"}));
 }
 
 TEST_F(AppDelegate, AMissingInstallationShowsTheInstallerHalfASecondLater) {

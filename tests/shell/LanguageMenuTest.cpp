@@ -1,6 +1,7 @@
 #include "shell/LanguageMenu.h"
 
 #include "MenuFixture.h"
+#include "foundation/Log.h"
 #include "shell/Menu.h"
 
 #include <chrono>
@@ -14,12 +15,13 @@ namespace {
 struct RecordingRestart final : ProcessLauncher, ApplicationTerminator {
     std::vector<std::string>& events;
     std::vector<std::string> arguments;
+    bool starts = true;
     explicit RecordingRestart(std::vector<std::string>& log)
         : events(log) {}
     bool launchDetached(const std::vector<std::string>& argv) override {
         events.push_back("launch");
         arguments = argv;
-        return true;
+        return starts;
     }
     void terminate() override { events.push_back("terminate"); }
 };
@@ -89,6 +91,22 @@ TEST_F(Languages, SystemDefaultRemovesTheKeyAndRestartsLikeAnyOtherChoice) {
     EXPECT_TRUE(CVBPreferences::sharedPreferences().domain().copyValue("language").isNull());
     EXPECT_EQ(ticked(), std::vector<std::string>{""});
     EXPECT_EQ(events, (std::vector<std::string>{"posted", "launch", "terminate"}));
+}
+
+TEST_F(Languages, WhenTheProgramCannotStartAgainThisOneKeepsRunning) {
+    LogCapture log;
+    restart.starts = false;
+    item("German").perform();
+    EXPECT_EQ(CVBPreferences::sharedPreferences().domain().copyValue("language"), Value("de"))
+        << "kept for the next start";
+    EXPECT_EQ(events, (std::vector<std::string>{"posted", "launch"}));
+    EXPECT_TRUE(log.contains("Cannot start /opt/corvane bar/corvanebar again")) << log.lines();
+
+    events.clear();
+    LanguageMenu pathless(CVBPreferences::sharedPreferences(), bus, restart, restart, "");
+    pathless.selectLanguage("fr");
+    EXPECT_EQ(events, std::vector<std::string>{"posted"});
+    EXPECT_TRUE(log.contains("without the program's path"));
 }
 
 TEST_F(Languages, LanguageNamesAreTranslatedInTheChosenLanguage) {

@@ -1,4 +1,5 @@
 #include "SectionFixture.h"
+#include "text/CVBTranslations.h"
 
 #include <gtest/gtest.h>
 
@@ -125,6 +126,19 @@ TEST_F(Section, NotificationsSwitchIsTheRulesMasterSwitch) {
     EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarUserNotificationsChanged"});
 }
 
+TEST_F(Section, TheRulesSwitchIsRedrawnWhenAnotherProcessFlipsIt) {
+    auto& item = manager->notifications()->sourceItem();
+    ASSERT_TRUE(item.toggle.on);
+    int windowRedraws = 0;
+    item.changed = [&] { ++windowRedraws; };
+    CVBSetBoolForKey(false, "Notifications-Enabled");
+    manager->notifications()->checkState();
+    EXPECT_FALSE(item.toggle.on);
+    EXPECT_EQ(windowRedraws, 1);
+    manager->notifications()->checkState();
+    EXPECT_EQ(windowRedraws, 1) << "unchanged, not drawn again";
+}
+
 TEST_F(Section, APageIsBuiltOnceWhenFirstShown) {
     auto* cpu = manager->cpu();
     EXPECT_EQ(cpu->view(), nullptr);
@@ -136,6 +150,15 @@ TEST_F(Section, APageIsBuiltOnceWhenFirstShown) {
     EXPECT_EQ(cpu->view()->accessibilityLabel, "CPU & GPU settings");
     EXPECT_EQ(cpu->dropdownHotkeyButton().fontSize, 12);
     EXPECT_TRUE(cpu->dropdownOrderButton().semibold);
+}
+
+TEST_F(Section, APageIsLabelledInTheChosenLanguage) {
+    CVBSetObjectForKey(Value("de"), "language");
+    CVBTranslations::cleanup();
+    manager->disks()->prepareToShow();
+    CVBTranslations::cleanup();
+    ASSERT_NE(manager->disks()->view(), nullptr);
+    EXPECT_EQ(manager->disks()->view()->accessibilityLabel, "Einstellungen für Laufwerke");
 }
 
 TEST_F(Section, ClosingAPageNeverShownLeavesItUnbuilt) {

@@ -11,7 +11,9 @@
 #include "shell/Sections.h"
 #include "shell/SourceList.h"
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -55,12 +57,71 @@ struct CountingFanEditor final : FanEditor {
 
 struct CountingPages final : SectionPageFactory {
     std::map<std::string, int> loads;
+    std::vector<std::string> order; // every load, in turn
     std::unique_ptr<SectionPage> loadPage(const std::string& xibName,
                                           SectionController& owner) override {
         ++loads[xibName];
+        order.push_back(xibName);
         return SectionPageFactory::loadPage(xibName, owner);
     }
 };
+
+// A registry whose sections are the test's own kind where `makers` names their page file.
+class CustomSectionManager final : public SectionManager {
+public:
+    using Maker = std::function<std::unique_ptr<SectionController>(SectionManager&)>;
+    CustomSectionManager(SectionServices services, std::map<std::string, Maker> makers)
+        : SectionManager(std::move(services))
+        , makers_(std::move(makers)) {}
+
+protected:
+    std::unique_ptr<SectionController> newSection(const std::string& xibName) override {
+        const auto found = makers_.find(xibName);
+        return found == makers_.end() ? nullptr : found->second(*this);
+    }
+
+private:
+    std::map<std::string, Maker> makers_;
+};
+
+// A section of the registry's class that tells `closed` each time its page goes out of sight.
+template <class Base>
+class ClosingSection final : public Base {
+public:
+    ClosingSection(SectionManager& manager, std::function<void(const std::string&)> closed)
+        : Base(manager)
+        , closed_(std::move(closed)) {}
+    void didClose() override {
+        closed_(this->xibName());
+        Base::didClose();
+    }
+
+private:
+    std::function<void(const std::string&)> closed_;
+};
+
+template <class Base>
+CustomSectionManager::Maker closing(std::function<void(const std::string&)> closed) {
+    return [closed = std::move(closed)](SectionManager& manager) {
+        return std::make_unique<ClosingSection<Base>>(manager, closed);
+    };
+}
+
+// Every section of the registry, each reporting its `didClose` to `closed`.
+inline std::map<std::string, CustomSectionManager::Maker>
+closingSections(const std::function<void(const std::string&)>& closed) {
+    return {{"General", closing<GeneralController>(closed)},
+            {"Notifications", closing<NotificationsController>(closed)},
+            {"Weather", closing<WeatherController>(closed)},
+            {"CPU", closing<CPUController>(closed)},
+            {"Memory", closing<MemoryController>(closed)},
+            {"Disks", closing<DisksController>(closed)},
+            {"Network", closing<NetworkController>(closed)},
+            {"Sensors", closing<SensorsController>(closed)},
+            {"Battery", closing<BatteryController>(closed)},
+            {"Time", closing<TimeController>(closed)},
+            {"Combined", closing<CombinedController>(closed)}};
+}
 
 // Every distributed post, in order, with its user information.
 struct PostLog {
@@ -95,7 +156,7 @@ protected:
         services.fanEditor = fanEditor;
         services.pages = pages;
         services.fetchMenubarColor = [this] { ++colourFetches; };
-        manager = std::make_unique<SectionManager>(std::move(services));
+        manager = makeManager(std::move(services));
         manager->setWindow(&window);
         manager->setSectionViewContainer(&container);
         manager->setSourceList(&sourceList);
@@ -106,6 +167,10 @@ protected:
         DropdownOrderController::cleanup();
         DropdownHotkeyController::cleanup();
         PreferencesFixture::TearDown();
+    }
+
+    virtual std::unique_ptr<SectionManager> makeManager(SectionServices services) {
+        return std::make_unique<SectionManager>(std::move(services));
     }
 
     // The stored panel order, as another process would write it.

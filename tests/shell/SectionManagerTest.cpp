@@ -1,6 +1,8 @@
 #include "SectionFixture.h"
+#include "foundation/Log.h"
 
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 using namespace corvane;
 
@@ -116,7 +118,9 @@ TEST_F(Manager, SelectingNotificationsBuildsTheSensorsAndDisksPagesFirst) {
     ASSERT_EQ(manager->disks()->view(), nullptr);
     const int fetchesBefore = colourFetches;
     const int closesBefore = optionsPopup->closes;
+    pages->order.clear();
     manager->selectItem(manager->notifications()->sourceItem());
+    EXPECT_EQ(pages->order, (std::vector<std::string>{"Sensors", "Disks", "Notifications"}));
     EXPECT_NE(manager->sensors()->view(), nullptr);
     EXPECT_NE(manager->disks()->view(), nullptr);
     EXPECT_EQ(shownPages(), std::vector<std::string>{"Notifications"});
@@ -132,10 +136,14 @@ TEST_F(Manager, SelectingNotificationsBuildsTheSensorsAndDisksPagesFirst) {
 }
 
 TEST_F(Manager, OpenNotificationsChooseTheirPageAndBringTheWindowForward) {
+    const int popupClosesBefore = optionsPopup->closes;
     distributed.postNotificationName("CorvaneBar-Open-Weather");
     EXPECT_EQ(selected(), manager->weather());
     EXPECT_EQ(activator->forwards, 1);
     EXPECT_EQ(overlay->closes, 1);
+    // Once as the page changes, once more as a page opened from outside: nothing of the old
+    // page may stay on top of the new one.
+    EXPECT_EQ(optionsPopup->closes, popupClosesBefore + 2);
 
     const std::vector<std::pair<const char*, std::int64_t>> opens{
         {"CorvaneBar-Open-CPU", 1},     {"CorvaneBar-Open-Memory", 2},
@@ -156,10 +164,12 @@ TEST_F(Manager, TheGeneralOpenNotificationOnlyBringsTheWindowForward) {
     EXPECT_EQ(selected(), manager->memory());
     EXPECT_EQ(activator->forwards, 1);
 
+    const int popupClosesBefore = optionsPopup->closes;
     manager->launchToSection(42);
     EXPECT_EQ(selected(), manager->memory());
     EXPECT_EQ(activator->forwards, 2);
     EXPECT_EQ(overlay->closes, 0);
+    EXPECT_EQ(optionsPopup->closes, popupClosesBefore) << "no page found, nothing closed";
 }
 
 TEST_F(Manager, TheFanEditorOpensOnTheSensorsPage) {
@@ -206,10 +216,42 @@ TEST_F(Manager, RefreshingPutsTheSwitchesAndCombinedIconsRight) {
     EXPECT_FALSE(manager->notifications()->sourceItem().toggle.hidden);
 }
 
+Notification extraChange(const char* extra) {
+    return Notification{"", {}, Value::dict({{"extra", extra}})};
+}
+
 TEST_F(Manager, ExtraStateChangeRefreshesOnlyTheNamedSection) {
-    storeOrder(Value::array({4}));
-    manager->extraStateChange(Notification{"", {}, Value::dict({{"extra", "network"}})});
+    // Another process turned CPU off and Network on.
+    storeOrder(Value::array({2, 3, 4}));
+    const int cpuRedraws = manager->cpu()->sourceItem().redrawCount;
+    manager->extraStateChange(extraChange("network"));
     EXPECT_TRUE(manager->network()->sourceItem().toggle.on);
+    EXPECT_TRUE(manager->cpu()->sourceItem().toggle.on) << "not named, not refreshed";
+    EXPECT_EQ(manager->cpu()->sourceItem().redrawCount, cpuRedraws);
+    EXPECT_TRUE(manager->memory()->sourceItem().combinedIcon.hidden);
+
+    manager->extraStateChange(extraChange("gpu"));
+    manager->extraStateChange(Notification{});
+    EXPECT_TRUE(manager->cpu()->sourceItem().toggle.on) << "no section of that name";
+
+    manager->extraStateChange(extraChange("cpu"));
+    EXPECT_FALSE(manager->cpu()->sourceItem().toggle.on);
+}
+
+TEST_F(Manager, ExtraStateChangeOfCombinedAlsoShowsWhichSectionsLiveInsideIt) {
+    CVBSetObjectForKey(Value::array({Value::dict({{"key", 2}})}), "CombinedMenubarDisplayMode");
+    CVBSetObjectForKey(Value::array({Value::dict({{"key", 3}})}), "CombinedDropdownDisplayMode");
+    storeOrder(Value::array({8, 1}));
+    manager->extraStateChange(extraChange("combined"));
+    EXPECT_TRUE(manager->combined()->sourceItem().toggle.on);
+    for (SectionController* inside :
+         std::initializer_list<SectionController*>{manager->memory(), manager->disks()}) {
+        EXPECT_TRUE(inside->sourceItem().toggle.hidden) << inside->sectionName();
+        EXPECT_FALSE(inside->sourceItem().combinedIcon.hidden) << inside->sectionName();
+        EXPECT_FALSE(inside->sourceItem().toggle.on) << inside->sectionName();
+    }
+    EXPECT_FALSE(manager->cpu()->sourceItem().toggle.hidden);
+    EXPECT_TRUE(manager->cpu()->sourceItem().toggle.on);
 }
 
 TEST_F(Manager, LoadingAllSectionsBuildsThePagesOfThePanelItems) {
@@ -218,6 +260,76 @@ TEST_F(Manager, LoadingAllSectionsBuildsThePagesOfThePanelItems) {
          {"CPU", "Memory", "Disks", "Network", "Sensors", "Battery", "Time", "Combined", "Weather"})
         EXPECT_EQ(pages->loads[xib], 1) << xib;
     EXPECT_EQ(manager->notifications()->view(), nullptr);
+}
+
+// A registry whose sections report each `didClose`.
+class ClosingManager : public Manager {
+protected:
+    std::unique_ptr<SectionManager> makeManager(SectionServices services) override {
+        return std::make_unique<test::CustomSectionManager>(
+            std::move(services),
+            test::closingSections([this](const std::string& xib) { closed.push_back(xib); }));
+    }
+    std::vector<std::string> closed;
+};
+
+TEST_F(ClosingManager, SwitchingPagesClosesOnlyThePageGoingOutOfSight) {
+    ASSERT_EQ(selected(), manager->general());
+    ASSERT_TRUE(closed.empty()) << "nothing was shown before the first page";
+    manager->selectItem(manager->cpu()->sourceItem());
+    EXPECT_EQ(closed, std::vector<std::string>{"General"});
+    manager->selectItem(manager->cpu()->sourceItem());
+    EXPECT_EQ(closed, std::vector<std::string>{"General"}) << "the shown page chosen again";
+    manager->nextSection();
+    EXPECT_EQ(closed, (std::vector<std::string>{"General", "CPU"}));
+    manager->launchToSection(9);
+    EXPECT_EQ(closed, (std::vector<std::string>{"General", "CPU", "Memory"}));
+}
+
+TEST_F(ClosingManager, SavingClosesEverySectionAlsoThoseNeverShown) {
+    manager->selectItem(manager->disks()->sourceItem());
+    closed.clear();
+    manager->save();
+    EXPECT_EQ(closed, (std::vector<std::string>{"General", "Notifications", "Weather", "CPU",
+                                                "Memory", "Disks", "Network", "Sensors", "Battery",
+                                                "Time", "Combined"}));
+    EXPECT_EQ(manager->time()->view(), nullptr);
+}
+
+struct TimeWithoutPage final : TimeController {
+    using TimeController::TimeController;
+    void setup() override { throw std::runtime_error("no page file"); }
+};
+
+// Throws what is no exception class at all, as foreign code may.
+struct WeatherThrowingAnything final : WeatherController {
+    using WeatherController::WeatherController;
+    void setup() override { throw 42; }
+};
+
+class FailingManager : public Manager {
+protected:
+    std::unique_ptr<SectionManager> makeManager(SectionServices services) override {
+        return std::make_unique<test::CustomSectionManager>(
+            std::move(services),
+            std::map<std::string, test::CustomSectionManager::Maker>{
+                {"Time", [](SectionManager& m) { return std::make_unique<TimeWithoutPage>(m); }},
+                {"Weather",
+                 [](SectionManager& m) { return std::make_unique<WeatherThrowingAnything>(m); }}});
+    }
+};
+
+TEST_F(FailingManager, ASectionThatFailsToSetUpIsLoggedAndTheNextOnesStillSetUp) {
+    ASSERT_EQ(manager->combined()->dropdownHotkeyButton().fontSize, 0);
+    LogCapture log;
+    manager->setupSections();
+    EXPECT_TRUE(log.contains("Section Weather failed to set up: unknown exception")) << log.lines();
+    EXPECT_TRUE(log.contains("Section Time failed to set up: no page file"));
+    EXPECT_TRUE(log.contains("Call stack where it was caught:"));
+    // CPU comes after Weather, Combined after Time.
+    EXPECT_EQ(manager->cpu()->dropdownHotkeyButton().fontSize, 12);
+    EXPECT_EQ(manager->combined()->dropdownHotkeyButton().fontSize, 12);
+    EXPECT_EQ(manager->time()->dropdownHotkeyButton().fontSize, 0);
 }
 
 } // namespace

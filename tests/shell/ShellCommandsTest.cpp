@@ -30,7 +30,7 @@ TEST_F(Commands, ListsEverySectionWithItsKeyAndState) {
     storeOrder(Value::array({8, 1}));
     EXPECT_EQ(commands().list(), 0);
     EXPECT_EQ(out.str(), "Global           general         -1  -\n"
-                         "Notifications    notifications   -1  on\n"
+                         "Notifications    notifications   -1  rules on\n"
                          "Weather          weather          9  off\n"
                          "CPU & GPU        cpu              1  on\n"
                          "Memory           memory           2  off\n"
@@ -40,6 +40,14 @@ TEST_F(Commands, ListsEverySectionWithItsKeyAndState) {
                          "Battery & Power  battery          6  off\n"
                          "Time             time             7  off\n"
                          "Combined         combined         8  on\n");
+
+    // The rules' switch, not a panel item: told apart from the panel items' on and off.
+    CVBSetBoolForKey(false, "Notifications-Enabled");
+    manager->refreshAllSections();
+    out.str("");
+    commands().list();
+    EXPECT_NE(out.str().find("Notifications    notifications   -1  rules off\n"), std::string::npos)
+        << out.str();
 }
 
 TEST_F(Commands, OnAndOffWorkAsTheSwitchAndTellTheOtherProcesses) {
