@@ -256,7 +256,10 @@ int runSettings(const SettingsOptions& o) {
                      "run it again with --yes\n";
         return 2;
     }
-    settings.resetSettings();
+    if (const auto result = settings.resetSettings(); !result) {
+        std::cerr << "corvanebar reset: " << result.reason << "; nothing changed\n";
+        return 1;
+    }
     announceReplacedSettings();
     std::cout << "The settings are back to their defaults\n";
     return 0;

@@ -180,7 +180,7 @@ CVBColorWell::~CVBColorWell() {
     if (!pendingPost_)
         return;
     queue()->cancel(*pendingPost_);
-    post();
+    settle();
 }
 
 std::string CVBColorWell::prefKey() const {
@@ -192,7 +192,10 @@ std::string CVBColorWell::prefKey() const {
 
 void CVBColorWell::userSetColor(const Color& color) {
     color_ = color;
-    store(Value(stringFromColor(color)));
+    // Every step of a drag shows at once in this process; the disk is written once it settles.
+    const std::string key = prefKey();
+    if (!key.empty())
+        CVBPreferences::sharedPreferences().setObjectDeferred(Value(stringFromColor(color)), key);
     callTargets();
     postLater();
 }
@@ -208,15 +211,25 @@ void CVBColorWell::updateValue() {
 void CVBColorWell::postLater() {
     MainQueue* mainQueue = queue();
     if (!mainQueue) {
-        post();
+        settle();
         return;
     }
     if (pendingPost_)
         mainQueue->cancel(*pendingPost_);
     pendingPost_ = mainQueue->after(kPostDelay, [this] {
         pendingPost_.reset();
-        post();
+        settle();
     });
+}
+
+void CVBColorWell::settle() {
+    // The other processes re-read on the post: the value must be on disk before it goes out.
+    if (CVBPreferences::hasSharedPreferences() &&
+        !CVBPreferences::sharedPreferences().synchronize()) {
+        CVBLog("colour %s not written; the other programs are not told", prefKey().c_str());
+        return;
+    }
+    post();
 }
 
 // Slider.

@@ -147,14 +147,15 @@ private:
     std::optional<std::size_t> selected_;
 };
 
-// A colour well. Picking a colour stores it at once but tells the other processes only once the
-// user has paused for 0.1 seconds, so that dragging in a colour picker sends one notification.
+// A colour well. Picking a colour shows it at once in this process, but writes it to disk and
+// tells the other processes only once the user has paused for 0.1 seconds, so that dragging in
+// a colour picker costs one write and sends one notification.
 class CVBColorWell : public BoundControl {
 public:
     static constexpr double kPostDelay = 0.1;
 
     using BoundControl::BoundControl;
-    // A post still waiting goes out now rather than being lost.
+    // A write and post still waiting happen now rather than being lost.
     ~CVBColorWell() override;
 
     // In dark mode the well edits the "-Dark" variant of its key while the panel is dark.
@@ -172,6 +173,8 @@ public:
 
 private:
     void postLater();
+    // Writes the domain, then posts.
+    void settle();
 
     bool darkMode_ = false;
     std::optional<Color> defaultColor_;

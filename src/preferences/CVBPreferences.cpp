@@ -100,10 +100,7 @@ CVBPreferences::CVBPreferences(Environment environment)
 CVBPreferences::~CVBPreferences() {
     if (environment_.appearance)
         environment_.appearance->setChangeHandler(nullptr);
-    if (environment_.queue) {
-        for (auto id : themeChecks_)
-            environment_.queue->cancel(id);
-    }
+    cancelThemeChecks();
 }
 
 CVBPreferences& CVBPreferences::sharedPreferences() {
@@ -180,6 +177,17 @@ void CVBPreferences::setObject(const Value& value, std::string_view key) {
     resetValueForKey(key);
 }
 
+void CVBPreferences::setObjectDeferred(const Value& value, std::string_view key) {
+    if (key.empty())
+        return;
+    environment_.domain->setValue(key, value);
+    resetValueForKey(key);
+}
+
+bool CVBPreferences::synchronize() {
+    return environment_.domain->synchronize();
+}
+
 void CVBPreferences::removeObjectForKey(std::string_view key) {
     setObject(Value(), key);
 }
@@ -250,10 +258,19 @@ void CVBPreferences::menubarThemeChanged() {
         updateMenubarThemeIfNeeded();
         return;
     }
-    themeChecks_.clear();
+    // A new signal supersedes the checks of an earlier one still waiting.
+    cancelThemeChecks();
     for (double delay : {0.5, 5.0})
         themeChecks_.push_back(
             environment_.queue->after(delay, [this] { updateMenubarThemeIfNeeded(); }));
+}
+
+void CVBPreferences::cancelThemeChecks() {
+    if (environment_.queue) {
+        for (auto id : themeChecks_)
+            environment_.queue->cancel(id);
+    }
+    themeChecks_.clear();
 }
 
 void CVBPreferences::contrastChanged() {

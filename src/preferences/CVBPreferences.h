@@ -70,6 +70,10 @@ public:
     // Writes and synchronises at once; null removes. Drops the key from both caches.
     void setObject(const Value& value, std::string_view key);
     void removeObjectForKey(std::string_view key);
+    // Seen at once by every read in this process, but written only by the next `synchronize`:
+    // for edits that come in bursts, such as a drag in a colour picker.
+    void setObjectDeferred(const Value& value, std::string_view key);
+    bool synchronize();
     void setBool(bool value, std::string_view key) { setObject(Value(value), key); }
     void setInteger(std::int64_t value, std::string_view key) { setObject(Value(value), key); }
     void setFloat(double value, std::string_view key) { setObject(Value(value), key); }
@@ -138,6 +142,7 @@ private:
     void loadDefaults();
     void checkMachine();
     void postThemeChanged();
+    void cancelThemeChecks();
 
     Environment environment_;
     std::vector<MainQueue::TimerId> themeChecks_;

@@ -164,7 +164,18 @@ int PreferenceCommands::set(const std::string& key, const std::string& text,
         return 2;
     }
     preferences_.setObject(*value, key);
-    if (preferences_.objectForKey(key, false) != *value) {
+    return announceIfWritten(key);
+}
+
+int PreferenceCommands::remove(const std::string& key) {
+    preferences_.removeObjectForKey(key);
+    return announceIfWritten(key);
+}
+
+// A failed write stays pending in memory, where a read would still find it; only another
+// synchronize tells whether it reached the disk.
+int PreferenceCommands::announceIfWritten(const std::string& key) {
+    if (!preferences_.synchronize()) {
         err_ << "corvanebar prefs: " << key << " could not be stored; see the log\n";
         return 1;
     }
@@ -172,17 +183,15 @@ int PreferenceCommands::set(const std::string& key, const std::string& text,
     return 0;
 }
 
-int PreferenceCommands::remove(const std::string& key) {
-    preferences_.removeObjectForKey(key);
-    announce(key);
-    return 0;
-}
-
+// The section's notification reaches the status item and the agent; the settings window
+// listens for its own.
 void PreferenceCommands::announce(const std::string& key) {
     const std::string name = notificationForKey(key);
-    center_.postNotificationName(name, Value::dict({{"key", key}}));
+    const Value userInfo = Value::dict({{"key", key}});
+    center_.postNotificationName(name, userInfo);
+    center_.postNotificationName(kResetPreferencesAppNotification, userInfo);
     center_.flush();
-    out_ << key << ": posted " << name << "\n";
+    out_ << key << ": posted " << name << " and " << kResetPreferencesAppNotification << "\n";
 }
 
 } // namespace corvane

@@ -40,6 +40,7 @@ public:
     int remove(const std::string& key);
 
 private:
+    int announceIfWritten(const std::string& key);
     void announce(const std::string& key);
 
     CVBPreferences& preferences_;

@@ -5,10 +5,12 @@
 #include "foundation/PropertyList.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <map>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -76,40 +78,164 @@ void PreferenceDomain::forgetAll() {
     registry().clear();
 }
 
+PreferenceDomain::OpenFile::~OpenFile() {
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+PreferenceDomain::OpenFile& PreferenceDomain::OpenFile::operator=(OpenFile&& other) noexcept {
+    if (this != &other) {
+        if (fd_ >= 0)
+            ::close(fd_);
+        fd_ = std::exchange(other.fd_, -1);
+    }
+    return *this;
+}
+
+PreferenceDomain::Identity PreferenceDomain::identityOf(const struct stat& st) {
+    return Identity{st.st_dev,          st.st_ino,
+                    st.st_size,         static_cast<long long>(st.st_mtim.tv_sec),
+                    st.st_mtim.tv_nsec, static_cast<long long>(st.st_ctim.tv_sec),
+                    st.st_ctim.tv_nsec};
+}
+
 PreferenceDomain::Identity PreferenceDomain::identityOnDisk() const {
     struct stat st {};
     if (::stat(file_.c_str(), &st) != 0)
         return Identity{};
-    return Identity{st.st_ino, st.st_size, static_cast<long long>(st.st_ctim.tv_sec),
-                    st.st_ctim.tv_nsec};
+    return identityOf(st);
 }
 
-Value PreferenceDomain::readFileLocked() {
-    std::error_code error;
-    if (!std::filesystem::exists(file_, error))
-        return Value::dict();
-    Value content = readPropertyListFile(file_, Value::Kind::Dictionary);
-    if (content.isDictionary())
-        return content;
-    // Keep the damaged file for the user or for support; start this domain afresh.
-    const auto aside = file_.string() + ".corrupt-" + std::to_string(std::time(nullptr));
-    if (::rename(file_.c_str(), aside.c_str()) == 0)
-        CVBLog("Preferences %s: the file could not be read; moved aside to %s", name_.c_str(),
-               aside.c_str());
-    else
-        CVBLog("Preferences %s: the file could not be read nor moved aside: %s", name_.c_str(),
-               std::strerror(errno));
-    return Value::dict();
+namespace {
+
+bool isMissing(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
+// The whole content of an open file; false (errno set) when a read fails.
+bool readAll(int fd, std::string& bytes) {
+    char buffer[16384];
+    while (true) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n == 0)
+            return true;
+        if (n > 0)
+            bytes.append(buffer, static_cast<std::size_t>(n));
+        else if (errno != EINTR)
+            return false;
+    }
+}
+
+// Like rename(), but fails with EEXIST rather than replace `to`.
+bool renameWithoutReplacing(const char* from, const char* to) {
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    // File systems without the flag: a new link never replaces either.
+    if (::link(from, to) != 0)
+        return false;
+    ::unlink(from);
+    return true;
+}
+
+} // namespace
+
+// Reads without the lock: writers replace the file in one rename, so an open file is always
+// one whole version.
+PreferenceDomain::Snapshot PreferenceDomain::readFile() const {
+    Snapshot snapshot;
+    // O_NONBLOCK: something other than a plain file in its place must not hang the reader.
+    snapshot.file = OpenFile(::open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat st {};
+    std::string bytes;
+    if (snapshot.file.get() < 0) {
+        if (!isMissing(errno)) {
+            snapshot.outcome = Outcome::Unreadable;
+            snapshot.error = errno;
+        }
+        return snapshot;
+    }
+    if (::fstat(snapshot.file.get(), &st) != 0 || !readAll(snapshot.file.get(), bytes)) {
+        snapshot.outcome = Outcome::Unreadable;
+        snapshot.error = errno;
+        return snapshot;
+    }
+    if (!S_ISREG(st.st_mode)) {
+        snapshot.outcome = Outcome::Unreadable;
+        snapshot.error = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+        return snapshot;
+    }
+    snapshot.identity = identityOf(st);
+    snapshot.content = readPropertyList(bytes, file_.string(), Value::Kind::Dictionary);
+    snapshot.outcome = snapshot.content.isDictionary() ? Outcome::Loaded : Outcome::Corrupt;
+    return snapshot;
+}
+
+PreferenceDomain::Snapshot PreferenceDomain::readRepairing(bool locked) {
+    Snapshot snapshot = readFile();
+    if (snapshot.outcome != Outcome::Corrupt)
+        return snapshot;
+    std::optional<FileLock> lock;
+    if (!locked) {
+        // Look again under the lock: a writer may have replaced the file meanwhile.
+        lock.emplace(file_);
+        snapshot = readFile();
+        if (snapshot.outcome != Outcome::Corrupt)
+            return snapshot;
+    }
+    if (moveAside())
+        return Snapshot{};
+    // What cannot be moved aside must not be written over either.
+    Snapshot stuck;
+    stuck.outcome = Outcome::Unreadable;
+    stuck.error = errno;
+    return stuck;
+}
+
+bool PreferenceDomain::moveAside() {
+    // Kept for the user or for support; the time alone may repeat within a second.
+    const std::string base = file_.string() + ".corrupt-" + std::to_string(std::time(nullptr));
+    for (int n = 0; n < 1000; ++n) {
+        const std::string aside = n == 0 ? base : base + "-" + std::to_string(n);
+        if (renameWithoutReplacing(file_.c_str(), aside.c_str())) {
+            CVBLog("Preferences %s: the file is no property-list dictionary; moved aside to %s",
+                   name_.c_str(), aside.c_str());
+            return true;
+        }
+        if (errno != EEXIST)
+            break;
+    }
+    const int error = errno;
+    CVBLog("Preferences %s: the file is no property-list dictionary and could not be moved "
+           "aside: %s",
+           name_.c_str(), std::strerror(error));
+    errno = error;
+    return false;
+}
+
+void PreferenceDomain::adopt(Snapshot snapshot) {
+    everLoaded_ = true;
+    if (snapshot.outcome == Outcome::Unreadable) {
+        if (!unreadable_)
+            CVBLog("Preferences %s: %s cannot be read (%s); keeping the settings read before "
+                   "and writing nothing over it",
+                   name_.c_str(), file_.c_str(), std::strerror(snapshot.error));
+        unreadable_ = true;
+        return;
+    }
+    if (unreadable_)
+        CVBLog("Preferences %s: the file can be read again", name_.c_str());
+    unreadable_ = false;
+    stored_ = snapshot.outcome == Outcome::Loaded ? std::move(snapshot.content) : Value::dict();
+    loaded_ = snapshot.identity;
+    loadedFile_ = std::move(snapshot.file);
 }
 
 void PreferenceDomain::reloadIfChanged() {
-    const Identity onDisk = identityOnDisk();
-    if (everLoaded_ && onDisk == loaded_)
+    if (everLoaded_ && !unreadable_ && identityOnDisk() == loaded_)
         return;
-    FileLock lock(file_);
-    stored_ = readFileLocked();
-    loaded_ = identityOnDisk();
-    everLoaded_ = true;
+    adopt(readRepairing(false));
 }
 
 Value PreferenceDomain::withPendingChanges(Value base) const {
@@ -141,31 +267,53 @@ void PreferenceDomain::removeAll() {
     removeAllPending_ = true;
 }
 
+void PreferenceDomain::discardChanges() {
+    std::lock_guard guard(mutex_);
+    pending_.clear();
+    removeAllPending_ = false;
+}
+
 bool PreferenceDomain::synchronize() {
     std::lock_guard guard(mutex_);
+    if (pending_.empty() && !removeAllPending_) {
+        // Nothing to write, so no lock: reading a domain leaves no lock file behind.
+        reloadIfChanged();
+        return !unreadable_;
+    }
     FileLock lock(file_);
-    Value current = readFileLocked();
-    bool ok = true;
-    if (!pending_.empty() || removeAllPending_) {
-        current = withPendingChanges(std::move(current));
-        ok = writePropertyListFile(file_, current, PropertyListFormat::XML);
-        if (!ok)
-            CVBLog("Preferences %s: changes kept in memory, the file could not be written",
-                   name_.c_str());
+    Snapshot current = readRepairing(true);
+    if (current.outcome == Outcome::Unreadable) {
+        adopt(std::move(current));
+        CVBLog("Preferences %s: changes kept in memory, the file cannot be read", name_.c_str());
+        return false;
     }
-    if (ok) {
-        pending_.clear();
-        removeAllPending_ = false;
+    Value next = withPendingChanges(current.content);
+    if (!writePropertyListFile(file_, next, PropertyListFormat::XML)) {
+        CVBLog("Preferences %s: changes kept in memory, the file could not be written",
+               name_.c_str());
+        adopt(std::move(current));
+        return false;
     }
-    stored_ = withPendingChanges(std::move(current));
-    loaded_ = identityOnDisk();
-    everLoaded_ = true;
-    return ok;
+    pending_.clear();
+    removeAllPending_ = false;
+
+    // Under the lock the file is still the one just written: hold it as the loaded version.
+    Snapshot written;
+    written.outcome = Outcome::Loaded;
+    written.content = std::move(next);
+    written.file = OpenFile(::open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat st {};
+    if (written.file.get() >= 0 && ::fstat(written.file.get(), &st) == 0)
+        written.identity = identityOf(st);
+    adopt(std::move(written));
+    return true;
 }
 
 std::vector<std::string> PreferenceDomain::copyKeyList() {
     std::vector<std::string> keys;
-    for (const auto& [key, value] : copyAll().dictionaryItems())
+    // Held by name: a range-for keeps only the last temporary alive, not the Value under it.
+    const Value all = copyAll();
+    for (const auto& [key, value] : all.dictionaryItems())
         keys.push_back(key);
     return keys;
 }

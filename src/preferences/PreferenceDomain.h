@@ -8,7 +8,9 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -18,10 +20,16 @@ namespace corvane {
 //
 // Writes are per key. `synchronize` takes an exclusive lock on "<file>.lock", reads the file
 // again, applies only the keys this process changed since its last synchronize, and replaces
-// the file atomically, so two processes writing different keys lose nothing. Reads answer from
-// memory and reload the file when its identity (inode, size, change time) differs from what
-// was read. A file that cannot be read as a dictionary is moved aside to
-// "<file>.corrupt-<time>" and the domain starts empty: nothing is silently overwritten.
+// the file atomically, so two processes writing different keys lose nothing. Reads take no
+// lock: they answer from memory and reload the file when its identity (device, inode, size,
+// modification and change times) differs from what was read. The file last read is kept open,
+// so its inode cannot be handed to a later replacement: a change is seen however coarse the
+// file system's timestamps are.
+//
+// A file that is read whole but is no property-list dictionary is moved aside to
+// "<file>.corrupt-<time>" (with "-<n>" added when that name is taken) and the domain starts
+// empty. A file that cannot be read at all is left in place: the domain keeps what it had and
+// writes nothing over it until it can be read again.
 class PreferenceDomain {
 public:
     PreferenceDomain(std::string name, std::filesystem::path file);
@@ -42,8 +50,11 @@ public:
     Value copyValue(std::string_view key);
     // Records a change for the next synchronize; null removes the key.
     void setValue(std::string_view key, Value value);
-    // Writes this process's pending changes and picks up those of other processes.
+    // Writes this process's pending changes and picks up those of other processes. False when
+    // the changes could not be written; they stay pending.
     bool synchronize();
+    // Drops the changes not yet written, as if they had never been made.
+    void discardChanges();
     std::vector<std::string> copyKeyList();
     // Every stored key and value as one dictionary.
     Value copyAll();
@@ -52,19 +63,53 @@ public:
 
 private:
     struct Identity {
+        dev_t device = 0;
         ino_t inode = 0;
         off_t size = -1;
+        long long modifiedSeconds = 0;
+        long modifiedNanoseconds = 0;
         long long changeSeconds = 0;
         long changeNanoseconds = 0;
         bool operator==(const Identity&) const = default;
     };
+    // A file descriptor, closed with the object.
+    class OpenFile {
+    public:
+        OpenFile() = default;
+        explicit OpenFile(int fd)
+            : fd_(fd) {}
+        ~OpenFile();
+        OpenFile(OpenFile&& other) noexcept
+            : fd_(std::exchange(other.fd_, -1)) {}
+        OpenFile& operator=(OpenFile&& other) noexcept;
+        int get() const { return fd_; }
+
+    private:
+        int fd_ = -1;
+    };
+    enum class Outcome { Missing, Loaded, Corrupt, Unreadable };
+    // One reading of the file: what was found, and the open file it came from.
+    struct Snapshot {
+        Outcome outcome = Outcome::Missing;
+        Value content = Value::dict();
+        OpenFile file;
+        Identity identity;
+        int error = 0; // of an unreadable file
+    };
 
     class FileLock;
 
+    static Identity identityOf(const struct stat& st);
     Identity identityOnDisk() const;
+    Snapshot readFile() const;
+    // Reads the file; a corrupt one is moved aside under the lock (unless `locked` says the
+    // caller holds it) and reads as missing.
+    Snapshot readRepairing(bool locked);
+    // Renames the file to a free "<file>.corrupt-..." name; false (errno set) when it cannot.
+    bool moveAside();
+    // Takes a snapshot as what is stored; an unreadable one leaves everything as it was.
+    void adopt(Snapshot snapshot);
     void reloadIfChanged();
-    // Reads the file under the lock; a damaged file is moved aside and reads as empty.
-    Value readFileLocked();
     Value withPendingChanges(Value base) const;
 
     std::string name_;
@@ -72,7 +117,11 @@ private:
     std::mutex mutex_;
     Value stored_ = Value::dict();
     Identity loaded_;
+    // The file `stored_` was read from, held open so that its inode is not reused.
+    OpenFile loadedFile_;
     bool everLoaded_ = false;
+    // The file is there but could not be read: retried on each access, never written over.
+    bool unreadable_ = false;
     // Changes not yet written: key to new value, null for a removal.
     std::map<std::string, Value, std::less<>> pending_;
     bool removeAllPending_ = false;

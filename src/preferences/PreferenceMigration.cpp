@@ -294,8 +294,9 @@ void PreferenceMigration::migrateToV6() {
                 if (entry.isDictionary())
                     rules.append(ruleFromBatteryNotification(entry));
             }
-            for (const auto& rule :
-                 preferences_.domain().copyValue("Notifications-Items").arrayItems())
+            // Held by name: the loop must not run over a temporary already destroyed.
+            const Value stored = preferences_.domain().copyValue("Notifications-Items");
+            for (const auto& rule : stored.arrayItems())
                 rules.append(rule);
             store("Notifications-Items", std::move(rules));
         }

@@ -9,4 +9,7 @@ namespace corvane {
 // as the section's own controls post it.
 std::string notificationForKey(std::string_view key);
 
+// Tells the settings window to read one key ("key" in the user information) afresh.
+inline constexpr const char* kResetPreferencesAppNotification = "CorvaneBarResetPreferencesApp";
+
 } // namespace corvane

@@ -202,7 +202,8 @@ SettingsFile::SettingsFile(CVBPreferences& preferences, StatusItemRestarter& res
 
 Value SettingsFile::exportedDictionary() {
     Value settings = Value::dict();
-    for (const auto& [key, value] : preferences_.domain().copyAll().dictionaryItems()) {
+    const Value stored = preferences_.domain().copyAll();
+    for (const auto& [key, value] : stored.dictionaryItems()) {
         if (!kNotExported.contains(key))
             settings.set(key, value);
     }
@@ -223,10 +224,10 @@ bool SettingsFile::exportSettings(const std::filesystem::path& file) {
     return true;
 }
 
-SettingsFile::ImportResult SettingsFile::importSettingsFile(const std::filesystem::path& file) {
+SettingsFile::Result SettingsFile::importSettingsFile(const std::filesystem::path& file) {
     auto refuse = [&](std::string reason) {
         CVBLog("Settings not imported from %s: %s", file.c_str(), reason.c_str());
-        return ImportResult{false, std::move(reason)};
+        return Result{false, std::move(reason)};
     };
 
     const auto bytes = readFileContents(file);
@@ -245,26 +246,26 @@ SettingsFile::ImportResult SettingsFile::importSettingsFile(const std::filesyste
 
     // A version that is no number reads as 0: the file counts as old.
     const bool beforeVersion6 = root["version"].doubleValue() < 6.0;
+    PreferenceDomain& domain = preferences_.domain();
+    removeAllBut(domain, kKeptOnImport);
+    // Every entry, this machine's keys included should the file hold them (an export never
+    // writes them).
+    for (const auto& [key, value] : settings.dictionaryItems()) {
+        if (!key.empty() && !(beforeVersion6 && key == "Migrated_6.0"))
+            domain.setValue(key, value);
+    }
+    if (!domain.synchronize()) {
+        domain.discardChanges();
+        return refuse("the settings could not be written to " + domain.file().string());
+    }
     if (beforeVersion6) {
-        // Its values stand as written; the old domain must not be migrated over them.
+        // Its values stand as written; the old domain must not be migrated over them. Should
+        // this write fail, the domain still reads as empty in this process, which is where
+        // the migration runs next.
         PreferenceDomain& previous = preferences_.previousDomain();
         previous.removeAll();
         previous.synchronize();
     }
-
-    PreferenceDomain& domain = preferences_.domain();
-    removeAllBut(domain, kKeptOnImport);
-    for (const auto& [key, value] : settings.dictionaryItems()) {
-        if (key.empty() || (beforeVersion6 && key == "Migrated_6.0"))
-            continue;
-        if (kKeptOnImport.contains(key)) {
-            CVBLog("Import keeps this machine's %s", key.c_str());
-            continue;
-        }
-        domain.setValue(key, value);
-    }
-    if (!domain.synchronize())
-        CVBLog("Imported settings could not be written to %s", domain.file().c_str());
     CVBLog("Imported %zu settings of version %s from %s", settings.size(),
            root["version"].stringValue().c_str(), file.c_str());
 
@@ -272,12 +273,18 @@ SettingsFile::ImportResult SettingsFile::importSettingsFile(const std::filesyste
     return {true, {}};
 }
 
-void SettingsFile::resetSettings() {
+SettingsFile::Result SettingsFile::resetSettings() {
     PreferenceDomain& domain = preferences_.domain();
     removeAllBut(domain, kKeptOnReset);
-    domain.synchronize();
+    if (!domain.synchronize()) {
+        domain.discardChanges();
+        std::string reason = "the settings could not be written to " + domain.file().string();
+        CVBLog("Settings not reset: %s", reason.c_str());
+        return {false, std::move(reason)};
+    }
     CVBLog("Settings reset to the defaults");
     settingsReplaced();
+    return {true, {}};
 }
 
 void SettingsFile::settingsReplaced() {

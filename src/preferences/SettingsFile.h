@@ -60,10 +60,10 @@ public:
     static constexpr double kVersion = 6.72;
     static constexpr int kBuild = 1224;
 
-    struct ImportResult {
-        bool imported = false;
+    struct Result {
+        bool done = false;
         std::string reason; // why nothing was changed
-        explicit operator bool() const { return imported; }
+        explicit operator bool() const { return done; }
     };
 
     SettingsFile(CVBPreferences& preferences, StatusItemRestarter& restarter);
@@ -74,11 +74,13 @@ public:
     bool exportSettings(const std::filesystem::path& file);
 
     // Replaces the settings by those of the file, keeping this machine's own. A file that
-    // cannot be read or has no "preferences" dictionary changes nothing.
-    ImportResult importSettingsFile(const std::filesystem::path& file);
+    // cannot be read or has no "preferences" dictionary changes nothing, and neither does an
+    // import whose settings cannot be written: the reason says why.
+    Result importSettingsFile(const std::filesystem::path& file);
 
-    // Back to the built-in defaults, keeping this machine's own settings.
-    void resetSettings();
+    // Back to the built-in defaults, keeping this machine's own settings. Changes nothing when
+    // the settings cannot be written.
+    Result resetSettings();
 
 private:
     // What every process does after the settings were replaced under it.

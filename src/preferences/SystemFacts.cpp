@@ -81,13 +81,27 @@ MachineFacts MachineFacts::read(const SysRoot& root) {
     return facts;
 }
 
+namespace {
+
+// ICU reads LANG=C as "en_US_POSIX", whose units and clock are American, and LANG=C.UTF-8 as
+// its root locale. The C locale itself has a 24-hour time ("%H:%M:%S") and no units of its own.
+bool isCLocale(const icu::Locale& locale) {
+    const std::string language = lowercase(locale.getLanguage());
+    return language.empty() || language == "c" || language == "posix" ||
+           lowercase(locale.getVariant()) == "posix";
+}
+
+} // namespace
+
 LocaleFacts LocaleFacts::forLocale(const char* localeId) {
     LocaleFacts facts;
+    const icu::Locale locale(localeId);
+    if (isCLocale(locale))
+        return facts; // metric, "HH:mm"
     UErrorCode status = U_ZERO_ERROR;
     const UMeasurementSystem system = ulocdata_getMeasurementSystem(localeId, &status);
     if (U_SUCCESS(status))
         facts.metricSystem = system != UMS_US;
-    const icu::Locale locale(localeId);
     std::unique_ptr<icu::DateFormat> format(
         icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
     if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(format.get())) {

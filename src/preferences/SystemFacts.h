@@ -28,7 +28,8 @@ struct LocaleFacts {
     bool metricSystem = true;
     std::string shortTimePattern = "HH:mm"; // Unicode date pattern of the short time style
 
-    // The default locale of the process (from LANG and friends).
+    // The default locale of the process (from LANG and friends). The C and POSIX locales read
+    // as metric with a 24-hour clock, as the C locale writes them.
     static LocaleFacts current();
     static LocaleFacts forLocale(const char* localeId);
 };

@@ -3,6 +3,7 @@
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/MainQueue.h"
 #include "foundation/NotificationCenter.h"
+#include "preferences/SectionNotifications.h"
 #include "shell/AppDelegatePeers.h"
 #include "shell/ApplicationMenus.h"
 #include "shell/ApplicationTerminator.h"
@@ -20,7 +21,6 @@ class CVBPreferences;
 class OverlayController;
 class SectionManager;
 
-inline constexpr const char* kResetPreferencesAppNotification = "CorvaneBarResetPreferencesApp";
 inline constexpr const char* kDaemonXPCReadyNotification = "CorvaneBarDaemonXPCReady";
 inline constexpr const char* kAgentXPCReadyNotification = "CorvaneBarAgentXPCReady";
 inline constexpr const char* kStatusItemXPCReadyNotification = "CorvaneBarStatusItemXPCReady";

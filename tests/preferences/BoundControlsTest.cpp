@@ -19,10 +19,14 @@ protected:
         return {&distributed, &center, &queue, [this] { return dark; }};
     }
 
+    // What another process reads under the key now.
+    Value onDisk(const std::string& key) {
+        return PreferenceDomain(kExtrasDomain, dir.path() / "extras.plist").copyValue(key);
+    }
     // Records each post of `name` together with what a peer reads under `key` at that moment.
     Observation listen(const std::string& name, const std::string& key) {
         return distributed.addObserver(name, [this, key](const Notification& n) {
-            events.push_back("post " + CVBObjectForKey(key).stringValue());
+            events.push_back("post " + onDisk(key).stringValue());
             userInfos.push_back(n.userInfo);
         });
     }
@@ -134,9 +138,12 @@ TEST_F(BoundControlsTest, ColorWellPostsOnceAfterABurstAndCallsTargetsFirst) {
     well.addTarget(recordTarget());
     for (double red : {0.1, 0.2, 0.5}) {
         well.userSetColor({red, 0.25, 1.0, 1.0});
+        // This process sees each step at once, so the page's preview follows the drag; the
+        // disk is left alone until the drag settles.
+        EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), (Color{red, 0.25, 1.0, 1.0}));
+        EXPECT_TRUE(onDisk("CPU_MenubarTextColor").isNull()) << red;
         queue.advance(0.06);
     }
-    // Each change is stored at once, so the page's preview follows the drag.
     EXPECT_EQ(CVBStoredObjectForKey("CPU_MenubarTextColor"), Value("0.50 0.25 1.00 1.00"));
     EXPECT_EQ(events, (std::vector<std::string>{"target", "target", "target"}));
 

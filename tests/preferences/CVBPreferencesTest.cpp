@@ -141,6 +141,22 @@ TEST_F(Preferences, ThemeChangesAreCheckedAgainAfterHalfASecondAndFiveSeconds) {
     EXPECT_EQ(posted, 1);
 }
 
+TEST_F(Preferences, ANewThemeSignalReplacesTheChecksStillWaiting) {
+    auto& prefs = install();
+    for (int signal = 0; signal < 3; ++signal) {
+        appearance->handler();
+        queue.advance(0.1);
+    }
+    EXPECT_EQ(queue.pendingCount(), 2u) << "only the last signal's two checks";
+    appearance->dark = true;
+    queue.advance(0.5);
+    EXPECT_TRUE(prefs.isMenubarDark());
+
+    appearance->handler();
+    CVBPreferences::cleanup();
+    EXPECT_EQ(queue.pendingCount(), 0u) << "a check would run on the freed preferences";
+}
+
 TEST_F(Preferences, AnUnknownDesktopLookCountsAsLight) {
     appearance->dark.reset();
     auto& prefs = install();

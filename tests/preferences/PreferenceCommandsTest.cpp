@@ -1,6 +1,7 @@
 #include "preferences/PreferenceCommands.h"
 
 #include "PreferencesFixture.h"
+#include "foundation/Log.h"
 #include "preferences/SectionNotifications.h"
 
 #include <sstream>
@@ -58,23 +59,47 @@ protected:
     std::ostringstream err;
 };
 
-TEST_F(Commands, SetStoresAndPostsTheSectionsNotification) {
+TEST_F(Commands, SetAndRemoveTellTheSectionAndTheSettingsWindow) {
     auto& prefs = install();
-    std::vector<Value> posted;
-    auto observer = bus.addObserver("CorvaneBarWeatherPreferencesChanged",
-                                    [&](const Notification& n) { posted.push_back(n.userInfo); });
+    std::vector<std::string> posted;
+    std::vector<Observation> observers;
+    for (const char* name :
+         {"CorvaneBarWeatherPreferencesChanged", "CorvaneBarResetPreferencesApp"})
+        observers.push_back(bus.addObserver(name, [&](const Notification& n) {
+            EXPECT_EQ(n.userInfo, Value::dict({{"key", "Weather_Units"}})) << n.name;
+            posted.push_back(n.name);
+        }));
     PreferenceCommands commands(prefs, bus, out, err);
     EXPECT_EQ(commands.set("Weather_Units", "1", CommandValueType::Automatic), 0);
     EXPECT_EQ(prefs.domain().copyValue("Weather_Units"), Value(1));
-    EXPECT_EQ(posted, std::vector<Value>{Value::dict({{"key", "Weather_Units"}})});
+    EXPECT_EQ(posted, (std::vector<std::string>{"CorvaneBarWeatherPreferencesChanged",
+                                                "CorvaneBarResetPreferencesApp"}));
 
     EXPECT_EQ(commands.get("Weather_Units", false), 0);
     EXPECT_EQ(commands.remove("Weather_Units"), 0);
     EXPECT_EQ(commands.get("Weather_Units", true), 1);
-    EXPECT_EQ(posted.size(), 2u);
-    EXPECT_EQ(out.str(), "Weather_Units: posted CorvaneBarWeatherPreferencesChanged\n1\n"
-                         "Weather_Units: posted CorvaneBarWeatherPreferencesChanged\n");
+    EXPECT_EQ(posted.size(), 4u);
+    const std::string announced = "Weather_Units: posted CorvaneBarWeatherPreferencesChanged and "
+                                  "CorvaneBarResetPreferencesApp\n";
+    EXPECT_EQ(out.str(), announced + "1\n" + announced);
     EXPECT_EQ(err.str(), "corvanebar prefs: Weather_Units is not stored\n");
+}
+
+TEST_F(Commands, AValueThatCannotBeWrittenFailsAndTellsNoOne) {
+    auto env = environment();
+    // One character too long for the temporary file a write goes through.
+    env.domain = std::make_shared<PreferenceDomain>(
+        kExtrasDomain, dir.path() / (std::string(244, 'x') + ".plist"));
+    CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
+    int posted = 0;
+    auto observer =
+        bus.addObserver("CorvaneBarCPUPreferencesChanged", [&](const Notification&) { ++posted; });
+    PreferenceCommands commands(CVBPreferences::sharedPreferences(), bus, out, err);
+    LogCapture quiet;
+    EXPECT_EQ(commands.set("CPU_MenubarTextSize", "12", CommandValueType::Integer), 1);
+    EXPECT_EQ(commands.remove("CPU_MenubarTextSize"), 1);
+    EXPECT_EQ(posted, 0);
+    EXPECT_NE(err.str().find("could not be stored"), std::string::npos) << err.str();
 }
 
 TEST_F(Commands, ABadValueChangesNothing) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <set>
+#include <unicode/locid.h>
 #include <vector>
 
 using namespace corvane;
@@ -461,6 +462,28 @@ TEST(LocaleFacts, ComeFromIcuForTheLocale) {
     const LocaleFacts german = LocaleFacts::forLocale("de_DE");
     EXPECT_TRUE(german.metricSystem);
     EXPECT_EQ(hourFieldForPattern(german.shortTimePattern), "HH");
+}
+
+// LANG=C reaches ICU as "en_US_POSIX", LANG=C.UTF-8 as its root locale "".
+TEST(LocaleFacts, TheCLocaleIsMetricWithA24HourClock) {
+    for (const char* id : {"en_US_POSIX", "", "C", "POSIX"}) {
+        const LocaleFacts c = LocaleFacts::forLocale(id);
+        EXPECT_TRUE(c.metricSystem) << '"' << id << '"';
+        EXPECT_EQ(hourFieldForPattern(c.shortTimePattern), "HH") << '"' << id << '"';
+    }
+
+    const icu::Locale saved = icu::Locale::getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale("en_US_POSIX"), status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    DefaultsContext context;
+    const LocaleFacts current = LocaleFacts::current();
+    icu::Locale::setDefault(saved, status);
+    context.metricSystem = current.metricSystem;
+    context.shortTimePattern = current.shortTimePattern;
+    const Value d = builtInDefaults(context);
+    EXPECT_EQ(d["Sensors_TemperatureMode"], Value(0)) << "Celsius";
+    EXPECT_EQ(d["Time_DropdownFormat"], Value::array({"HH", ":", "mm"}));
 }
 
 TEST(MachineFacts, LaptopsByModelNameOrChassis) {

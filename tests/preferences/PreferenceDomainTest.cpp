@@ -1,11 +1,14 @@
 #include "preferences/PreferenceDomain.h"
 
+#include "PreferencesFixture.h"
 #include "foundation/Log.h"
 #include "foundation/PropertyList.h"
 #include "support/TemporaryDirectory.h"
 
+#include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,6 +27,7 @@ TEST_F(Domain, ChangesArePendingUntilSynchronizedAndThenOnDisk) {
     PreferenceDomain writer("test", file());
     writer.setValue("a", 1);
     EXPECT_EQ(writer.copyValue("a"), Value(1));
+    EXPECT_EQ(writer.copyKeyList(), std::vector<std::string>{"a"});
     EXPECT_FALSE(std::filesystem::exists(file()));
     ASSERT_TRUE(writer.synchronize());
     EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"a", 1}}));
@@ -66,28 +70,79 @@ TEST_F(Domain, RemoveAllClearsWhatOthersWroteToo) {
     EXPECT_EQ(b.copyKeyList(), std::vector<std::string>{"kept"});
 }
 
-TEST_F(Domain, ACorruptFileIsMovedAsideNeverOverwritten) {
-    {
-        std::ofstream out(file());
-        out << "<?xml version=\"1.0\"?><plist><dict><key>a</key><integer>1";
+std::string contentsOf(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::filesystem::path> asideFiles(const std::filesystem::path& dir) {
+    std::vector<std::filesystem::path> aside;
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+        if (entry.path().filename().string().find(".corrupt-") != std::string::npos)
+            aside.push_back(entry.path());
     }
+    return aside;
+}
+
+TEST_F(Domain, ACorruptFileIsMovedAsideNeverOverwritten) {
+    std::ofstream(file()) << "<?xml version=\"1.0\"?><plist><dict><key>a</key><integer>1";
+    // Files set aside earlier in this second (and the next, should the clock tick meanwhile).
+    const auto now = std::time(nullptr);
+    for (auto second : {now, now + 1})
+        std::ofstream(file().string() + ".corrupt-" + std::to_string(second)) << "earlier";
     LogCapture log;
     PreferenceDomain domain("test", file());
     EXPECT_TRUE(domain.copyValue("a").isNull());
     EXPECT_TRUE(log.contains("moved aside")) << log.lines();
 
-    std::vector<std::filesystem::path> aside;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-        if (entry.path().filename().string().find(".corrupt-") != std::string::npos)
-            aside.push_back(entry.path());
-    ASSERT_EQ(aside.size(), 1u);
-    std::ifstream in(aside[0]);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("<integer>1"), std::string::npos);
+    const auto aside = asideFiles(dir.path());
+    ASSERT_EQ(aside.size(), 3u);
+    int earlier = 0;
+    for (const auto& path : aside) {
+        const std::string text = contentsOf(path);
+        if (text == "earlier") {
+            ++earlier;
+        } else {
+            EXPECT_NE(text.find("<integer>1"), std::string::npos) << path;
+        }
+    }
+    EXPECT_EQ(earlier, 2) << "an earlier file was replaced";
 
     domain.setValue("b", 2);
     EXPECT_TRUE(domain.synchronize());
     EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"b", 2}}));
+}
+
+TEST_F(Domain, AFileThatCannotBeReadIsLeftInPlaceAndNeverWrittenOver) {
+    PreferenceDomain domain("test", file());
+    domain.setValue("a", 1);
+    ASSERT_TRUE(domain.synchronize());
+
+    // Something that opens but fails to read: a folder in the file's place.
+    std::filesystem::remove(file());
+    std::filesystem::create_directory(file());
+    LogCapture log;
+    EXPECT_EQ(domain.copyValue("a"), Value(1)) << "keeps what it had";
+    domain.setValue("b", 2);
+    EXPECT_FALSE(domain.synchronize());
+    EXPECT_TRUE(std::filesystem::is_directory(file()));
+    EXPECT_TRUE(asideFiles(dir.path()).empty());
+    EXPECT_TRUE(log.contains("cannot be read")) << log.lines();
+
+    // Readable again: the change waiting is written over what the file holds now.
+    std::filesystem::remove(file());
+    ASSERT_TRUE(writePropertyListFile(file(), Value::dict({{"a", 1}, {"c", 3}})));
+    EXPECT_EQ(domain.copyValue("c"), Value(3));
+    EXPECT_TRUE(domain.synchronize());
+    EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"a", 1}, {"b", 2}, {"c", 3}}));
+}
+
+TEST_F(Domain, ReadingAMissingDomainLeavesNoFilesBehind) {
+    PreferenceDomain domain("test", file());
+    EXPECT_TRUE(domain.copyValue("a").isNull());
+    EXPECT_TRUE(domain.copyKeyList().empty());
+    EXPECT_TRUE(domain.synchronize());
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
 TEST_F(Domain, AFailedWriteKeepsTheChangePending) {
@@ -106,29 +161,68 @@ TEST_F(Domain, AFailedWriteKeepsTheChangePending) {
     EXPECT_EQ(readPropertyListFile(path), Value::dict({{"k", 1}}));
 }
 
-pid_t spawnWriter(const std::filesystem::path& file, const char* prefix, int count) {
+pid_t spawnWriter(std::vector<std::string> arguments) {
     const pid_t pid = fork();
     if (pid == 0) {
-        execl(CVB_PREFERENCE_WRITER, CVB_PREFERENCE_WRITER, file.c_str(), prefix,
-              std::to_string(count).c_str(), static_cast<char*>(nullptr));
+        std::vector<char*> argv{const_cast<char*>(CVB_PREFERENCE_WRITER)};
+        for (auto& argument : arguments)
+            argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        execv(CVB_PREFERENCE_WRITER, argv.data());
         _exit(127);
     }
     return pid;
 }
 
+pid_t spawnWriter(const std::filesystem::path& file, const char* prefix, int count) {
+    return spawnWriter({file.string(), prefix, std::to_string(count)});
+}
+
+void expectSuccess(pid_t pid) {
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
 TEST_F(Domain, TwoProcessesWritingFiveHundredKeysEachLoseNothing) {
     const pid_t a = spawnWriter(file(), "first-", 500);
     const pid_t b = spawnWriter(file(), "second-", 500);
-    for (pid_t pid : {a, b}) {
-        int status = 0;
-        ASSERT_EQ(waitpid(pid, &status, 0), pid);
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    }
+    for (pid_t pid : {a, b})
+        expectSuccess(pid);
     const Value all = readPropertyListFile(file());
     ASSERT_EQ(all.size(), 1000u);
     for (int i = 0; i < 500; ++i) {
         EXPECT_EQ(all["first-" + std::to_string(i)], Value(i));
         EXPECT_EQ(all["second-" + std::to_string(i)], Value(i));
+    }
+}
+
+using CrossProcess = corvane::test::PreferencesFixture;
+
+// The writer replaces the file twice, so the inode the reader loaded is free again by the
+// second write; with timestamps as coarse as some kernels keep, only the inode would tell the
+// file apart from the one read.
+TEST_F(CrossProcess, AReaderSeesAnotherProcesssChangeOfTheSameSize) {
+    install();
+    const auto file = dir.path() / "extras.plist";
+    const std::string key = "Weather_ProviderKey";
+    for (int round = 0; round < 10; ++round) {
+        const std::string mine = "mine-" + std::to_string(round);
+        const std::string theirs = "last-" + std::to_string(round);
+        CVBSetObjectForKey(Value(mine), key);
+        ASSERT_EQ(CVBObjectForKey(key), Value(mine));
+        struct stat loaded {};
+        ASSERT_EQ(::stat(file.c_str(), &loaded), 0);
+
+        expectSuccess(
+            spawnWriter({file.string(), "--set", key, "next-" + std::to_string(round), theirs}));
+        struct stat now {};
+        ASSERT_EQ(::stat(file.c_str(), &now), 0);
+        ASSERT_EQ(now.st_size, loaded.st_size);
+        EXPECT_NE(now.st_ino, loaded.st_ino) << "the inode the reader loaded came back";
+
+        CVBRefreshKey(key);
+        EXPECT_EQ(CVBObjectForKey(key), Value(theirs)) << "round " << round;
     }
 }
 

@@ -7,6 +7,7 @@
 #include "preferences/PreferenceMigration.h"
 
 #include <chrono>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace corvane::test {
@@ -55,7 +56,7 @@ TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
     EXPECT_EQ(written["preferences"], Value::dict({{"TimerFrequency", 3}}));
 }
 
-TEST_F(SettingsFileTest, ImportReplacesSettingsButKeepsTheEightMachineKeys) {
+TEST_F(SettingsFileTest, ImportWritesEveryEntryOverAllButTheEightMachineKeys) {
     auto& preferences = install();
     PreferenceMigration(preferences).migrateIfNeeded();
     for (const char* key : kMachineKeys)
@@ -79,8 +80,10 @@ TEST_F(SettingsFileTest, ImportReplacesSettingsButKeepsTheEightMachineKeys) {
     ASSERT_TRUE(result) << result.reason;
 
     const Value stored = onDisk();
-    for (const char* key : kMachineKeys)
-        EXPECT_EQ(stored[key], Value("here")) << key;
+    for (const char* key : kMachineKeys) {
+        // A file normally holds none of these; one that does is taken at its word.
+        EXPECT_EQ(stored[key], Value(key == std::string("_mac_id") ? "elsewhere" : "here")) << key;
+    }
     EXPECT_TRUE(stored["CPU_ProcessCount"].isNull());
     EXPECT_TRUE(stored["Sensors_MenubarItems"].isNull());
     EXPECT_EQ(preferences.objectForKey("TimerFrequency"), Value(5)) << "cache cleared";
@@ -162,12 +165,48 @@ TEST_F(SettingsFileTest, FileOlderThan6DoesNotBringBackThe5xDomain) {
     EXPECT_TRUE(preferences.previousDomain().copyKeyList().empty());
 }
 
+// A name the file system takes, but one character too long for the temporary file a write
+// goes through: the settings read, and no write can succeed, for root too.
+TEST_F(SettingsFileTest, ImportAndResetThatCannotBeWrittenChangeNothingAndSayWhy) {
+    const auto file = dir.path() / (std::string(244, 'x') + ".plist");
+    const Value before = Value::dict({{"CPU_ProcessCount", 9}, {"FilteringNetwork", "en0"}});
+    std::ofstream(file) << writePropertyList(before, PropertyListFormat::XML);
+    auto env = environment();
+    env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, file);
+    CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
+    auto& preferences = CVBPreferences::sharedPreferences();
+    int posted = 0;
+    auto observer = center.addObserver(kImportedPreferencesNotification,
+                                       [&](const Notification&) { ++posted; });
+
+    const auto settingsFile = dir.path() / "in.cvbp";
+    ASSERT_TRUE(writePropertyListFile(
+        settingsFile,
+        Value::dict({{"version", "6.72"}, {"preferences", Value::dict({{"TimerFrequency", 5}})}})));
+    SettingsFile settings(preferences, restarter);
+    LogCapture log;
+    const auto imported = settings.importSettingsFile(settingsFile);
+    EXPECT_FALSE(imported);
+    EXPECT_NE(imported.reason.find("could not be written"), std::string::npos) << imported.reason;
+    const auto reset = settings.resetSettings();
+    EXPECT_FALSE(reset);
+    EXPECT_NE(reset.reason.find("could not be written"), std::string::npos) << reset.reason;
+
+    EXPECT_EQ(posted, 0);
+    EXPECT_EQ(restarter.restarts, 0);
+    EXPECT_EQ(readPropertyListFile(file), before);
+    // Nothing is left waiting in memory either, for a later write to carry out.
+    EXPECT_EQ(preferences.domain().copyAll(), before);
+    EXPECT_TRUE(preferences.objectForKey("Migrated_6.0", false).isNull()) << "migration ran";
+    EXPECT_EQ(preferences.objectForKey("TimerFrequency"), Value(2));
+}
+
 TEST_F(SettingsFileTest, ResetKeepsFiveKeysAndDropsFilters) {
     auto& preferences = install();
     for (const char* key : kMachineKeys)
         preferences.setObject(Value("here"), key);
     preferences.setObject(Value(9), "CPU_ProcessCount");
-    SettingsFile(preferences, restarter).resetSettings();
+    ASSERT_TRUE(SettingsFile(preferences, restarter).resetSettings());
     const Value stored = onDisk();
     for (const char* key : {"Network_HiddenIBridge", "_mac_id", "SensorsSliderSet",
                             "Network_PrimaryInterface", "FanControl_DefaultSet"})
