@@ -110,7 +110,9 @@ int SectionCommands::setEnabled(std::string_view name, bool on) {
     // processes are told either way.
     toggle.on = on;
     section->toggle(toggle);
-    out_ << title << " is " << (on ? "on" : "off") << "\n";
+    // Notifications switches its rules, not a panel item.
+    const bool rules = section->xibName() == "Notifications";
+    out_ << title << (rules ? ": rules are " : " is ") << (on ? "on" : "off") << "\n";
     return 0;
 }
 

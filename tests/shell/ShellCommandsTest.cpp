@@ -42,7 +42,10 @@ TEST_F(Commands, ListsEverySectionWithItsKeyAndState) {
                          "Combined         combined         8  on\n");
 
     // The rules' switch, not a panel item: told apart from the panel items' on and off.
-    CVBSetBoolForKey(false, "Notifications-Enabled");
+    out.str("");
+    EXPECT_EQ(commands().setEnabled("notifications", false), 0);
+    EXPECT_EQ(out.str(), "Notifications: rules are off\n");
+    EXPECT_EQ(CVBObjectForKey("Notifications-Enabled"), Value(false));
     manager->refreshAllSections();
     out.str("");
     commands().list();
