@@ -76,34 +76,36 @@ struct RecordingQueue final : MainQueue {
     const Clock& clock() const override { return queue; }
 };
 
-struct RecordingWindow final : ApplicationWindow {
-    struct Focus final : SectionWindow {
-        EventLog& log;
-        explicit Focus(EventLog& l)
-            : log(l) {}
+// A peer whose calls go into the start-up log.
+template <class Peer>
+struct Logged : Peer {
+    EventLog& log;
+    explicit Logged(EventLog& l)
+        : log(l) {}
+};
+
+struct RecordingWindow final : Logged<ApplicationWindow> {
+    struct Focus final : Logged<SectionWindow> {
+        using Logged::Logged;
         void makeFirstResponder(SourceListItem* item) override {
             log.record("firstResponder");
             SectionWindow::makeFirstResponder(item);
         }
     };
-    struct List final : SourceList {
-        EventLog& log;
-        explicit List(EventLog& l)
-            : log(l) {}
+    struct List final : Logged<SourceList> {
+        using Logged::Logged;
         void addItem(SourceListItem& item) override {
             log.record("sections");
             SourceList::addItem(item);
         }
     };
 
-    EventLog& log;
+    using Logged::Logged;
     Focus focus{log};
     List list{log};
     SectionViewContainer container;
     std::function<void()> onPrepare;
     std::function<void()> onShow;
-    explicit RecordingWindow(EventLog& l)
-        : log(l) {}
 
     void prepare() override {
         log.record("prepare");
@@ -123,12 +125,10 @@ struct RecordingWindow final : ApplicationWindow {
     void quit() override { log.record("quit"); }
 };
 
-struct RecordingCollectors final : StartupCollectors, CityLookup {
-    EventLog& log;
+struct RecordingCollectors final : Logged<StartupCollectors>, CityLookup {
+    using Logged::Logged;
     std::function<void()> onGPU;
     std::filesystem::path citiesPath;
-    explicit RecordingCollectors(EventLog& l)
-        : log(l) {}
     void setupGPUCollector() override {
         log.record("gpu");
         if (onGPU)
@@ -147,22 +147,18 @@ struct RecordingCollectors final : StartupCollectors, CityLookup {
     }
 };
 
-struct RecordingHelp final : HelpController {
-    EventLog& log;
-    explicit RecordingHelp(EventLog& l)
-        : log(l) {}
+struct RecordingHelp final : Logged<HelpController> {
+    using Logged::Logged;
     void setup() override { log.record("help"); }
     SectionPage* view() override { return &page; }
     SectionPage page{"Help"};
 };
 
-struct RecordingInstaller final : InstallerPeer {
-    EventLog& log;
+struct RecordingInstaller final : Logged<InstallerPeer> {
+    using Logged::Logged;
     bool installed = true;
     SectionPage page{"Installer"};
     InstallerDelegate* delegate = nullptr;
-    explicit RecordingInstaller(EventLog& l)
-        : log(l) {}
     bool isInstalledAndValid() override {
         log.record("isInstalledAndValid");
         return installed;
@@ -174,12 +170,10 @@ struct RecordingInstaller final : InstallerPeer {
     SectionPage* view() override { return &page; }
 };
 
-struct RecordingUpdateChecker final : UpdateCheckerPeer {
-    EventLog& log;
+struct RecordingUpdateChecker final : Logged<UpdateCheckerPeer> {
+    using Logged::Logged;
     UpdateCheckerSettings settings;
     UpdateCheckerDelegate* delegate = nullptr;
-    explicit RecordingUpdateChecker(EventLog& l)
-        : log(l) {}
     void setUp(UpdateCheckerDelegate& d, const UpdateCheckerSettings& s) override {
         log.record("updateChecker");
         delegate = &d;
@@ -187,22 +181,19 @@ struct RecordingUpdateChecker final : UpdateCheckerPeer {
     }
 };
 
-struct RecordingUploader final : StatUploaderPeer {
-    EventLog& log;
-    explicit RecordingUploader(EventLog& l)
-        : log(l) {}
+struct RecordingUploader final : Logged<StatUploaderPeer> {
+    using Logged::Logged;
     void fetchAndUpload() override { log.record("upload"); }
 };
 
 // Answers on a thread of its own, as a peer's link does, when the test lets it; or never.
-struct RecordingVersionPeer final : VersionPeer {
-    EventLog& log;
+struct RecordingVersionPeer final : Logged<VersionPeer> {
+    RecordingVersionPeer(EventLog& l, std::string n)
+        : Logged(l)
+        , name(std::move(n)) {}
     std::string name;
     std::optional<std::pair<double, std::int64_t>> answer;
     std::vector<Reply> waiting;
-    RecordingVersionPeer(EventLog& l, std::string n)
-        : log(l)
-        , name(std::move(n)) {}
     void version(Reply reply) override {
         log.record(name);
         waiting.push_back(std::move(reply));
@@ -220,10 +211,8 @@ struct RecordingRestarter final : StatusItemRestarter {
     void restartStatusItem() override { ++restarts; }
 };
 
-struct RecordingLauncher final : ProcessLauncher {
-    EventLog& log;
-    explicit RecordingLauncher(EventLog& l)
-        : log(l) {}
+struct RecordingLauncher final : Logged<ProcessLauncher> {
+    using Logged::Logged;
     bool launchDetached(const std::vector<std::string>&) override {
         log.record("launch");
         return true;
@@ -328,16 +317,20 @@ protected:
     std::set<std::string> quietStepsSeen;
     int colourFetches = 0;
 
+    template <class Peer>
+    std::shared_ptr<Peer> logged() {
+        return std::make_shared<Peer>(log);
+    }
+
     test::ScopedEnvironment logs{"CORVANEBAR_LOG_DIR", (dir / "logs").c_str()};
     EventLog log;
     std::shared_ptr<test::CountingOverlay> overlay = std::make_shared<test::CountingOverlay>();
-    std::shared_ptr<RecordingWindow> window = std::make_shared<RecordingWindow>(log);
-    std::shared_ptr<RecordingCollectors> collectors = std::make_shared<RecordingCollectors>(log);
-    std::shared_ptr<RecordingHelp> help = std::make_shared<RecordingHelp>(log);
-    std::shared_ptr<RecordingInstaller> installer = std::make_shared<RecordingInstaller>(log);
-    std::shared_ptr<RecordingUpdateChecker> updateChecker =
-        std::make_shared<RecordingUpdateChecker>(log);
-    std::shared_ptr<RecordingUploader> uploader = std::make_shared<RecordingUploader>(log);
+    std::shared_ptr<RecordingWindow> window = logged<RecordingWindow>();
+    std::shared_ptr<RecordingCollectors> collectors = logged<RecordingCollectors>();
+    std::shared_ptr<RecordingHelp> help = logged<RecordingHelp>();
+    std::shared_ptr<RecordingInstaller> installer = logged<RecordingInstaller>();
+    std::shared_ptr<RecordingUpdateChecker> updateChecker = logged<RecordingUpdateChecker>();
+    std::shared_ptr<RecordingUploader> uploader = logged<RecordingUploader>();
     std::shared_ptr<RecordingVersionPeer> daemon =
         std::make_shared<RecordingVersionPeer>(log, "daemon");
     std::shared_ptr<RecordingVersionPeer> agent =
@@ -346,7 +339,7 @@ protected:
         std::make_shared<RecordingVersionPeer>(log, "statusItem");
     std::shared_ptr<test::RecordingMenuActions> actions =
         std::make_shared<test::RecordingMenuActions>();
-    std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>(log);
+    std::shared_ptr<RecordingLauncher> launcher = logged<RecordingLauncher>();
     std::shared_ptr<RecordingRestarter> restarter = std::make_shared<RecordingRestarter>();
     RecordingQueue timers{queue};
     std::vector<std::string> closedSections;
@@ -545,50 +538,34 @@ TEST_F(AppDelegate, DiagnosticsGoOutOncePerModelAndOnlyWhenAllowed) {
     EXPECT_EQ(log.events.size(), 1u);
 }
 
-class AppDelegateModel : public AppDelegate {
-protected:
-    // A delegate on a machine of that model, with diagnostics marked as sent.
-    Corvane_BarAppDelegate& onMachine(const std::string& model) {
+// Diagnostics describe the machine, so a new known model makes them due again.
+TEST_F(AppDelegate, ANewKnownModelIsStoredAndMakesDiagnosticsDueAgain) {
+    struct Case {
+        const char* stored; // null: none stored yet
+        const char* machine;
+        const char* storedAfter;
+        bool due;
+    };
+    const Case cases[] = {{nullptr, "MacBookPro18,3", "MacBookPro18,3", true},
+                          {"MacBookPro18,3", "MacBookPro18,3", "MacBookPro18,3", false},
+                          {"Macmini9,1", "MacBookPro18,3", "MacBookPro18,3", true},
+                          {"Macmini9,1", "", "Macmini9,1", false}};
+    const std::string sent = Corvane_BarAppDelegate::diagnosticPreferenceKey();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.stored ? c.stored : "none") + " on '" + c.machine + "'");
+        delegate.reset();
         MachineFacts machine;
-        machine.modelIdentifier = model;
+        machine.modelIdentifier = c.machine;
         install(machine);
-        prefs().setBool(true, Corvane_BarAppDelegate::diagnosticPreferenceKey());
-        return make();
+        if (c.stored) {
+            prefs().userDefaults().setValue("_modelid", Value(c.stored));
+            prefs().userDefaults().synchronize();
+        }
+        prefs().setBool(true, sent);
+        make().checkModel();
+        EXPECT_EQ(storedUserDefault("_modelid"), Value(c.storedAfter));
+        EXPECT_EQ(prefs().domain().copyValue(sent) != Value(true), c.due);
     }
-    void storeModel(const char* model) {
-        prefs().userDefaults().setValue("_modelid", Value(model));
-        prefs().userDefaults().synchronize();
-    }
-    bool diagnosticsMarkedSent() {
-        return prefs().domain().copyValue(Corvane_BarAppDelegate::diagnosticPreferenceKey()) ==
-               Value(true);
-    }
-};
-
-TEST_F(AppDelegateModel, AFirstKnownModelIsStoredAndDiagnosticsAreDueAgain) {
-    onMachine("MacBookPro18,3").checkModel();
-    EXPECT_EQ(storedUserDefault("_modelid"), Value("MacBookPro18,3"));
-    EXPECT_FALSE(diagnosticsMarkedSent());
-}
-
-TEST_F(AppDelegateModel, TheSameModelChangesNothing) {
-    storeModel("MacBookPro18,3");
-    onMachine("MacBookPro18,3").checkModel();
-    EXPECT_TRUE(diagnosticsMarkedSent());
-}
-
-TEST_F(AppDelegateModel, AnotherModelReplacesTheStoredOneAndDiagnosticsAreDueAgain) {
-    storeModel("Macmini9,1");
-    onMachine("MacBookPro18,3").checkModel();
-    EXPECT_EQ(storedUserDefault("_modelid"), Value("MacBookPro18,3"));
-    EXPECT_FALSE(diagnosticsMarkedSent());
-}
-
-TEST_F(AppDelegateModel, AnUnknownModelChangesNothing) {
-    storeModel("Macmini9,1");
-    onMachine("").checkModel();
-    EXPECT_EQ(storedUserDefault("_modelid"), Value("Macmini9,1"));
-    EXPECT_TRUE(diagnosticsMarkedSent());
 }
 
 TEST_F(AppDelegate, OnlySettingsFilesAreOpenedAndTheirImportRefreshesTheTicks) {
@@ -613,19 +590,9 @@ TEST_F(AppDelegate, OnlySettingsFilesAreOpenedAndTheirImportRefreshesTheTicks) {
     EXPECT_FALSE(combine.state);
 }
 
-TEST_F(AppDelegate, NotificationsOfOtherProcessesRefreshAKeyAndTheColours) {
+// The reset observer itself is checked with the launch order.
+TEST_F(AppDelegate, ANewPanelColourIsFetchedAndToldToTheWindow) {
     launched();
-    auto& domain = prefs().domain();
-    EXPECT_FALSE(prefs().objectForKey("Weather_Units").boolValue());
-    // Another process writes the file; this one still answers from its cache.
-    PreferenceDomain other(kExtrasDomain, domain.file());
-    other.setValue("Weather_Units", Value(1));
-    other.synchronize();
-    EXPECT_FALSE(prefs().objectForKey("Weather_Units").boolValue());
-    bus.postNotificationName(kResetPreferencesAppNotification,
-                             Value::dict({{"key", "Weather_Units"}}));
-    EXPECT_EQ(prefs().objectForKey("Weather_Units"), Value(1));
-
     int themeChanges = 0;
     auto observer = center.addObserver(kMenubarThemeChangedNotification,
                                        [&](const Notification&) { ++themeChanges; });

@@ -11,6 +11,7 @@
 #include "shell/Sections.h"
 #include "shell/SourceList.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
@@ -130,11 +131,8 @@ struct PostLog {
             names.push_back(n.name);
             infos.push_back(n.userInfo);
         })) {}
-    int count(const std::string& name) const {
-        int n = 0;
-        for (const auto& posted : names)
-            n += posted == name;
-        return n;
+    auto count(const std::string& name) const {
+        return std::count(names.begin(), names.end(), name);
     }
     std::vector<std::string> names;
     std::vector<Value> infos;
@@ -171,6 +169,20 @@ protected:
 
     virtual std::unique_ptr<SectionManager> makeManager(SectionServices services) {
         return std::make_unique<SectionManager>(std::move(services));
+    }
+
+    // Every section's switch as the window shows it, in the sections' order: '+' on, '-' off,
+    // 'c' inside Combined (switch hidden and off, Combined icon shown), '?' any other mix.
+    std::string switches() {
+        std::string shown;
+        for (auto* section : manager->sections()) {
+            const auto& item = section->sourceItem();
+            if (item.toggle.hidden)
+                shown += !item.combinedIcon.hidden && !item.toggle.on ? 'c' : '?';
+            else
+                shown += !item.combinedIcon.hidden ? '?' : item.toggle.on ? '+' : '-';
+        }
+        return shown;
     }
 
     // The stored panel order, as another process would write it.
