@@ -19,10 +19,6 @@ protected:
         return {&distributed, &center, &queue, [this] { return dark; }};
     }
 
-    // What another process reads under the key now.
-    Value onDisk(const std::string& key) {
-        return PreferenceDomain(kExtrasDomain, dir.path() / "extras.plist").copyValue(key);
-    }
     // Records each post of `name` together with what a peer reads under `key` at that moment.
     Observation listen(const std::string& name, const std::string& key) {
         return distributed.addObserver(name, [this, key](const Notification& n) {
@@ -36,7 +32,7 @@ protected:
     // As an import does: the store changes underneath, then the controls are told.
     void importValue(const char* key, const Value& value) {
         PreferenceDomain other(kExtrasDomain, dir.path() / "extras.plist");
-        other.setValue(key, value);
+        other.setValue(key, value); // a null value removes the key
         other.synchronize();
         CVBPreferences::sharedPreferences().clearCache();
         center.post(kImportedPreferencesNotification);
@@ -73,44 +69,39 @@ TEST_F(BoundControlsTest, CheckboxStoresAnIntegerThenPostsThenCallsTargets) {
 }
 
 TEST_F(BoundControlsTest, PopUpStoresByItsKindAndReadsItBack) {
+    using Kind = CVBPopUpButton::Kind;
     struct Case {
-        CVBPopUpButton::Kind kind;
+        Kind kind;
+        std::size_t index;
         Value expected;
     };
     const Case cases[] = {
-        {CVBPopUpButton::Kind::Index, Value(1)},
-        {CVBPopUpButton::Kind::StringBased, Value("10 processes")},
-        {CVBPopUpButton::Kind::RepresentedObject, Value(3)},
-        {CVBPopUpButton::Kind::NumberInTitle, Value(10)},
+        {Kind::Index, 1, Value(1)},
+        {Kind::StringBased, 1, Value("10 processes")},
+        {Kind::RepresentedObject, 1, Value(3)}, // a number is stored as an integer
+        {Kind::RepresentedObject, 2, Value("none")},
+        {Kind::NumberInTitle, 1, Value(10)},
     };
+    const std::vector<CVBPopUpButton::Item> items{
+        {"5 processes", Value(7.0)}, {"10 processes", Value(3.0)}, {"Off", Value("none")}};
     for (const auto& c : cases) {
-        const std::vector<CVBPopUpButton::Item> items{
-            {"5 processes", Value(7.0)}, {"10 processes", Value(3.0)}, {"Off", Value("none")}};
+        SCOPED_TRACE(testing::Message() << static_cast<int>(c.kind) << " " << c.index);
         CVBPopUpButton writer("CPU_ProcessCount", "", c.kind, services());
         writer.setItems(items);
-        writer.userSelectItemAtIndex(1);
-        const Value stored = CVBStoredObjectForKey("CPU_ProcessCount");
-        EXPECT_EQ(stored, c.expected) << static_cast<int>(c.kind);
+        writer.userSelectItemAtIndex(c.index);
+        EXPECT_EQ(CVBStoredObjectForKey("CPU_ProcessCount"), c.expected);
 
         CVBPopUpButton reader("CPU_ProcessCount", "", c.kind, services());
         reader.setItems(items);
         reader.updateValue();
-        EXPECT_EQ(reader.indexOfSelectedItem(), 1u) << static_cast<int>(c.kind);
+        EXPECT_EQ(reader.indexOfSelectedItem(), c.index);
     }
-}
-
-TEST_F(BoundControlsTest, PopUpRepresentedObjectsNumbersBecomeIntegersOthersStayAsTheyAre) {
-    CVBPopUpButton popUp("Weather_Provider", "", CVBPopUpButton::Kind::RepresentedObject,
-                         services());
-    popUp.addItemWithTitle("Automatic", Value(2.0));
-    popUp.addItemWithTitle("Station", Value("pws"));
-    popUp.userSelectItemAtIndex(0);
-    EXPECT_TRUE(CVBStoredObjectForKey("Weather_Provider").isInteger());
-    popUp.userSelectItemAtIndex(1);
-    EXPECT_EQ(CVBStoredObjectForKey("Weather_Provider"), Value("pws"));
 
     // A value no item stands for leaves nothing selected rather than a wrong item.
-    importValue("Weather_Provider", Value(9));
+    CVBPopUpButton popUp("CPU_ProcessCount", "", Kind::RepresentedObject, services());
+    popUp.setItems(items);
+    popUp.userSelectItemAtIndex(1);
+    importValue("CPU_ProcessCount", Value(9));
     EXPECT_FALSE(popUp.indexOfSelectedItem().has_value());
 }
 

@@ -9,45 +9,31 @@ namespace {
 
 using Preferences = PreferencesFixture;
 
-TEST_F(Preferences, ReadsStoredValueThenDefaultThenNothing) {
+TEST_F(Preferences, StoredValueThenDefaultThenNothingAndDefaultsAreNeverStored) {
     auto& prefs = install();
-    prefs.domain().setValue("CPU_MenubarTextSize", 11);
-    prefs.domain().synchronize();
-    EXPECT_EQ(CVBIntegerForKey("CPU_MenubarTextSize"), 11);
-    EXPECT_EQ(CVBIntegerForKey("Memory_MenubarPercentageSize"), 13); // default
-    EXPECT_TRUE(CVBObjectForKey("Weather_TemperatureUnits").isNull());
-    EXPECT_EQ(CVBIntegerForKey("Weather_TemperatureUnits"), 0);
-}
-
-TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
-    auto& prefs = install();
-    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
-    // Another process writes the key.
-    PreferenceDomain other(kExtrasDomain, dir.path() / "extras.plist");
-    other.setValue("Weather_Provider", 2);
-    other.synchronize();
-    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
-    CVBRefreshKey("Weather_Provider");
-    EXPECT_EQ(CVBIntegerForKey("Weather_Provider"), 2);
-    (void)prefs;
-}
-
-TEST_F(Preferences, WritesAreSeenAtOnceAndRemovalBringsBackTheDefault) {
-    install();
-    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2);
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2); // default, now cached
     CVBSetIntegerForKey(5, "TimerFrequency");
     EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 5);
+    EXPECT_TRUE(CVBObjectForKey("Weather_TemperatureUnits").isNull());
+    EXPECT_EQ(CVBIntegerForKey("Weather_TemperatureUnits"), 0);
+
     CVBRemoveObjectForKey("TimerFrequency");
     EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2);
     EXPECT_TRUE(CVBObjectForKeyWithoutCache("TimerFrequency").isNull());
-}
-
-TEST_F(Preferences, DefaultsAreNeverWrittenToTheDomain) {
-    auto& prefs = install();
+    // Defaults are never stored, so a later change of one reaches everyone who left it alone.
     for (const char* key : {"CPU_MenubarMode", "StatusItems-Order", "Time_Cities"}) {
         (void)CVBObjectForKey(key);
         EXPECT_TRUE(prefs.domain().copyValue(key).isNull()) << key;
     }
+}
+
+TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
+    install();
+    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
+    storeElsewhere(Value::dict({{"Weather_Provider", 2}}));
+    EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
+    CVBRefreshKey("Weather_Provider");
+    EXPECT_EQ(CVBIntegerForKey("Weather_Provider"), 2);
 }
 
 TEST_F(Preferences, ColoursFallBackByThePanelsLook) {
@@ -166,34 +152,26 @@ TEST_F(Preferences, AnUnknownDesktopLookCountsAsLight) {
 }
 
 TEST_F(Preferences, SettingsFromAnotherMachineLoseExactlyTheMachineKeys) {
-    {
-        PreferenceDomain domain(kExtrasDomain, dir.path() / "extras.plist");
-        domain.setValue("_mac_id", md5Hex("other-serial"));
-        domain.setValue("Network_PrimaryInterface", "en0");
-        domain.setValue("Sensors_MenubarItems", Value::array({"TC0P"}));
-        domain.setValue("FilteringSensors", Value::array({"x"}));
-        domain.synchronize();
-    }
+    storeElsewhere(Value::dict({{"_mac_id", md5Hex("other-serial")},
+                                {"Network_PrimaryInterface", "en0"},
+                                {"Sensors_MenubarItems", Value::array({"TC0P"})},
+                                {"FilteringSensors", Value::array({"x"})}}));
     MachineFacts machine;
     machine.serial = "this-serial";
-    auto& prefs = install(machine);
-    EXPECT_EQ(prefs.domain().copyValue("_mac_id"), Value(md5Hex("this-serial")));
-    EXPECT_TRUE(prefs.domain().copyValue("Network_PrimaryInterface").isNull());
-    EXPECT_TRUE(prefs.domain().copyValue("Sensors_MenubarItems").isNull());
-    EXPECT_EQ(prefs.domain().copyValue("FilteringSensors"), Value::array({"x"}));
+    install(machine);
+    EXPECT_EQ(onDisk("_mac_id"), Value(md5Hex("this-serial")));
+    EXPECT_TRUE(onDisk("Network_PrimaryInterface").isNull());
+    EXPECT_TRUE(onDisk("Sensors_MenubarItems").isNull());
+    EXPECT_EQ(onDisk("FilteringSensors"), Value::array({"x"}));
 }
 
 TEST_F(Preferences, AFirstStartRecordsTheMachineAndKeepsEverything) {
-    {
-        PreferenceDomain domain(kExtrasDomain, dir.path() / "extras.plist");
-        domain.setValue("Network_PrimaryInterface", "eth0");
-        domain.synchronize();
-    }
+    storeElsewhere(Value::dict({{"Network_PrimaryInterface", "eth0"}}));
     MachineFacts machine;
     machine.serial = "abc";
-    auto& prefs = install(machine);
-    EXPECT_EQ(prefs.domain().copyValue("_mac_id"), Value(md5Hex("abc")));
-    EXPECT_EQ(prefs.domain().copyValue("Network_PrimaryInterface"), Value("eth0"));
+    install(machine);
+    EXPECT_EQ(onDisk("_mac_id"), Value(md5Hex("abc")));
+    EXPECT_EQ(onDisk("Network_PrimaryInterface"), Value("eth0"));
 }
 
 TEST_F(Preferences, StatusItemOrderIsIntegers) {

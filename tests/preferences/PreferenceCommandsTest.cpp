@@ -86,15 +86,11 @@ TEST_F(Commands, SetAndRemoveTellTheSectionAndTheSettingsWindow) {
 }
 
 TEST_F(Commands, AValueThatCannotBeWrittenFailsAndTellsNoOne) {
-    auto env = environment();
-    // One character too long for the temporary file a write goes through.
-    env.domain = std::make_shared<PreferenceDomain>(
-        kExtrasDomain, dir.path() / (std::string(244, 'x') + ".plist"));
-    CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
+    auto& prefs = installUnwritable();
     int posted = 0;
     auto observer =
         bus.addObserver("CorvaneBarCPUPreferencesChanged", [&](const Notification&) { ++posted; });
-    PreferenceCommands commands(CVBPreferences::sharedPreferences(), bus, out, err);
+    PreferenceCommands commands(prefs, bus, out, err);
     LogCapture quiet;
     EXPECT_EQ(commands.set("CPU_MenubarTextSize", "12", CommandValueType::Integer), 1);
     EXPECT_EQ(commands.remove("CPU_MenubarTextSize"), 1);

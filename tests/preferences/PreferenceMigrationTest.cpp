@@ -13,22 +13,10 @@ protected:
     // The steps are run by hand here.
     PreferenceMigrationTest() { migrateOnStart = false; }
 
-    // A 5.x domain on disk before the preferences start.
-    void writeOldDomain(const Value& settings) {
-        PreferenceDomain old(kPreviousExtrasDomain, dir.path() / "extras5.plist");
-        for (const auto& [key, value] : settings.dictionaryItems())
-            old.setValue(key, value);
-        ASSERT_TRUE(old.synchronize());
-    }
     PreferenceMigration migration(CVBPreferences& preferences) {
         return PreferenceMigration(preferences, {dir.path() / "status5.plist",
                                                  std::make_shared<PreferenceDomain>(
                                                      kStatusDomain, dir.path() / "status.plist")});
-    }
-    // What another process would read from the file.
-    Value onDisk(std::string_view key) {
-        PreferenceDomain reader(kExtrasDomain, dir.path() / "extras.plist");
-        return reader.copyValue(key);
     }
 };
 
@@ -43,7 +31,7 @@ TEST_F(PreferenceMigrationTest, FirstStartWithoutPreviousVersionOnlySetsMarkers)
 }
 
 TEST_F(PreferenceMigrationTest, TakesOverA5xDomain) {
-    writeOldDomain(Value::dict({
+    storeInVersion5(Value::dict({
         {"TimerFrequency", 1},
         {"Battery_Notifications",
          Value::array({Value::dict({{"style", 0}, {"type", 0}, {"level", 15}}),
@@ -105,26 +93,17 @@ TEST_F(PreferenceMigrationTest, TakesOverA5xDomain) {
 
 TEST_F(PreferenceMigrationTest, CommaJoinedModesBecomeListsInEveryListedKey) {
     auto& preferences = install();
-    const char* keys[] = {"CPU_MenubarMode",
-                          "Weather_MenubarMode",
-                          "Memory_MenubarMode",
-                          "Disks_MenubarMode",
-                          "Network_MenubarMode",
-                          "Sensors_MenubarMode",
-                          "Battery_MenubarModeBluetooth",
-                          "Battery_MenubarModeAirpods",
-                          "Battery_MenubarMode",
-                          "Battery_MebubarModeCharged",
-                          "Battery_MenubarModeCharging",
-                          "Battery_MenubarModeNotCharging",
-                          "Battery_MenubarModeDraining",
-                          "CombinedMenubarDisplayMode",
-                          "CombinedDropdownDisplayMode"};
-    for (const char* key : keys)
+    const auto keys = wordsOf(
+        "CPU_MenubarMode Weather_MenubarMode Memory_MenubarMode Disks_MenubarMode "
+        "Network_MenubarMode Sensors_MenubarMode Battery_MenubarModeBluetooth "
+        "Battery_MenubarModeAirpods Battery_MenubarMode Battery_MebubarModeCharged "
+        "Battery_MenubarModeCharging Battery_MenubarModeNotCharging Battery_MenubarModeDraining "
+        "CombinedMenubarDisplayMode CombinedDropdownDisplayMode");
+    for (const auto& key : keys)
         preferences.setObject(Value("100,6"), key);
     preferences.setObject(Value("2,1"), "Battery_MenubarModeCharged");
     migration(preferences).migrateIfNeeded();
-    for (const char* key : keys) {
+    for (const auto& key : keys) {
         const Value modes = preferences.objectForKey(key);
         ASSERT_EQ(modes.size(), 2u) << key;
         EXPECT_EQ(modes[0]["key"], Value("100")) << key;
@@ -147,8 +126,7 @@ TEST_F(PreferenceMigrationTest, RunningAgainChangesNothing) {
     EXPECT_EQ(onDisk("Weather_ProviderKey"), Value("willyweather"));
     EXPECT_EQ(onDisk("Network_MenubarFontStyle"), Value(2));
 
-    PreferenceDomain reader(kExtrasDomain, dir.path() / "extras.plist");
-    const Value first = reader.copyAll();
+    const Value first = onDisk();
     preferences.setObject(Value("accuweather"), "Weather_ProviderKey");
     preferences.setObject(Value(0), "Network_MenubarFontStyle");
     migration(preferences).migrateIfNeeded();
@@ -156,7 +134,7 @@ TEST_F(PreferenceMigrationTest, RunningAgainChangesNothing) {
     Value expected = first;
     expected.set("Weather_ProviderKey", "accuweather");
     expected.set("Network_MenubarFontStyle", 0);
-    EXPECT_EQ(reader.copyAll(), expected);
+    EXPECT_EQ(onDisk(), expected);
 }
 
 TEST_F(PreferenceMigrationTest, MarkedStepsOfLaterVersions) {

@@ -5,9 +5,19 @@
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
+#include <iterator>
 #include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace corvane::test {
+
+// The blank-separated words of `text`: long lists of keys, kept compact.
+inline std::vector<std::string> wordsOf(const char* text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
+}
 
 // A desktop whose look the test sets.
 class FakeAppearance final : public AppearanceSource {
@@ -44,6 +54,35 @@ protected:
         CVBPreferences::install(std::make_unique<CVBPreferences>(environment(std::move(machine))));
         return CVBPreferences::sharedPreferences();
     }
+
+    // Preferences on a file that reads but can never be written: its name is one character too
+    // long for the temporary file a write goes through, which stops root too.
+    CVBPreferences& installUnwritable() {
+        auto env = environment();
+        env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, unwritableFile());
+        CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
+        return CVBPreferences::sharedPreferences();
+    }
+    std::filesystem::path unwritableFile() const {
+        return dir.path() / (std::string(244, 'x') + ".plist");
+    }
+
+    // Stores `settings` as another process does, in this version's domain or in 5.x's.
+    void storeElsewhere(const Value& settings) { store(kExtrasDomain, "extras.plist", settings); }
+    void storeInVersion5(const Value& settings) {
+        store(kPreviousExtrasDomain, "extras5.plist", settings);
+    }
+    void store(const char* domain, const char* file, const Value& settings) {
+        PreferenceDomain writer(domain, dir.path() / file);
+        for (const auto& [key, value] : settings.dictionaryItems())
+            writer.setValue(key, value);
+        ASSERT_TRUE(writer.synchronize());
+    }
+    // What another process reads from the settings file now.
+    Value onDisk() {
+        return PreferenceDomain(kExtrasDomain, dir.path() / "extras.plist").copyAll();
+    }
+    Value onDisk(std::string_view key) { return onDisk()[key]; }
 
     void TearDown() override { CVBPreferences::cleanup(); }
 

@@ -23,17 +23,8 @@ protected:
     // Start-up migration would store its markers and show up in every export.
     SettingsFileTest() { migrateOnStart = false; }
 
-    void SetUp() override {
-        // The migration an import runs looks for 5.x files under the configuration directory.
-        configDir =
-            std::make_unique<ScopedEnvironment>("CORVANEBAR_CONFIG_DIR", dir.path().c_str());
-    }
-    Value onDisk() {
-        PreferenceDomain reader(kExtrasDomain, dir.path() / "extras.plist");
-        return reader.copyAll();
-    }
-
-    std::unique_ptr<ScopedEnvironment> configDir;
+    // The migration an import runs looks for 5.x files under the configuration directory.
+    ScopedEnvironment configDir{"CORVANEBAR_CONFIG_DIR", dir.path().c_str()};
     RecordingRestarter restarter;
 };
 
@@ -147,11 +138,7 @@ TEST_F(SettingsFileTest, BadFilesChangeNothing) {
 }
 
 TEST_F(SettingsFileTest, FileOlderThan6DoesNotBringBackThe5xDomain) {
-    {
-        PreferenceDomain old(kPreviousExtrasDomain, dir.path() / "extras5.plist");
-        old.setValue("TimerFrequency", 0);
-        ASSERT_TRUE(old.synchronize());
-    }
+    storeInVersion5(Value::dict({{"TimerFrequency", 0}}));
     auto& preferences = install();
     const auto file = dir.path() / "old.cvbp";
     ASSERT_TRUE(writePropertyListFile(
@@ -165,16 +152,10 @@ TEST_F(SettingsFileTest, FileOlderThan6DoesNotBringBackThe5xDomain) {
     EXPECT_TRUE(preferences.previousDomain().copyKeyList().empty());
 }
 
-// A name the file system takes, but one character too long for the temporary file a write
-// goes through: the settings read, and no write can succeed, for root too.
 TEST_F(SettingsFileTest, ImportAndResetThatCannotBeWrittenChangeNothingAndSayWhy) {
-    const auto file = dir.path() / (std::string(244, 'x') + ".plist");
     const Value before = Value::dict({{"CPU_ProcessCount", 9}, {"FilteringNetwork", "en0"}});
-    std::ofstream(file) << writePropertyList(before, PropertyListFormat::XML);
-    auto env = environment();
-    env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, file);
-    CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
-    auto& preferences = CVBPreferences::sharedPreferences();
+    std::ofstream(unwritableFile()) << writePropertyList(before, PropertyListFormat::XML);
+    auto& preferences = installUnwritable();
     int posted = 0;
     auto observer = center.addObserver(kImportedPreferencesNotification,
                                        [&](const Notification&) { ++posted; });
@@ -194,7 +175,7 @@ TEST_F(SettingsFileTest, ImportAndResetThatCannotBeWrittenChangeNothingAndSayWhy
 
     EXPECT_EQ(posted, 0);
     EXPECT_EQ(restarter.restarts, 0);
-    EXPECT_EQ(readPropertyListFile(file), before);
+    EXPECT_EQ(readPropertyListFile(unwritableFile()), before);
     // Nothing is left waiting in memory either, for a later write to carry out.
     EXPECT_EQ(preferences.domain().copyAll(), before);
     EXPECT_TRUE(preferences.objectForKey("Migrated_6.0", false).isNull()) << "migration ran";

@@ -7,11 +7,7 @@ using StartupMigration = PreferencesFixture;
 
 // Every process brings stored values to their current form before its first read.
 TEST_F(StartupMigration, OldModeStringsAreListsAtTheFirstRead) {
-    {
-        PreferenceDomain domain(kExtrasDomain, dir.path() / "extras.plist");
-        domain.setValue("CPU_MenubarMode", "100,6");
-        domain.synchronize();
-    }
+    storeElsewhere(Value::dict({{"CPU_MenubarMode", "100,6"}}));
     install();
     const Value modes = CVBObjectForKey("CPU_MenubarMode");
     ASSERT_EQ(modes.size(), 2u);

@@ -63,19 +63,12 @@ constexpr FakeDevice kDevices[] = {
 constexpr std::size_t kWithoutUps = std::size(kDevices) - 1;
 
 GVariant* propertiesOf(const FakeDevice& d) {
-    GVariantBuilder all;
-    g_variant_builder_init(&all, G_VARIANT_TYPE("a{sv}"));
-    g_variant_builder_add(&all, "{sv}", "NativePath", g_variant_new_string(d.native));
-    g_variant_builder_add(&all, "{sv}", "Model", g_variant_new_string(d.model));
-    g_variant_builder_add(&all, "{sv}", "Serial", g_variant_new_string(d.serial));
-    g_variant_builder_add(&all, "{sv}", "Type", g_variant_new_uint32(d.type));
-    g_variant_builder_add(&all, "{sv}", "PowerSupply", g_variant_new_boolean(d.powerSupply));
-    g_variant_builder_add(&all, "{sv}", "IsPresent", g_variant_new_boolean(TRUE));
-    g_variant_builder_add(&all, "{sv}", "Percentage", g_variant_new_double(d.percentage));
-    g_variant_builder_add(&all, "{sv}", "State", g_variant_new_uint32(d.state));
-    g_variant_builder_add(&all, "{sv}", "TimeToEmpty", g_variant_new_int64(d.timeToEmpty));
-    g_variant_builder_add(&all, "{sv}", "TimeToFull", g_variant_new_int64(d.timeToFull));
-    return g_variant_new("(a{sv})", &all);
+    return g_variant_new_parsed(
+        "({'NativePath': <%s>, 'Model': <%s>, 'Serial': <%s>, 'Type': <%u>, 'PowerSupply': <%b>,"
+        " 'IsPresent': <true>, 'Percentage': <%d>, 'State': <%u>, 'TimeToEmpty': <%x>,"
+        " 'TimeToFull': <%x>},)",
+        d.native, d.model, d.serial, d.type, d.powerSupply, d.percentage, d.state, d.timeToEmpty,
+        d.timeToFull);
 }
 
 // UPower as far as the collector asks it, served from a thread of its own on the session bus.
