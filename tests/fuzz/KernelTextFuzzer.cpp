@@ -1,0 +1,36 @@
+// The readers of /proc text: a kernel of another version, or a recorded tree, may hold anything.
+// The first byte picks the reader, the rest is the file.
+#include "collectors/cpu/CPUStatCollectorLinux.h"
+#include "collectors/cpu/LoadStatCollectorLinux.h"
+#include "collectors/memory/MemoryStatCollectorLinux.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+using namespace corvane;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0)
+        return 0;
+    const std::string_view text(reinterpret_cast<const char*>(data + 1), size - 1);
+    switch (data[0] % 5) {
+    case 0: {
+        const auto values = MemoryStatCollectorLinux::parseKeyValues(text);
+        MemoryStatCollectorLinux::readingFrom(values, values, 4096);
+        break;
+    }
+    case 1:
+        MemoryStatCollectorLinux::pressureLevelFromText(text);
+        break;
+    case 2:
+        CPUStatCollectorLinux::ticksFromStatLine(text);
+        break;
+    case 3:
+        CPUStatCollectorLinux::parseCpuList(text);
+        break;
+    default:
+        LoadStatCollectorLinux::parseLoadAverages(text);
+    }
+    return 0;
+}
