@@ -61,7 +61,10 @@ std::string BatteryStatus::text() const {
         }
         out += "\n";
     }
-    if (auto watts = battery_.adapterWatts(); watts && !out.empty())
+    // Said outright, so that a machine without sources reads differently from one not asked.
+    if (out.empty())
+        return "Battery   none: no battery, UPS or wireless device reports its charge\n";
+    if (auto watts = battery_.adapterWatts())
         out += "  adapter " + std::to_string(*watts) + " W\n";
     return out;
 }

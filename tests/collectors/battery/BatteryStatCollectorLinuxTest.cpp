@@ -1,5 +1,6 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 
+#include "collectors/battery/BatteryStatus.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/TemporaryDirectory.h"
 
@@ -154,6 +155,7 @@ TEST_F(PowerSupplies, AMachineWithoutSuppliesHasNoItemsAndSamplesOnEverySixthBea
     battery.updateStats();
     EXPECT_TRUE(battery.batteries().empty());
     EXPECT_EQ(battery.primaryBattery(), nullptr);
+    EXPECT_EQ(BatteryStatus(battery).text().rfind("Battery   none", 0), 0u);
     EXPECT_TRUE(battery.shouldUpdateStateForSequence(0));
     EXPECT_FALSE(battery.shouldUpdateStateForSequence(5));
     EXPECT_TRUE(battery.shouldUpdateStateForSequence(12));
