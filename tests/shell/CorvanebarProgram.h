@@ -1,5 +1,8 @@
 #pragma once
 
+#include "foundation/DistributedNotificationCenter.h"
+#include "foundation/GLibMainQueue.h"
+
 #include <filesystem>
 #include <gio/gio.h>
 #include <string>
@@ -43,5 +46,35 @@ inline ProgramRun runCorvanebar(const std::vector<std::string>& arguments,
     g_strfreev(environment);
     return run;
 }
+
+// Hears the named notifications on the session bus, as another program of the product would.
+class BusListener {
+public:
+    BusListener(GDBusConnection* bus, const std::vector<std::string>& names)
+        : center_(bus) {
+        for (const auto& name : names)
+            observations_.push_back(center_.addObserver(name, [this](const Notification& n) {
+                heard.push_back(n.name);
+                if (heard.size() >= wanted_)
+                    queue_.quit();
+            }));
+    }
+    // Runs the main loop until `count` posts were heard or 20 seconds passed.
+    void waitFor(std::size_t count) {
+        wanted_ = count;
+        const auto timeout = queue_.after(20.0, [this] { queue_.quit(); });
+        if (heard.size() < count)
+            queue_.run();
+        queue_.cancel(timeout);
+    }
+
+    std::vector<std::string> heard;
+
+private:
+    GLibMainQueue queue_;
+    DistributedNotificationCenter center_;
+    std::vector<Observation> observations_;
+    std::size_t wanted_ = 1;
+};
 
 } // namespace corvane::test

@@ -2,7 +2,6 @@
 
 #include "CorvanebarProgram.h"
 #include "MenuFixture.h"
-#include "foundation/GLibMainQueue.h"
 #include "foundation/PropertyList.h"
 #include "shell/ProductSite.h"
 
@@ -100,14 +99,7 @@ TEST(CorvanebarMenuProgram, ATogglePostsToTheSessionBusAndStoresTheSetting) {
         GTEST_SKIP() << "no session bus; run the tests under dbus-run-session";
     test::TemporaryDirectory config;
     test::TemporaryDirectory state;
-    GLibMainQueue queue;
-    DistributedNotificationCenter center(connection);
-    int heard = 0;
-    auto observation =
-        center.addObserver("CorvaneBarGlobalDisplayChange", [&](const Notification&) {
-            ++heard;
-            queue.quit();
-        });
+    test::BusListener listener(connection, {"CorvaneBarGlobalDisplayChange"});
 
     const auto run =
         test::runCorvanebar({"menu", "toggle", "Combine Processes"}, config.path(), state.path());
@@ -115,11 +107,8 @@ TEST(CorvanebarMenuProgram, ATogglePostsToTheSessionBusAndStoresTheSetting) {
     EXPECT_TRUE(run.succeeded);
     EXPECT_EQ(run.output, "[ ] Combine Processes\n");
 
-    const auto timeout = queue.after(20.0, [&] { queue.quit(); });
-    if (heard == 0)
-        queue.run();
-    queue.cancel(timeout);
-    EXPECT_EQ(heard, 1);
+    listener.waitFor(1);
+    EXPECT_EQ(listener.heard.size(), 1u);
     const Value stored =
         readPropertyListFile(config.path() / "corvanebar" / "com.halvorn.corvanebar6.extras.plist");
     EXPECT_EQ(stored["ProcessesCombine"], Value(false)) << stored;

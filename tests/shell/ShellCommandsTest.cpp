@@ -1,6 +1,5 @@
 #include "CorvanebarProgram.h"
 #include "SectionFixture.h"
-#include "foundation/GLibMainQueue.h"
 #include "foundation/PropertyList.h"
 #include "shell/SectionCommands.h"
 
@@ -104,17 +103,7 @@ TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
         GTEST_SKIP() << "no session bus; run the tests under dbus-run-session";
     test::TemporaryDirectory config;
     test::TemporaryDirectory state;
-    GLibMainQueue queue;
-    DistributedNotificationCenter center(bus);
-    std::vector<std::string> heard;
-    std::vector<Observation> observations;
-    for (const char* name : {"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem"}) {
-        observations.push_back(center.addObserver(name, [&](const Notification& n) {
-            heard.push_back(n.name);
-            if (heard.size() == 2)
-                queue.quit();
-        }));
-    }
+    test::BusListener listener(bus, {"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem"});
 
     std::string printed;
     for (const char* command : {"on", "off"}) {
@@ -125,12 +114,9 @@ TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
     }
     EXPECT_EQ(printed, "CPU & GPU is on\nCPU & GPU is off\n");
 
-    const auto timeout = queue.after(20.0, [&] { queue.quit(); });
-    if (heard.size() < 2)
-        queue.run();
-    queue.cancel(timeout);
-    EXPECT_EQ(heard, (std::vector<std::string>{"CorvaneBarEnableStatusItem",
-                                               "CorvaneBarDisableStatusItem"}));
+    listener.waitFor(2);
+    EXPECT_EQ(listener.heard, (std::vector<std::string>{"CorvaneBarEnableStatusItem",
+                                                        "CorvaneBarDisableStatusItem"}));
     const Value stored =
         readPropertyListFile(config / "corvanebar" / "com.halvorn.corvanebar6.extras.plist");
     ASSERT_TRUE(stored["StatusItems-Order"].isArray()) << stored;
