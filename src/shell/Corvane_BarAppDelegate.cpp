@@ -29,10 +29,7 @@ std::shared_ptr<T> orDefault(std::shared_ptr<T> given) {
 
 // A label's translated format with its one "%@" filled in.
 std::string label(const char* format, const std::string& text) {
-    std::string result = HLVLocalizedString(format, {}, "prefs");
-    if (const auto at = result.find("%@"); at != std::string::npos)
-        result.replace(at, 2, text);
-    return result;
+    return formattedString(HLVLocalizedString(format, {}, "prefs"), text);
 }
 
 } // namespace

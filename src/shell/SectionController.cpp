@@ -19,14 +19,6 @@ namespace {
 constexpr const char* kOrderKey = "StatusItems-Order";
 constexpr std::int64_t kCombinedKey = 8;
 
-// Fills the first "%@" of a translated format.
-std::string formatted(std::string_view format, std::string_view argument) {
-    std::string text(format);
-    if (const auto at = text.find("%@"); at != std::string::npos)
-        text.replace(at, 2, argument);
-    return text;
-}
-
 std::string prefsString(std::string_view key) {
     return HLVLocalizedString(key, std::nullopt, "prefs");
 }
@@ -60,7 +52,7 @@ void SectionController::initWithXib(std::string xibName, std::int64_t key) {
     sourceItem_.label.text = name;
     sourceItem_.label.alignment = textAlignmentForLanguage();
     setupIcon();
-    sourceItem_.toggle.title = formatted(prefsString("Toggle %@"), name);
+    sourceItem_.toggle.title = formattedString(prefsString("Toggle %@"), name);
     sourceItem_.toggle.action = [this](const SectionSwitch& sender) { toggle(sender); };
     setState(isLoaded());
     importObservation_ = services().center->addObserver(
@@ -83,7 +75,8 @@ void SectionController::prepareToShow() {
     if (!view_)
         view_ = std::make_unique<SectionPage>(xibName_);
     prepareInterface();
-    view_->accessibilityLabel = formatted(prefsString("%@ settings"), prefsString(sectionName()));
+    view_->accessibilityLabel =
+        formattedString(prefsString("%@ settings"), prefsString(sectionName()));
     setup();
 }
 
@@ -100,9 +93,9 @@ void SectionController::setup() {
 void SectionController::updateHotkeyButtonTitle() {
     const auto key = hotkeyPreferenceKey();
     const auto shortcut = key ? HotkeyShortcut::unarchived(CVBObjectForKey(*key)) : std::nullopt;
-    dropdownHotkeyButton_.title = shortcut
-                                      ? formatted(prefsString("Edit Hotkey: %@"), shortcut->display)
-                                      : prefsString("Edit Hotkey");
+    dropdownHotkeyButton_.title =
+        shortcut ? formattedString(prefsString("Edit Hotkey: %@"), shortcut->display)
+                 : prefsString("Edit Hotkey");
 }
 
 void SectionController::importedPreferences() {
@@ -279,7 +272,8 @@ void SectionController::saveDropdownHotkey() {
     const auto& shortcut = DropdownHotkeyController::sharedHotkeyController().shortcut;
     if (shortcut) {
         CVBSetObjectForKey(shortcut->archived(), *key);
-        dropdownHotkeyButton_.title = formatted(prefsString("Edit Hotkey: %@"), shortcut->display);
+        dropdownHotkeyButton_.title =
+            formattedString(prefsString("Edit Hotkey: %@"), shortcut->display);
     } else {
         CVBRemoveObjectForKey(*key);
         dropdownHotkeyButton_.title = prefsString("Edit Hotkey");

@@ -167,6 +167,13 @@ std::string HLVLocalizedString(std::string_view key, std::optional<std::string_v
     return std::string(fallback ? *fallback : key);
 }
 
+std::string formattedString(std::string_view format, std::string_view argument) {
+    std::string text(format);
+    if (const auto at = text.find("%@"); at != std::string::npos)
+        text.replace(at, 2, argument);
+    return text;
+}
+
 std::string HLVLocalizedMenuString(std::string_view key) {
     auto text = CVBTranslations::sharedTranslations().localizedString(key, "MENU");
     if (text && !text->empty())

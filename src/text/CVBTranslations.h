@@ -42,6 +42,8 @@ private:
 std::string HLVLocalizedString(std::string_view key, std::optional<std::string_view> fallback = {},
                                std::string_view table = {});
 std::string HLVLocalizedMenuString(std::string_view key);
+// A translated format with its first "%@" filled in.
+std::string formattedString(std::string_view format, std::string_view argument);
 // Whether the interface reads right to left in the chosen language.
 bool isRTLLanguage();
 
