@@ -1,0 +1,78 @@
+#pragma once
+
+#include "foundation/Color.h"
+#include "status/BusConnection.h"
+#include "status/PanelItem.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvane {
+
+// How the panel that shows the items looks, as a front end tells it.
+struct PanelStyle {
+    int height = 22;    // points
+    double scale = 1.0; // pixels per point
+    Color foreground = Color::black();
+    bool dark = false;
+
+    friend bool operator==(const PanelStyle&, const PanelStyle&) = default;
+};
+
+// "#rrggbb" or "#rrggbbaa"; nothing for any other text.
+std::optional<Color> colorFromHex(std::string_view text);
+std::string hexFromColor(const Color& color);
+
+// The items on the session bus for front ends that draw them themselves (the GNOME Shell
+// extension): com.halvorn.corvanebar.Panel1, described in docs/panel-interface.md. It keeps
+// the last list handed to show() and tells front ends what changed, so they fetch only that.
+class PanelService final : public PanelFrontEnd {
+public:
+    static constexpr const char* kInterface = "com.halvorn.corvanebar.Panel1";
+    static constexpr const char* kObjectPath = "/com/halvorn/corvanebar/Panel1";
+    static constexpr std::uint32_t kVersion = 1;
+
+    using StyleHandler = std::function<void(const PanelStyle&)>;
+
+    // On `connection` (nullptr: no bus, said once in the log). `onStyle` hears every change a
+    // front end makes to the style.
+    PanelService(GDBusConnection* connection, PanelActionHandler onAction, StyleHandler onStyle);
+    ~PanelService() override;
+    PanelService(const PanelService&) = delete;
+    PanelService& operator=(const PanelService&) = delete;
+
+    void show(const std::vector<PanelItem>& items) override;
+
+    const PanelStyle& style() const { return style_; }
+    bool isConnected() const { return static_cast<bool>(registration_); }
+
+private:
+    static void methodCall(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                           const gchar* method, GVariant* parameters,
+                           GDBusMethodInvocation* invocation, gpointer self);
+    static GVariant* readProperty(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                                  const gchar* property, GError**, gpointer self);
+
+    const PanelItem* find(std::string_view id) const;
+    void announceChanges(const std::vector<PanelItem>& before) const;
+    void emit(const char* signal, GVariant* parameters = nullptr) const;
+    GVariant* styleVariant() const;
+    void setStyle(GVariant* parameters, GDBusMethodInvocation* invocation);
+    void activate(GVariant* parameters, GDBusMethodInvocation* invocation);
+    void answerForItem(std::string_view method, GVariant* parameters,
+                       GDBusMethodInvocation* invocation) const;
+
+    GDBusConnection* connection_;
+    PanelActionHandler onAction_;
+    StyleHandler onStyle_;
+    NodeInfo info_;
+    PanelStyle style_;
+    std::vector<PanelItem> items_;
+    ConnectionId registration_;
+};
+
+} // namespace corvane

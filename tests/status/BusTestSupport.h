@@ -1,0 +1,148 @@
+#pragma once
+
+#include "status/BusConnection.h"
+#include "status/PanelItem.h"
+#include "support/FakeDBusService.h"
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corvane::test {
+
+// Runs the main context, where the code under test gets its calls and replies, until the
+// condition holds or the time is up.
+inline bool waitUntil(const std::function<bool()>& condition, double seconds = 2.0) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        while (g_main_context_iteration(nullptr, FALSE)) {
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+inline void settle(double seconds) {
+    waitUntil([] { return false; }, seconds);
+}
+
+// A client of its own on the session bus: the host side of the protocols.
+inline GObjectRef<GDBusConnection> clientConnection() {
+    std::string error;
+    const std::string address = sessionBusAddress(error);
+    return address.empty() ? GObjectRef<GDBusConnection>() : openPrivateConnection(address, error);
+}
+
+// A call answered by code that runs on this thread's main context, so it cannot block.
+struct CallResult {
+    VariantRef reply;
+    std::string error; // the D-Bus error name, when it failed
+};
+
+inline CallResult callAndWait(GDBusConnection* client, const std::string& destination,
+                              const std::string& path, const char* interface, const char* method,
+                              GVariant* parameters = nullptr) {
+    struct State {
+        bool done = false;
+        CallResult result;
+    } state;
+    g_dbus_connection_call(
+        client, destination.c_str(), path.c_str(), interface, method, parameters, nullptr,
+        G_DBUS_CALL_FLAGS_NONE, 2000, nullptr,
+        [](GObject* source, GAsyncResult* result, gpointer data) {
+            auto& s = *static_cast<State*>(data);
+            GError* error = nullptr;
+            s.result.reply = VariantRef(
+                g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
+            if (error) {
+                gchar* remote = g_dbus_error_get_remote_error(error);
+                s.result.error = remote ? remote : error->message;
+                g_free(remote);
+                g_error_free(error);
+            }
+            s.done = true;
+        },
+        &state);
+    waitUntil([&] { return state.done; }, 3.0);
+    return std::move(state.result);
+}
+
+inline VariantRef propertyOf(GDBusConnection* client, const std::string& destination,
+                             const std::string& path, const char* interface, const char* name) {
+    CallResult result = callAndWait(client, destination, path, "org.freedesktop.DBus.Properties",
+                                    "Get", g_variant_new("(ss)", interface, name));
+    if (!result.reply)
+        return {};
+    const VariantRef boxed(g_variant_get_child_value(result.reply.get(), 0));
+    return VariantRef(g_variant_get_variant(boxed.get()));
+}
+
+inline bool nameHasOwner(GDBusConnection* client, const std::string& name) {
+    CallResult result =
+        callAndWait(client, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                    "NameHasOwner", g_variant_new("(s)", name.c_str()));
+    gboolean owned = FALSE;
+    if (result.reply)
+        g_variant_get(result.reply.get(), "(b)", &owned);
+    return owned;
+}
+
+// Counts one signal from one sender on the client connection.
+class SignalCounter {
+public:
+    SignalCounter(GDBusConnection* client, const std::string& sender, const char* interface,
+                  const char* signal) {
+        id_ = ConnectionId(client,
+                           g_dbus_connection_signal_subscribe(
+                               client, sender.c_str(), interface, signal, nullptr, nullptr,
+                               G_DBUS_SIGNAL_FLAGS_NONE,
+                               [](GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                                  const gchar*, GVariant* parameters, gpointer self) {
+                                   auto& counter = *static_cast<SignalCounter*>(self);
+                                   gchar* text = g_variant_print(parameters, FALSE);
+                                   counter.arguments.push_back(takeGString(text));
+                               },
+                               this, nullptr),
+                           ConnectionId::Kind::Subscription);
+        // The bus handles a connection's messages in order: once this is answered, the match
+        // rule is in place for whatever is sent next.
+        callAndWait(client, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                    "GetId");
+    }
+    int count() const { return static_cast<int>(arguments.size()); }
+    std::vector<std::string> arguments;
+
+private:
+    ConnectionId id_;
+};
+
+// A picture whose every pixel is `pixel`.
+inline PanelPicture filledPicture(int width, int height, std::uint32_t pixel) {
+    return {width, height,
+            std::vector<std::uint32_t>(static_cast<std::size_t>(width * height), pixel)};
+}
+
+inline PanelItem sampleItem(const std::string& id, std::uint32_t pixel = 0xff336699) {
+    PanelItem item;
+    item.id = id;
+    item.title = id == "cpu" ? "CPU" : "Memory";
+    item.accessibleDescription = item.title + " usage";
+    item.label = "12%";
+    item.labelGuide = "100%";
+    item.tooltip = item.title + ": 12%";
+    item.picture = filledPicture(30, 22, pixel);
+    item.compact = filledPicture(22, 22, 0xff000000);
+    item.dropdown.rows = {DropdownRow::header("Processor"),
+                          DropdownRow::textRow("User_1: 8%"),
+                          DropdownRow::separator(),
+                          DropdownRow::actionRow("Open Corvane Bar Settings…", kOpenSettingsAction),
+                          DropdownRow::actionRow("Quit Corvane Bar", kQuitAction),
+                          DropdownRow::pictureRow(filledPicture(4, 2, 0xff00ff00))};
+    return item;
+}
+
+} // namespace corvane::test

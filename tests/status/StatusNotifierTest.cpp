@@ -1,0 +1,332 @@
+#include "foundation/GVariantValue.h"
+#include "foundation/Log.h"
+#include "status/BusTestSupport.h"
+#include "status/StatusNotifierFrontEnd.h"
+#include "support/TemporaryDirectory.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace corvane {
+namespace {
+
+using test::sampleItem;
+using test::waitUntil;
+
+constexpr const char* kWatcherXml = R"xml(<node>
+  <interface name="org.kde.StatusNotifierWatcher">
+    <method name="RegisterStatusNotifierItem"><arg name="service" type="s" direction="in"/></method>
+    <method name="RegisterStatusNotifierHost"><arg name="service" type="s" direction="in"/></method>
+    <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+    <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+    <property name="ProtocolVersion" type="i" access="read"/>
+    <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+    <signal name="StatusNotifierItemUnregistered"><arg type="s"/></signal>
+    <signal name="StatusNotifierHostRegistered"/>
+  </interface>
+</node>)xml";
+
+constexpr const char* kRegister = "RegisterStatusNotifierItem";
+constexpr const char* kWatcherInterface = "org.kde.StatusNotifierWatcher";
+
+int linesContaining(const LogCapture& log, const std::string& text) {
+    int count = 0;
+    const std::string lines = log.lines();
+    for (auto at = lines.find(text); at != std::string::npos; at = lines.find(text, at + 1))
+        ++count;
+    return count;
+}
+
+// The tray's watcher as a separate program, which can be killed as a crashing panel is.
+class WatcherProcess {
+public:
+    explicit WatcherProcess(const std::filesystem::path& xml) {
+        const std::string file = xml.string();
+        const char* argv[] = {CVB_FAKE_DBUS_SERVICE,
+                              "--name",
+                              StatusNotifierItem::kWatcherName,
+                              "--path",
+                              StatusNotifierItem::kWatcherPath,
+                              "--xml",
+                              file.c_str(),
+                              nullptr};
+        int in = -1, out = -1;
+        if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(argv), nullptr,
+                                      G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid_, &in, &out,
+                                      nullptr, nullptr))
+            return;
+        in_ = fdopen(in, "w");
+        out_ = fdopen(out, "r");
+        ready_ = readLine().starts_with("ready");
+    }
+    ~WatcherProcess() { kill(); }
+    bool ready() const { return ready_; }
+    int count(const char* method) {
+        std::fprintf(in_, "count %s\n", method);
+        std::fflush(in_);
+        return std::atoi(readLine().c_str());
+    }
+    void kill() {
+        if (pid_ <= 0)
+            return;
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+        std::fclose(in_);
+        std::fclose(out_);
+    }
+
+private:
+    std::string readLine() {
+        char line[256] = {};
+        return std::fgets(line, sizeof line, out_) ? line : "";
+    }
+    GPid pid_ = -1;
+    FILE* in_ = nullptr;
+    FILE* out_ = nullptr;
+    bool ready_ = false;
+};
+
+class StatusNotifierTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        client = test::clientConnection();
+        if (!client)
+            GTEST_SKIP() << "no session bus";
+        // Keeps its list as a watcher does, and says so.
+        watcher.onMethod(kRegister, [this](const test::FakeDBusService::Call& call) {
+            const gchar* name = nullptr;
+            g_variant_get(call.parameters, "(&s)", &name);
+            listed.emplace_back(name);
+            std::vector<const char*> names;
+            for (const auto& n : listed)
+                names.push_back(n.c_str());
+            watcher.setProperty(
+                kWatcherInterface, "RegisteredStatusNotifierItems",
+                g_variant_new_strv(names.data(), static_cast<gssize>(names.size())));
+            watcher.emitSignal(kWatcherInterface, "StatusNotifierItemRegistered",
+                               g_variant_new("(s)", name));
+            return test::FakeDBusService::Reply();
+        });
+        watcher.setProperty(kWatcherInterface, "IsStatusNotifierHostRegistered",
+                            g_variant_new_boolean(TRUE));
+        ASSERT_TRUE(watcher.start());
+    }
+
+    std::unique_ptr<StatusNotifierFrontEnd> makeFrontEnd(int timeoutMs = 2000,
+                                                         double retrySeconds = 30) {
+        StatusNotifierFrontEnd::Options options;
+        options.callTimeoutMs = timeoutMs;
+        options.retrySeconds = retrySeconds;
+        return std::make_unique<StatusNotifierFrontEnd>(
+            [this](const std::string& item, const std::string& action) {
+                actions.push_back(item + " " + action);
+            },
+            options);
+    }
+    // The names the watcher lists, in the order it was asked.
+    std::vector<std::string> registered() {
+        const VariantRef names = test::propertyOf(
+            client.get(), StatusNotifierItem::kWatcherName, StatusNotifierItem::kWatcherPath,
+            kWatcherInterface, "RegisteredStatusNotifierItems");
+        std::vector<std::string> list;
+        for (const auto& name : names ? fromGVariant(names.get()).arrayItems() : Value::Array{})
+            list.push_back(name.string());
+        return list;
+    }
+    Value itemProperties(const std::string& name) {
+        const test::CallResult all = test::callAndWait(
+            client.get(), name, StatusNotifierItem::kItemPath, "org.freedesktop.DBus.Properties",
+            "GetAll", g_variant_new("(s)", StatusNotifierItem::kInterface));
+        return all.reply ? fromGVariant(all.reply.get())[0] : Value();
+    }
+    test::CallResult menuCall(const std::string& name, const char* method, GVariant* parameters) {
+        return test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
+                                 DBusMenuExporter::kInterface, method, parameters);
+    }
+
+    GObjectRef<GDBusConnection> client;
+    std::vector<std::string> listed; // the watcher's, used on its thread; outlives it
+    test::FakeDBusService watcher{StatusNotifierItem::kWatcherName,
+                                  StatusNotifierItem::kWatcherPath, kWatcherXml};
+    std::vector<std::string> actions;
+};
+
+TEST_F(StatusNotifierTest, ItemsRegisterWithinASecondAndShowThePixelsHandedIn) {
+    auto frontEnd = makeFrontEnd();
+    frontEnd->setTrayStyle(TrayStyle::Wide);
+    frontEnd->show({sampleItem("cpu", 0x80402000), sampleItem("memory")});
+    ASSERT_TRUE(waitUntil([&] { return registered().size() == 2; }, 1.0));
+    // Each item asks from a connection of its own, so the two requests may arrive either way.
+    std::vector<std::string> names = registered();
+    std::sort(names.begin(), names.end());
+    std::vector<std::string> expected = {frontEnd->busNameOf("cpu"), frontEnd->busNameOf("memory")};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(names, expected);
+
+    const Value cpu = itemProperties(frontEnd->busNameOf("cpu"));
+    const Value pixmap = cpu["IconPixmap"][0];
+    EXPECT_EQ(pixmap[0].integerValue(), 30);
+    EXPECT_EQ(pixmap[1].integerValue(), 22);
+    ASSERT_EQ(pixmap[2].data().size(), 30u * 22 * 4);
+    const std::vector<std::uint8_t> firstPixel(pixmap[2].data().begin(),
+                                               pixmap[2].data().begin() + 4);
+    EXPECT_EQ(firstPixel, (std::vector<std::uint8_t>{0x80, 0x80, 0x40, 0x00}));
+    EXPECT_EQ(cpu["IconName"].string(), "");
+    EXPECT_TRUE(cpu["ItemIsMenu"].boolValue());
+    EXPECT_EQ(cpu["Menu"].string(), StatusNotifierItem::kMenuPath);
+    EXPECT_EQ(cpu["Title"].string(), "CPU");
+    EXPECT_EQ(cpu["ToolTip"][3].string(), "CPU: 12%");
+    EXPECT_EQ(cpu["IconAccessibleDesc"].string(), "CPU usage");
+    EXPECT_EQ(cpu["XAyatanaLabel"].string(), "12%");
+}
+
+TEST_F(StatusNotifierTest, AnUnknownPanelGetsTheSquarePicture) {
+    auto frontEnd = makeFrontEnd();
+    frontEnd->show({sampleItem("cpu")});
+    // The watcher here is this test program, which no panel list knows.
+    ASSERT_TRUE(waitUntil([&] { return !frontEnd->hostProgram().empty(); }));
+    EXPECT_EQ(frontEnd->hostProgram(), programNameOfProcess("/proc", ::getpid()));
+    EXPECT_EQ(frontEnd->pictureShape(), PictureShape::Compact);
+    EXPECT_EQ(itemProperties(frontEnd->busNameOf("cpu"))["IconPixmap"][0][0].integerValue(), 22);
+}
+
+TEST_F(StatusNotifierTest, NoNewIconForAnUnchangedFrame) {
+    auto frontEnd = makeFrontEnd();
+    frontEnd->setTrayStyle(TrayStyle::Wide);
+    std::vector<PanelItem> items = {sampleItem("cpu")};
+    frontEnd->show(items);
+    const std::string name = frontEnd->busNameOf("cpu");
+    test::SignalCounter icons(client.get(), name, StatusNotifierItem::kInterface, "NewIcon");
+    test::SignalCounter labels(client.get(), name, StatusNotifierItem::kInterface,
+                               "XAyatanaNewLabel");
+    frontEnd->show(items);
+    items[0].label = "13%";
+    frontEnd->show(items);
+    items[0].picture = test::filledPicture(30, 22, 0xff336698);
+    frontEnd->show(items);
+    frontEnd->show(items);
+    itemProperties(name); // a round trip: what was sent before has arrived
+    test::settle(0.05);
+    EXPECT_EQ(icons.count(), 1);
+    EXPECT_EQ(labels.arguments, std::vector<std::string>{"('13%', '100%')"});
+}
+
+TEST_F(StatusNotifierTest, TheMenuHoldsTheDropdownAndAClickRunsTheAction) {
+    auto frontEnd = makeFrontEnd();
+    PanelItem cpu = sampleItem("cpu");
+    cpu.dropdown.rows[4].enabled = false;
+    frontEnd->show({cpu});
+    const std::string name = frontEnd->busNameOf("cpu");
+    const Value layout = fromGVariant(
+        menuCall(name, "GetLayout", g_variant_new("(iias)", 0, -1, nullptr)).reply.get());
+    const Value::Array& rows = layout[1][2].arrayItems();
+    std::vector<std::string> labels;
+    for (const auto& row : rows)
+        labels.push_back(row[1]["label"].string());
+    EXPECT_EQ(labels,
+              (std::vector<std::string>{"Processor", "User__1: 8%", "",
+                                        "Open Corvane Bar Settings…", "Quit Corvane Bar", ""}));
+    ASSERT_EQ(rows.size(), 6u);
+    EXPECT_EQ(rows[2][1]["type"].string(), "separator");
+    EXPECT_FALSE(rows[1][1]["enabled"].boolValue());
+    EXPECT_EQ(rows[5][1]["icon-data"].data().at(1), 'P'); // the graph as a PNG file
+
+    // Value rows and disabled actions do nothing; the settings row hands its action back.
+    for (const int row : {1, 4, 3})
+        EXPECT_TRUE(
+            menuCall(name, "Event",
+                     g_variant_new("(isvu)", static_cast<gint32>(rows[row][0].integerValue()),
+                                   "clicked", g_variant_new_int32(0), 0u))
+                .error.empty());
+    EXPECT_EQ(actions, std::vector<std::string>{"cpu open-settings"});
+    EXPECT_FALSE(
+        menuCall(name, "Event", g_variant_new("(isvu)", 99, "clicked", g_variant_new_int32(0), 0u))
+            .error.empty());
+
+    // A host that cannot drop the menu down activates the icon: the settings window opens.
+    test::callAndWait(client.get(), name, StatusNotifierItem::kItemPath,
+                      StatusNotifierItem::kInterface, "Activate", g_variant_new("(ii)", 5, 5));
+    EXPECT_EQ(actions.size(), 2u);
+
+    test::SignalCounter updates(client.get(), name, DBusMenuExporter::kInterface, "LayoutUpdated");
+    cpu.dropdown.rows.pop_back();
+    frontEnd->show({cpu});
+    frontEnd->show({cpu});
+    EXPECT_TRUE(waitUntil([&] { return updates.count() == 1; }));
+}
+
+TEST_F(StatusNotifierTest, ARemovedItemLeavesTheBusAndComesBackWhenAdded) {
+    auto frontEnd = makeFrontEnd();
+    frontEnd->show({sampleItem("cpu"), sampleItem("memory")});
+    ASSERT_TRUE(waitUntil([&] { return registered().size() == 2; }));
+    const std::string cpu = frontEnd->busNameOf("cpu");
+
+    frontEnd->show({sampleItem("memory")});
+    EXPECT_TRUE(waitUntil([&] { return !test::nameHasOwner(client.get(), cpu); }));
+    EXPECT_EQ(frontEnd->busNameOf("cpu"), "");
+
+    frontEnd->show({sampleItem("cpu"), sampleItem("memory")});
+    ASSERT_TRUE(waitUntil([&] { return registered().size() == 3; }));
+    EXPECT_EQ(registered()[2], frontEnd->busNameOf("cpu"));
+    EXPECT_TRUE(test::nameHasOwner(client.get(), registered()[2]));
+}
+
+TEST_F(StatusNotifierTest, AWatcherThatCrashesAndComesBackGetsTheItemsBack) {
+    watcher.stop();
+    test::TemporaryDirectory dir;
+    std::ofstream(dir / "watcher.xml") << kWatcherXml;
+    auto first = std::make_unique<WatcherProcess>(dir / "watcher.xml");
+    ASSERT_TRUE(first->ready());
+
+    LogCapture log;
+    auto frontEnd = makeFrontEnd();
+    frontEnd->show({sampleItem("cpu"), sampleItem("memory")});
+    ASSERT_TRUE(waitUntil([&] { return first->count(kRegister) == 2; }));
+
+    first->kill();
+    ASSERT_TRUE(waitUntil([&] { return log.contains("left the bus"); }));
+    WatcherProcess second(dir / "watcher.xml");
+    ASSERT_TRUE(second.ready());
+    EXPECT_TRUE(waitUntil([&] { return second.count(kRegister) == 2; }));
+    EXPECT_EQ(linesContaining(log, "Tray items"), 1) << log.lines();
+}
+
+TEST_F(StatusNotifierTest, AHungWatcherCostsOneLogLineAndNeverHoldsTheLoop) {
+    watcher.setHung(true);
+    LogCapture log;
+    auto frontEnd = makeFrontEnd(150, 0);
+    const auto start = std::chrono::steady_clock::now();
+    frontEnd->show({sampleItem("cpu")});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+
+    ASSERT_TRUE(waitUntil([&] { return log.contains("did not list the items"); }));
+    frontEnd->show({sampleItem("cpu")}); // asks again, times out again
+    ASSERT_TRUE(waitUntil([&] { return watcher.calls(kRegister) == 2; }));
+    test::settle(0.3);
+    EXPECT_EQ(linesContaining(log, "did not list"), 1);
+
+    watcher.setHung(false);
+    frontEnd->show({sampleItem("cpu")});
+    EXPECT_TRUE(waitUntil([&] { return watcher.calls(kRegister) == 3; }));
+}
+
+TEST(StatusNotifierFrontEnd, WithoutABusItSaysSoOnceAndShowsNothing) {
+    LogCapture log;
+    StatusNotifierFrontEnd::Options options;
+    options.busAddress = "unix:path=/nonexistent/cvb-test-bus";
+    StatusNotifierFrontEnd frontEnd([](const std::string&, const std::string&) {}, options);
+    frontEnd.show({sampleItem("cpu")});
+    frontEnd.show({sampleItem("cpu")});
+    EXPECT_FALSE(frontEnd.isConnected());
+    EXPECT_EQ(frontEnd.busNameOf("cpu"), "");
+    EXPECT_EQ(linesContaining(log, "no session bus"), 1);
+}
+
+} // namespace
+} // namespace corvane
