@@ -1,5 +1,5 @@
 # The two set-up commands: `make run` and `make test`. Each installs what is missing first.
-.PHONY: deps run test bench fuzz format tidy clean
+.PHONY: deps run test release bench fuzz format format-check tidy clean
 
 JOBS ?= 2
 FUZZ_SECONDS ?= 60
@@ -25,12 +25,15 @@ test: deps build/dev/build.ninja
 	@cmake --build --preset dev -j$(JOBS)
 	@dbus-run-session -- ctest --preset dev -j$(JOBS)
 
+release: deps build/release/build.ninja
+	@cmake --build --preset release -j$(JOBS)
+
 bench: deps build/release/build.ninja
 	@cmake --build --preset release -j$(JOBS)
 	@for b in build/release/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
 
 fuzz: deps build/fuzz/build.ninja
-	@cmake --build --preset fuzz -j$(JOBS)
+	@cmake --build --preset fuzz -j$(JOBS) --target fuzzers
 	@mkdir -p build/fuzz/corpus
 	@for f in build/fuzz/tests/fuzz/fuzz_*; do \
 	  name=$$(basename $$f); mkdir -p build/fuzz/corpus/$$name; \
@@ -40,6 +43,9 @@ fuzz: deps build/fuzz/build.ninja
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+format-check:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 
 tidy: build/dev/build.ninja
 	@git ls-files 'src/*.cpp' | xargs clang-tidy -p build/dev --quiet

@@ -55,6 +55,11 @@ function(cvb_add_fuzzer name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE cvb_options ${ARG_DEPS})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  # `make fuzz` builds only these, not the programs.
+  if(NOT TARGET fuzzers)
+    add_custom_target(fuzzers)
+  endif()
+  add_dependencies(fuzzers ${name})
 endfunction()
 
 # cvb_add_bench(<name> SOURCES ... DEPS ...): a Google Benchmark program.

@@ -1,5 +1,6 @@
 #include "RenderCommand.h"
 
+#include "CommandLine.h"
 #include "drawing/ItemRenderer.h"
 #include "drawing/SectionItems.h"
 #include "foundation/GLibMainQueue.h"
@@ -23,9 +24,9 @@ void addRenderCommand(CLI::App& app, RenderOptions& o) {
     o.command->add_flag("--background", o.background,
                         "Paint the panel's colour behind the item instead of transparency");
     o.command->add_option("--scale", o.scale, "Pixels per point, 2 for HiDPI")
-        ->check(CLI::Range(1.0, 4.0));
+        ->check(corvane::cli::finiteNumber(1.0, 4.0));
     o.command->add_option("--seconds", o.seconds, "Seconds of readings before drawing")
-        ->check(CLI::Range(1, 600));
+        ->check(corvane::cli::wholeNumber(1, 600));
     o.command->add_option("--out", o.out, "The PNG file to write")->required();
 }
 

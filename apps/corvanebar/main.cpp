@@ -1,18 +1,11 @@
 // corvanebar: the settings application's command.
+#include "CommandLine.h"
 #include "MenuCommands.h"
 #include "RenderCommand.h"
 #include "ShellCommands.h"
-#include "collectors/battery/BatteryStatCollectorLinux.h"
-#include "collectors/battery/BatteryStatus.h"
-#include "collectors/cpu/CPUStatCollectorLinux.h"
-#include "collectors/cpu/LoadStatCollectorLinux.h"
-#include "collectors/cpu/ProcessorStatus.h"
-#include "collectors/memory/MemoryStatCollectorLinux.h"
-#include "collectors/memory/MemoryStatus.h"
+#include "StatusCommand.h"
 #include "corvane/BuildInfo.h"
 #include "foundation/DistributedNotificationCenter.h"
-#include "foundation/GLibMainQueue.h"
-#include "foundation/Json.h"
 #include "foundation/Log.h"
 #include "foundation/MainQueue.h"
 #include "preferences/PreferenceCommands.h"
@@ -20,9 +13,9 @@
 #include "sky/SkyReport.h"
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <glib-unix.h>
 #include <iostream>
 
 namespace {
@@ -44,9 +37,9 @@ void addSkyCommand(CLI::App& app, SkyOptions& options) {
     auto* sky = app.add_subcommand(
         "sky", "Print the sun's and moon's positions, the moon's phase, rise and set for a place");
     sky->add_option("--lat", options.latitude, "Latitude in degrees, north positive")
-        ->check(CLI::Range(-90.0, 90.0));
+        ->check(corvane::cli::finiteNumber(-90.0, 90.0));
     sky->add_option("--lon", options.longitude, "Longitude in degrees, east positive")
-        ->check(CLI::Range(-180.0, 180.0));
+        ->check(corvane::cli::finiteNumber(-180.0, 180.0));
     sky->add_option("--date", options.date,
                     "Moment as YYYY-MM-DD[THH:MM[:SS]][Z|+HH:MM], local time without a zone; "
                     "default now");
@@ -64,97 +57,6 @@ int runSky(const SkyOptions& options) {
         when = *parsed;
     }
     std::cout << corvane::skyReport(options.latitude, options.longitude, when);
-    return 0;
-}
-
-struct StatusOptions {
-    CLI::App* command = nullptr;
-    bool watch = false;
-    bool json = false;
-};
-
-void addStatusCommand(CLI::App& app, StatusOptions& o) {
-    o.command =
-        app.add_subcommand("status", "Print this machine's processor load and load averages");
-    o.command->add_flag("--watch", o.watch, "Run the one-second cycle and print a line a second");
-    o.command->add_flag("--json", o.json, "Print the sample dictionaries as JSON");
-}
-
-// Prints a line each time the collector has a new sample, and asks for one on every beat.
-class StatusPrinter final : public corvane::StatCollectorDelegate {
-public:
-    StatusPrinter(const corvane::ProcessorStatus& status, corvane::LoadStatCollector& load,
-                  bool json)
-        : status_(status)
-        , load_(load)
-        , json_(json) {}
-
-    void collectorUpdatedForMode(corvane::StatCollector&, int) override {
-        load_.updateStats();
-        if (json_)
-            std::cout << corvane::toJson(status_.dictionary()) << std::endl;
-        else
-            std::cout << status_.line() << std::endl;
-    }
-    std::optional<bool> collectorShouldUpdateStateForSequence(corvane::StatCollector&,
-                                                              std::int64_t) override {
-        return true;
-    }
-
-private:
-    const corvane::ProcessorStatus& status_;
-    corvane::LoadStatCollector& load_;
-    bool json_;
-};
-
-int runStatus(const StatusOptions& o) {
-    corvane::GLibMainQueue queue;
-    const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
-    auto& cpu = corvane::CPUStatCollectorLinux::sharedCPUCollector(context);
-    auto& load = corvane::LoadStatCollectorLinux::sharedLoadCollector(context);
-    auto& memory = corvane::MemoryStatCollectorLinux::sharedMemoryCollector(context);
-    const corvane::ProcessorStatus status(cpu, load);
-    const corvane::MemoryStatus memoryStatus(memory);
-    auto& battery = corvane::BatteryStatCollectorLinux::sharedBatteryCollector(context);
-    const corvane::BatteryStatus batteryStatus(battery);
-    if (!o.watch) {
-        // Cores count from their first reading, and memory's shares from its second sample:
-        // measure one second after the first.
-        cpu.updateStats();
-        memory.updateStats();
-        g_usleep(G_USEC_PER_SEC);
-        cpu.updateStats();
-        load.updateStats();
-        memory.updateStats();
-        battery.updateStats();
-        if (o.json) {
-            corvane::Value all = status.dictionary();
-            all.set("memory", memoryStatus.dictionary());
-            all.set("battery", batteryStatus.dictionary());
-            std::cout << corvane::toJson(all, 2) << "\n";
-        } else {
-            std::cout << status.text() << memoryStatus.text() << batteryStatus.text();
-        }
-        return 0;
-    }
-    StatusPrinter printer(status, load, o.json);
-    cpu.addDelegate(&printer);
-    cpu.updateStats();
-    cpu.startLogging();
-    for (int signal : {SIGINT, SIGTERM})
-        g_unix_signal_add(
-            signal,
-            [](gpointer q) {
-                static_cast<corvane::GLibMainQueue*>(q)->quit();
-                return G_SOURCE_REMOVE;
-            },
-            &queue);
-    queue.run();
-    cpu.removeDelegate(&printer);
-    corvane::CPUStatCollectorLinux::cleanupShared();
-    corvane::LoadStatCollectorLinux::cleanupShared();
-    corvane::MemoryStatCollectorLinux::cleanupShared();
-    corvane::BatteryStatCollectorLinux::cleanupShared();
     return 0;
 }
 
@@ -229,8 +131,8 @@ int runSettings(const SettingsOptions& o) {
     if (o.exportCommand->parsed()) {
         if (file.extension() != ".cvbp")
             file += ".cvbp";
-        if (!settings.exportSettings(file)) {
-            std::cerr << "corvanebar export: cannot write " << file.string() << "; see the log\n";
+        if (const auto result = settings.exportSettings(file); !result) {
+            std::cerr << "corvanebar export: " << result.reason << "\n";
             return 1;
         }
         std::cout << "Exported the settings to " << file.string() << "\n";
@@ -278,53 +180,71 @@ int runPrefs(const PrefsOptions& o) {
     return commands.remove(o.key);
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    CLI::App app{"Corvane Bar " + versionText() + " - system monitor for the desktop panel",
-                 "corvanebar"};
+struct Commands {
     bool showVersion = false;
-    app.add_flag("-v,--version", showVersion, "Print the version and exit");
     SkyOptions sky;
-    addSkyCommand(app, sky);
     PrefsOptions prefs;
-    addPrefsCommand(app, prefs);
     StatusOptions status;
-    addStatusCommand(app, status);
     SettingsOptions settings;
-    addSettingsCommands(app, settings);
     RenderOptions render;
-    addRenderCommand(app, render);
     ShellOptions shell;
-    addShellCommands(app, shell);
     MenuOptions menu;
-    addMenuCommands(app, menu);
-    CLI11_PARSE(app, argc, argv);
+};
 
+void addCommands(CLI::App& app, Commands& c) {
+    app.add_flag("-v,--version", c.showVersion, "Print the version and exit");
+    addSkyCommand(app, c.sky);
+    addPrefsCommand(app, c.prefs);
+    addStatusCommand(app, c.status);
+    addSettingsCommands(app, c.settings);
+    addRenderCommand(app, c.render);
+    addShellCommands(app, c.shell);
+    addMenuCommands(app, c.menu);
+}
+
+int runCommand(const CLI::App& app, const Commands& c) {
     if (app.got_subcommand("sky"))
-        return runSky(sky);
-    if (status.command->parsed())
-        return runStatus(status);
-    if (render.command->parsed())
-        return runRender(render);
-    if (menuCommandParsed(menu))
-        return runMenuCommand(menu);
-    if (shellCommandParsed(shell))
-        return runShellCommand(shell);
-    if (settings.exportCommand->parsed() || settings.importCommand->parsed() ||
-        settings.resetCommand->parsed()) {
+        return runSky(c.sky);
+    if (c.status.command->parsed())
+        return runStatus(c.status);
+    if (c.render.command->parsed())
+        return runRender(c.render);
+    if (menuCommandParsed(c.menu))
+        return runMenuCommand(c.menu);
+    if (shellCommandParsed(c.shell))
+        return runShellCommand(c.shell);
+    if (c.settings.exportCommand->parsed() || c.settings.importCommand->parsed() ||
+        c.settings.resetCommand->parsed()) {
         corvane::setupLog("App");
-        return runSettings(settings);
+        return runSettings(c.settings);
     }
-    if (prefs.command->parsed()) {
+    if (c.prefs.command->parsed()) {
         // A missing desktop portal and the like are normal; they belong in the log, not on
         // the terminal. The commands print their own errors.
         corvane::setupLog("App");
-        return runPrefs(prefs);
+        return runPrefs(c.prefs);
     }
     std::cout << "Corvane Bar " << versionText() << "\n";
-    if (showVersion)
+    if (c.showVersion)
         return 0;
     std::cout << "\n" << app.help();
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away (`status --watch | head -1`) then shows as a failed write, which
+    // ends the command, whether or not a library has set the signal aside already.
+    std::signal(SIGPIPE, SIG_IGN);
+    CLI::App app{"Corvane Bar " + versionText() + " - system monitor for the desktop panel",
+                 "corvanebar"};
+    Commands commands;
+    addCommands(app, commands);
+    if (const auto status = corvane::cli::parseArguments(app, argc, argv, std::cout, std::cerr))
+        return corvane::cli::finishOutput(*status, std::cerr);
+    const int status = runCommand(app, commands);
+    // Whichever command loaded the settings says when their damaged file was set aside.
+    corvane::reportSetAsideSettings(std::cerr);
+    return corvane::cli::finishOutput(status, std::cerr);
 }

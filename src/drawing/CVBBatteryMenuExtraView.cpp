@@ -1,6 +1,7 @@
 #include "drawing/CVBBatteryMenuExtraView.h"
 
 #include "collectors/battery/BatteryStatCollector.h"
+#include "collectors/battery/WirelessDeviceKind.h"
 #include "drawing/Artwork.h"
 #include "drawing/ModuleText.h"
 #include "preferences/CVBPreferences.h"
@@ -76,14 +77,16 @@ double pairLevel(double left, double right) {
 
 const char* deviceImage(std::int64_t subtype) {
     switch (subtype) {
-    case 1:
+    case Earbuds:
         return "menubar-bluetooth-airpods";
-    case 2:
+    case Headphones:
         return "menubar-bluetooth-headphones";
-    case 4:
+    case Keyboard:
         return "menubar-bluetooth-keyboard";
-    case 5:
+    case Trackpad:
         return "menubar-bluetooth-trackpad";
+    case GameController:
+        return "menubar-bluetooth-gamecontroller";
     default:
         return "menubar-bluetooth-mouse";
     }

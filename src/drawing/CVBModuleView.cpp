@@ -302,10 +302,12 @@ int CVBModuleView::drawArrow(bool filled, int direction, const Color& color, Poi
 
 namespace {
 
+// The condensed offsets and the taller box of small condensed text make up for a condensed
+// face whose vertical metrics differ from the regular face's. Ours has the regular face's
+// metrics, so it stands where regular text does; the other placement lifts it up to 4 points
+// and cuts its top at sizes 15 and 16.
 double verticalOffset(const TextAttributes& a) {
-    const auto size = static_cast<std::int64_t>(a.size);
-    return a.condensed ? CVBPreferences::verticalOffsetForCondensedFontSize(size)
-                       : CVBPreferences::verticalOffsetForFontSize(size);
+    return CVBPreferences::verticalOffsetForFontSize(static_cast<std::int64_t>(a.size));
 }
 
 } // namespace
@@ -344,9 +346,7 @@ int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& at
 
 int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& attributes,
                                  const Rect& frame) {
-    const Rect box = attributes.condensed ? Rect{frame.x, frame.y - 1, frame.width, 14}
-                                          : Rect{frame.x, frame.y, frame.width, 12};
-    surface().drawText(text, box, attributes);
+    surface().drawText(text, Rect{frame.x, frame.y, frame.width, 12}, attributes);
     return static_cast<int>(frame.width) + 4;
 }
 

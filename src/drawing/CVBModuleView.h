@@ -80,7 +80,8 @@ public:
     int drawLabel(const std::string& image, const std::string& colorKey, int offset);
 
     // Text in the strip: large text in a rectangle 22 high at the offset its size needs,
-    // small text in one 12 high (14 for the condensed face). Each answers its width + 4.
+    // small text in one 12 high; the condensed face stands as the regular one does. Each
+    // answers its width + 4.
     int drawLargeText(std::string_view text, const TextAttributes& attributes, int offset);
     int drawLargeText(std::string_view text, const TextAttributes& attributes, const Rect& rect);
     int drawSmallText(std::string_view text, const TextAttributes& attributes, Point at);

@@ -22,7 +22,7 @@ struct TextAttributes {
     TextAlignment alignment = TextAlignment::Left;
     // Digits of equal width, so that changing numbers do not make the item jitter.
     bool tabularDigits = true;
-    // The condensed face, which sits at its own vertical offsets in the strip.
+    // The condensed face: narrower, with the regular face's vertical metrics.
     bool condensed = false;
     double letterSpacing = 0; // points between letters
 

@@ -137,6 +137,11 @@ double StatCollector::lastTimeForType(int type) const {
     return ring && ring[0].sampleID != 0 ? ring[0].time : 0.0;
 }
 
+bool StatCollector::hasReading() const {
+    const statsample* ring = tierAt(0).samples;
+    return ring && ring[0].sampleID != 0 && ring[0].empty == 0;
+}
+
 std::uint64_t StatCollector::lastIDForType(int type) const {
     const statsample* ring = validTier(type) ? tierAt(type).samples : nullptr;
     return ring ? ring[0].sampleID : 0;
@@ -318,20 +323,43 @@ void StatCollector::startLogging() {
         if (live.nextTime - now < 0.1)
             live.nextTime += 1.0;
         updateSequence_ = 0;
-        armBeat(live.nextTime - now);
+        armBeat(live.nextTime - now, &StatCollector::firstBeat);
     });
 }
 
-void StatCollector::armBeat(double delay) {
+void StatCollector::firstBeat() {
+    if (stopped_)
+        return;
+    if (!takeBaseline()) {
+        updateSamplesAndLogging();
+        return;
+    }
+    // Counters read now make the first sample a whole second's worth, on the next beat.
+    tierAt(0).nextTime += 1.0;
+    armBeat(delayToNextBeat());
+}
+
+void StatCollector::armBeat(double delay, void (StatCollector::*beat)()) {
     if (beatTimer_)
         queue_.cancel(beatTimer_);
     later(
         delay,
-        [this] {
+        [this, beat] {
             beatTimer_ = 0;
-            updateSamplesAndLogging();
+            (this->*beat)();
         },
         &beatTimer_);
+}
+
+double StatCollector::delayToNextBeat() {
+    sampleindexconfig& live = tierAt(0);
+    const double now = queue_.clock().now();
+    const double delay = live.nextTime - now;
+    if (delay >= 0 && delay <= 2.0)
+        return delay;
+    // The clock jumped or the beat slipped: aim at the next whole second; lost beats stay lost.
+    live.nextTime = std::ceil(now) + 1.0;
+    return live.nextTime - now;
 }
 
 void StatCollector::updateSamplesAndLogging() {
@@ -350,15 +378,7 @@ void StatCollector::_updateSamplesAndLogging() {
     updateHistory();
     updateSequence_ += 1;
     live.nextTime += 1.0;
-    const double now = queue_.clock().now();
-    double delay = live.nextTime - now;
-    if (delay < 0 || delay > 2.0) {
-        // The clock jumped or the beat slipped: aim at the next whole second; lost beats stay
-        // lost.
-        live.nextTime = std::ceil(now) + 1.0;
-        delay = live.nextTime - now;
-    }
-    armBeat(delay);
+    armBeat(delayToNextBeat());
 }
 
 void StatCollector::updateStats() {}

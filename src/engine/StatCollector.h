@@ -57,6 +57,9 @@ public:
     statsample sampleAtIndex(std::int64_t index, int type) const;
     virtual statsample sampleWithIdentifier(std::uint64_t identifier, int type) const;
     double lastTimeForType(int type) const;
+    // Whether the newest sample of the live tier holds a measurement: false before the first
+    // sample and when the machine could not be read. For collectors that hold their values.
+    bool hasReading() const;
     std::uint64_t lastIDForType(int type) const;
     virtual std::uint64_t lowestSampleForStorageType(int type) const;
     double idForInterval(int interval) const;
@@ -191,6 +194,10 @@ public:
 
 protected:
     void setStorageType(std::int64_t type) { storageType_ = type; }
+    // A collector whose samples are differences of counters reads the counters that its next
+    // sample is measured from, and answers true; the cycle then gives it a whole second before
+    // its first sample. The base reads nothing and answers false.
+    virtual bool takeBaseline() { return false; }
 
 private:
     friend class CollectorHistory;
@@ -200,7 +207,14 @@ private:
     const sampleindexconfig& tierAt(int tier) const {
         return sampleIndex_[static_cast<std::size_t>(tier)];
     }
-    void armBeat(double delay);
+    void armBeat(double delay,
+                 void (StatCollector::*beat)() = &StatCollector::updateSamplesAndLogging);
+    // The first beat after startLogging: a baseline for a collector that takes one, else a
+    // beat like any other.
+    void firstBeat();
+    // The delay until the live tier's nextTime; a clock that jumped or a beat that slipped aims
+    // at the next whole second instead.
+    double delayToNextBeat();
     void notifyDelegatesUpdated();
     void prepareDatabase();
     void addItemsSample(const Value& sample, int tier, std::vector<Value>* itemRows);

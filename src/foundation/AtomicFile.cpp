@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
@@ -12,32 +13,104 @@
 
 namespace corvane {
 
-bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
-    std::error_code error;
-    if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), error);
-    std::string temporary = file.string() + ".XXXXXX";
-    const int fd = ::mkstemp(temporary.data());
-    if (fd < 0) {
-        CVBLog("Cannot write %s: no temporary file", file.c_str());
+namespace {
+
+// mkstemp replaces the six X; removeStaleTemporaries recognises exactly this shape.
+constexpr std::string_view kTemporaryMarker = ".tmp-";
+constexpr std::size_t kRandomLength = 6;
+
+bool isTemporaryOf(const std::string& name, const std::string& target) {
+    if (name.size() != target.size() + kTemporaryMarker.size() + kRandomLength ||
+        name.compare(0, target.size(), target) != 0 ||
+        name.compare(target.size(), kTemporaryMarker.size(), kTemporaryMarker) != 0)
         return false;
+    for (std::size_t i = name.size() - kRandomLength; i < name.size(); ++i) {
+        const char c = name[i];
+        const bool alphanumeric =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        if (!alphanumeric)
+            return false;
     }
-    bool ok = ::fchmod(fd, 0644) == 0;
-    for (std::size_t done = 0; ok && done < bytes.size();) {
+    return true;
+}
+
+bool writeAll(int fd, std::string_view bytes) {
+    for (std::size_t done = 0; done < bytes.size();) {
         const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
         if (n < 0 && errno == EINTR)
             continue;
-        ok = n > 0;
-        done += ok ? static_cast<std::size_t>(n) : 0;
+        if (n <= 0)
+            return false;
+        done += static_cast<std::size_t>(n);
     }
-    ok = ok && ::fsync(fd) == 0;
+    return true;
+}
+
+} // namespace
+
+std::filesystem::path resolvedFile(const std::filesystem::path& file) {
+    std::filesystem::path current = file;
+    // As many links as the kernel follows before it gives up with ELOOP.
+    for (int hops = 0; hops < 40; ++hops) {
+        std::error_code error;
+        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(current, error)))
+            return current;
+        const std::filesystem::path target = std::filesystem::read_symlink(current, error);
+        if (error)
+            return current;
+        current = target.is_absolute() ? target : current.parent_path() / target;
+    }
+    return file;
+}
+
+bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
+    // Replacing the link itself would cut it from the file the user keeps elsewhere.
+    const std::filesystem::path target = resolvedFile(file);
+    std::string temporary = target.string() + std::string(kTemporaryMarker) + "XXXXXX";
+    const int fd = ::mkstemp(temporary.data());
+    if (fd < 0) {
+        const int error = errno;
+        CVBLog("Cannot write %s: no temporary file beside it (%s)", target.c_str(),
+               std::strerror(error));
+        errno = error;
+        return false;
+    }
+    struct stat existing {};
+    const mode_t mode = ::stat(target.c_str(), &existing) == 0 ? existing.st_mode & 07777 : 0644;
+    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, bytes) && ::fsync(fd) == 0;
     ok = (::close(fd) == 0) && ok;
-    ok = ok && ::rename(temporary.c_str(), file.c_str()) == 0;
+    ok = ok && ::rename(temporary.c_str(), target.c_str()) == 0;
     if (!ok) {
-        CVBLog("Cannot write %s: %s", file.c_str(), std::strerror(errno));
+        const int error = errno;
+        CVBLog("Cannot write %s: %s", target.c_str(), std::strerror(error));
         ::unlink(temporary.c_str());
+        errno = error; // for a caller that tells the user why
     }
     return ok;
+}
+
+int removeStaleTemporaries(const std::filesystem::path& file, std::chrono::seconds age) {
+    const std::filesystem::path target = resolvedFile(file);
+    const std::string name = target.filename().string();
+    const std::filesystem::path folder =
+        target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
+    const auto now = std::time(nullptr);
+    int removed = 0;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        const std::string candidate = entry.path().filename().string();
+        struct stat st {};
+        if (!isTemporaryOf(candidate, name) || ::lstat(entry.path().c_str(), &st) != 0)
+            continue;
+        // Another user's file, a link or a write still under way is not ours to remove.
+        if (!S_ISREG(st.st_mode) || st.st_uid != ::geteuid() || now - st.st_mtime < age.count())
+            continue;
+        if (::unlink(entry.path().c_str()) == 0) {
+            CVBLog("Removed %s, left by a write that did not finish", entry.path().c_str());
+            ++removed;
+        }
+    }
+    return removed;
 }
 
 std::optional<std::string> readFileContents(const std::filesystem::path& file) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -9,8 +10,21 @@ namespace corvane {
 
 // Writes to a temporary file beside the target, flushes it to disk and renames it over the
 // target, so a reader sees the old file or the new one, never a part. False on failure, which
-// is logged; the old file is then untouched.
+// is logged and left in errno; the old file is then untouched.
+//
+// A symbolic link stays a link: the file it points to is replaced. A replaced file keeps its
+// permissions; a new one is readable by all and writable by its owner. The folder must exist.
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+
+// The file that `file` names once symbolic links are followed, also when that file does not
+// exist yet; `file` itself when the links go round in a circle.
+std::filesystem::path resolvedFile(const std::filesystem::path& file);
+
+// Removes the temporary files that writes of `file` left behind when their process died before
+// the rename: only names of the form writeFileAtomically makes, only regular files of this
+// user, only those untouched for `age`. Answers how many went.
+int removeStaleTemporaries(const std::filesystem::path& file,
+                           std::chrono::seconds age = std::chrono::minutes(10));
 
 // The whole file, or nothing when it cannot be read.
 std::optional<std::string> readFileContents(const std::filesystem::path& file);

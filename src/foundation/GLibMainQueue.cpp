@@ -47,7 +47,9 @@ void GLibMainQueue::async(Task task) {
 }
 
 MainQueue::TimerId GLibMainQueue::after(double seconds, Task task) {
-    const double ms = std::isfinite(seconds) ? std::max(0.0, seconds * 1000.0) : 0.0;
+    // Rounded up: a beat aimed at a whole second that fires a fraction of a millisecond early
+    // would be stamped with the second before.
+    const double ms = std::isfinite(seconds) ? std::ceil(std::max(0.0, seconds * 1000.0)) : 0.0;
     GSource* source = g_timeout_source_new(static_cast<guint>(std::min(ms, 4.0e9)));
     return schedule(source, std::move(task));
 }

@@ -5,7 +5,9 @@
 #include "foundation/Log.h"
 #include "foundation/XmlPropertyListCheck.h"
 
+#include <cinttypes>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <memory>
 #include <plist/plist.h>
@@ -24,11 +26,15 @@ using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
 struct Reader {
     std::string_view origin;
+    std::string* problem = nullptr;
     bool failed = false;
 
     Value fail(const char* why) {
-        if (!failed)
+        if (!failed) {
             CVBLog("Property list %.*s: %s", static_cast<int>(origin.size()), origin.data(), why);
+            if (problem)
+                *problem = why;
+        }
         failed = true;
         return {};
     }
@@ -172,11 +178,120 @@ plist_t toPlist(const Value& value, int depth) {
     return nullptr;
 }
 
+// The code point of the UTF-8 sequence at `at`, advancing `at`; nothing (and `at` unchanged)
+// for a byte that starts no valid sequence: a stray continuation, an overlong form, a
+// surrogate or a value beyond U+10FFFF.
+std::optional<char32_t> decodeUtf8(std::string_view text, std::size_t& at) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(at);
+    if (lead < 0x80) {
+        ++at;
+        return lead;
+    }
+    std::size_t length = 0;
+    char32_t code = 0;
+    char32_t minimum = 0;
+    if ((lead & 0xE0) == 0xC0) {
+        length = 2, code = lead & 0x1F, minimum = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+        length = 3, code = lead & 0x0F, minimum = 0x800;
+    } else if ((lead & 0xF8) == 0xF0) {
+        length = 4, code = lead & 0x07, minimum = 0x10000;
+    } else {
+        return std::nullopt;
+    }
+    if (text.size() - at < length)
+        return std::nullopt;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80)
+            return std::nullopt;
+        code = (code << 6) | (byte(at + i) & 0x3F);
+    }
+    if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
+        return std::nullopt;
+    at += length;
+    return code;
+}
+
+// XML 1.0's Char production, less what valid UTF-8 already excludes.
+bool xmlCanHold(char32_t c) {
+    if (c < 0x20)
+        return c == '\t' || c == '\n' || c == '\r';
+    return c != 0xFFFE && c != 0xFFFF;
+}
+
+std::optional<std::string> valueProblem(const Value& value, const std::string& where, int depth) {
+    const auto at = [&](std::string problem) {
+        return where.empty() ? problem : problem + " (at " + where + ")";
+    };
+    if (depth > kMaximumDepth)
+        return at("nested too deeply");
+    if (value.isString()) {
+        if (auto problem = propertyListTextProblem(value.string()))
+            return at("text " + *problem);
+    } else if (value.isArray()) {
+        std::size_t index = 0;
+        for (const Value& item : value.arrayItems()) {
+            const std::string inner = where + "[" + std::to_string(index++) + "]";
+            if (auto problem = valueProblem(item, inner, depth + 1))
+                return problem;
+        }
+    } else if (value.isDictionary()) {
+        for (const auto& [key, item] : value.dictionaryItems()) {
+            if (auto problem = propertyListTextProblem(key))
+                return at("a key " + *problem);
+            const std::string inner = where.empty() ? key : where + "." + key;
+            if (auto problem = valueProblem(item, inner, depth + 1))
+                return problem;
+        }
+    }
+    return std::nullopt;
+}
+
+// XML readers read a carriage return in text as a line feed; the reference keeps it.
+std::string withCarriageReturnsEscaped(const std::string& xml) {
+    std::string escaped;
+    escaped.reserve(xml.size());
+    for (char c : xml) {
+        if (c == '\r')
+            escaped += "&#13;";
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
 } // namespace
 
+std::optional<std::string> propertyListTextProblem(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t start = at;
+        const auto code = decodeUtf8(text, at);
+        char description[96];
+        if (!code) {
+            std::snprintf(description, sizeof description,
+                          "is not valid UTF-8 (byte 0x%02X at offset %zu)",
+                          static_cast<unsigned char>(text[start]), start);
+            return std::string(description);
+        }
+        if (!xmlCanHold(*code)) {
+            std::snprintf(description, sizeof description,
+                          "holds U+%04" PRIX32
+                          " at offset %zu, a character that a settings file cannot hold",
+                          static_cast<std::uint32_t>(*code), start);
+            return std::string(description);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> propertyListValueProblem(const Value& value) {
+    return valueProblem(value, {}, 0);
+}
+
 Value readPropertyList(std::string_view bytes, std::string_view origin,
-                       std::optional<Value::Kind> expected) {
-    Reader reader{origin};
+                       std::optional<Value::Kind> expected, std::string* why) {
+    Reader reader{origin, why};
     if (bytes.empty())
         return reader.fail("empty");
     if (bytes.size() > std::numeric_limits<uint32_t>::max())
@@ -194,9 +309,9 @@ Value readPropertyList(std::string_view bytes, std::string_view origin,
     if (reader.failed)
         return {};
     if (expected && value.kind() != *expected) {
-        std::string why = std::string("expected ") + Value::kindName(*expected) +
-                          " at the root, found " + Value::kindName(value.kind());
-        return reader.fail(why.c_str());
+        const std::string wrongRoot = std::string("expected ") + Value::kindName(*expected) +
+                                      " at the root, found " + Value::kindName(value.kind());
+        return reader.fail(wrongRoot.c_str());
     }
     return value;
 }
@@ -211,6 +326,13 @@ Value readPropertyListFile(const std::filesystem::path& file, std::optional<Valu
 }
 
 std::string writePropertyList(const Value& value, PropertyListFormat format) {
+    if (format == PropertyListFormat::XML) {
+        // libplist would write such text raw, and every strict XML reader refuses the file.
+        if (auto problem = propertyListValueProblem(value)) {
+            CVBLog("Cannot write an XML property list: %s", problem->c_str());
+            return {};
+        }
+    }
     PlistPtr root(toPlist(value, 0));
     if (!root)
         return {};
@@ -222,6 +344,8 @@ std::string writePropertyList(const Value& value, PropertyListFormat format) {
         plist_to_bin(root.get(), &bytes, &length);
     std::string result(bytes ? bytes : "", bytes ? length : 0);
     std::free(bytes);
+    if (format == PropertyListFormat::XML && result.find('\r') != std::string::npos)
+        return withCarriageReturnsEscaped(result);
     return result;
 }
 
@@ -229,7 +353,7 @@ bool writePropertyListFile(const std::filesystem::path& file, const Value& value
                            PropertyListFormat format) {
     const std::string bytes = writePropertyList(value, format);
     if (bytes.empty()) {
-        CVBLog("Cannot write %s: %s is not a property list", file.c_str(),
+        CVBLog("Cannot write %s: not a property list (%s)", file.c_str(),
                Value::kindName(value.kind()));
         return false;
     }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace corvane {
@@ -21,8 +22,22 @@ std::filesystem::path SysRoot::path(std::string_view livePath) const {
     return root_ / livePath;
 }
 
+int openRegularFile(const std::filesystem::path& file) {
+    // Non-blocking, so that a FIFO without a writer cannot hang the open; and only a regular
+    // file is read: a device such as /dev/zero never ends. procfs and sysfs files are regular.
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0)
+        return -1;
+    struct stat status {};
+    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 std::optional<std::string> SysRoot::readFile(std::string_view livePath, std::size_t limit) const {
-    const int fd = ::open(path(livePath).c_str(), O_RDONLY | O_CLOEXEC);
+    const int fd = openRegularFile(path(livePath));
     if (fd < 0)
         return std::nullopt;
     std::string content;

@@ -26,7 +26,7 @@ public:
     std::filesystem::path path(std::string_view livePath) const;
 
     // The whole file; procfs files report size 0, so this reads to the end. Files larger than
-    // `limit` are cut there.
+    // `limit` are cut there. Only regular files are read: a FIFO or a device is nothing.
     std::optional<std::string> readFile(std::string_view livePath,
                                         std::size_t limit = std::size_t{4} * 1024 * 1024) const;
     // A sysfs attribute: the file's text without surrounding white space.
@@ -44,5 +44,9 @@ public:
 private:
     std::filesystem::path root_;
 };
+
+// A descriptor of the file if it is a regular one, opened so that nothing else can block the
+// open; -1 otherwise.
+int openRegularFile(const std::filesystem::path& file);
 
 } // namespace corvane

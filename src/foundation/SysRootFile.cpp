@@ -1,8 +1,8 @@
 #include "foundation/SysRootFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace corvane {
@@ -18,14 +18,14 @@ SysRootFile::~SysRootFile() {
 
 std::optional<std::string_view> SysRootFile::read() {
     if (fd_ < 0) {
-        fd_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+        fd_ = openRegularFile(path_);
         if (fd_ < 0)
             return std::nullopt;
     }
     std::size_t length = 0;
-    while (true) {
+    while (length < kLimit) {
         if (length == buffer_.size())
-            buffer_.resize(buffer_.size() * 2);
+            buffer_.resize(std::min(buffer_.size() * 2, kLimit));
         const ssize_t n = ::pread(fd_, buffer_.data() + length, buffer_.size() - length,
                                   static_cast<off_t>(length));
         if (n < 0 && errno == EINTR)

@@ -10,9 +10,12 @@ namespace corvane {
 
 // A file under a SysRoot kept open and read again from its start on each call: procfs makes
 // the text anew on every read, and sparing the open and close halves the cost of reading
-// /proc/stat each second. A file that is missing is looked for again on the next read.
+// /proc/stat each second. A file that is missing is looked for again on the next read. Only a
+// regular file is read, and never past the limit, where its text is cut.
 class SysRootFile {
 public:
+    static constexpr std::size_t kLimit = std::size_t{4} * 1024 * 1024;
+
     SysRootFile(const SysRoot& root, std::string_view livePath);
     ~SysRootFile();
     SysRootFile(const SysRootFile&) = delete;

@@ -2,6 +2,8 @@
 
 #include "foundation/TextParsing.h"
 
+#include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <glib.h>
 #include <vector>
@@ -10,15 +12,24 @@ namespace corvane {
 
 namespace {
 
+// Within 64 bits signed as well: libplist would read a larger value as another number.
 bool isInteger(std::string_view text) {
     text = trimmed(text);
+    const bool negative = !text.empty() && text.front() == '-';
     if (!text.empty() && (text.front() == '-' || text.front() == '+'))
         text.remove_prefix(1);
+    int base = 10;
     if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
         text.remove_prefix(2);
-        return text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+        base = 16;
     }
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+    std::uint64_t magnitude = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), magnitude, base);
+    if (text.empty() || error != std::errc{} || end != text.data() + text.size())
+        return false;
+    const std::uint64_t limit = std::uint64_t{1} << 63;
+    return negative ? magnitude <= limit : magnitude < limit;
 }
 
 bool isReal(std::string_view text) {
@@ -115,7 +126,7 @@ struct Checker {
         stack.pop_back();
         const auto& e = frame.element;
         if (e == "integer" && !isInteger(frame.text))
-            fail("<integer> holds \"" + frame.text + "\"");
+            fail("<integer> holds \"" + frame.text + "\", no 64-bit whole number");
         else if (e == "real" && !isReal(frame.text))
             fail("<real> holds \"" + frame.text + "\"");
         else if (e == "date" && !isDate(frame.text))

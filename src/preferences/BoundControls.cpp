@@ -47,16 +47,23 @@ void BoundControl::addTarget(Action selector) {
 }
 
 void BoundControl::commit(const Value& value) {
-    store(value);
+    if (!store(value)) {
+        updateValue(); // shows what the settings hold instead of what was refused
+        return;
+    }
     post();
     callTargets();
 }
 
-void BoundControl::store(const Value& value) {
+bool BoundControl::store(const Value& value) {
     const std::string key = prefKey();
     if (key.empty())
-        return;
-    CVBSetObjectForKey(value, key);
+        return true;
+    if (CVBPreferences::sharedPreferences().setObject(value, key))
+        return true;
+    // The other processes would re-read a value that is not there; the store logged why.
+    CVBLog("%s not stored; the other programs are not told", key.c_str());
+    return false;
 }
 
 void BoundControl::callTargets() {

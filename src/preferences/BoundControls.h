@@ -63,9 +63,10 @@ public:
     }
 
 protected:
-    // Stores the value (null removes it), posts and calls the targets, in that order.
+    // Stores the value (null removes it), posts and calls the targets, in that order. A value
+    // the store refuses or cannot write is neither posted nor handed to the targets.
     void commit(const Value& value);
-    void store(const Value& value);
+    bool store(const Value& value);
     void callTargets();
     // Posts `notificationName`, when there is one.
     void post();

@@ -169,27 +169,38 @@ Value CVBPreferences::objectForKey(std::string_view key, bool useCache) {
     return environment_.domain->copyValue(key);
 }
 
-void CVBPreferences::setObject(const Value& value, std::string_view key) {
-    if (key.empty())
-        return;
-    environment_.domain->setValue(key, value);
-    environment_.domain->synchronize();
+bool CVBPreferences::setObject(const Value& value, std::string_view key) {
+    if (!environment_.domain->setValue(key, value))
+        return false;
+    const bool written = environment_.domain->synchronize();
     resetValueForKey(key);
+    return written;
 }
 
-void CVBPreferences::setObjectDeferred(const Value& value, std::string_view key) {
-    if (key.empty())
-        return;
-    environment_.domain->setValue(key, value);
+bool CVBPreferences::setObjectDeferred(const Value& value, std::string_view key) {
+    if (!environment_.domain->setValue(key, value))
+        return false;
     resetValueForKey(key);
+    return true;
 }
 
 bool CVBPreferences::synchronize() {
     return environment_.domain->synchronize();
 }
 
-void CVBPreferences::removeObjectForKey(std::string_view key) {
-    setObject(Value(), key);
+bool CVBPreferences::updateObjectForKey(std::string_view key,
+                                        const std::function<Value(const Value& current)>& change) {
+    const bool written = environment_.domain->updateValue(key, change);
+    resetValueForKey(key);
+    return written;
+}
+
+std::optional<std::filesystem::path> CVBPreferences::setAsideCopy() const {
+    return environment_.domain->setAsideCopy();
+}
+
+bool CVBPreferences::removeObjectForKey(std::string_view key) {
+    return setObject(Value(), key);
 }
 
 Color CVBPreferences::colorForKey(std::string_view key) {

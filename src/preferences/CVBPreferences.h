@@ -7,6 +7,8 @@
 #include "preferences/PreferenceDomain.h"
 #include "preferences/SystemFacts.h"
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -67,13 +69,22 @@ public:
     // The stored value, without cache or default (the misspelling is the interface's).
     Value prefenceValueForKey(std::string_view key) { return objectForKey(key, false); }
 
-    // Writes and synchronises at once; null removes. Drops the key from both caches.
-    void setObject(const Value& value, std::string_view key);
-    void removeObjectForKey(std::string_view key);
+    // Writes and synchronises at once; null removes. Drops the key from both caches. False when
+    // the key or value is refused (see invalidPreferenceText) or the file cannot be written.
+    bool setObject(const Value& value, std::string_view key);
+    bool removeObjectForKey(std::string_view key);
     // Seen at once by every read in this process, but written only by the next `synchronize`:
-    // for edits that come in bursts, such as a drag in a colour picker.
-    void setObjectDeferred(const Value& value, std::string_view key);
+    // for edits that come in bursts, such as a drag in a colour picker. False when refused.
+    bool setObjectDeferred(const Value& value, std::string_view key);
     bool synchronize();
+    // A read-modify-write of one key that no other process can come between: `change` gets
+    // the value the file holds now (null when absent) and answers the new one (null removes).
+    // False, with nothing changed, when the result is refused or cannot be written. The key
+    // is read anew afterwards. `change` runs under the store's locks and must not use it.
+    bool updateObjectForKey(std::string_view key,
+                            const std::function<Value(const Value& current)>& change);
+    // Where a damaged settings file was moved aside while this process loaded the domain.
+    std::optional<std::filesystem::path> setAsideCopy() const;
     void setBool(bool value, std::string_view key) { setObject(Value(value), key); }
     void setInteger(std::int64_t value, std::string_view key) { setObject(Value(value), key); }
     void setFloat(double value, std::string_view key) { setObject(Value(value), key); }

@@ -1,5 +1,6 @@
 #include "preferences/PreferenceDomain.h"
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "foundation/PropertyList.h"
@@ -167,51 +168,129 @@ PreferenceDomain::Snapshot PreferenceDomain::readFile() const {
         return snapshot;
     }
     snapshot.identity = identityOf(st);
-    snapshot.content = readPropertyList(bytes, file_.string(), Value::Kind::Dictionary);
-    snapshot.outcome = snapshot.content.isDictionary() ? Outcome::Loaded : Outcome::Corrupt;
+    snapshot.content =
+        readPropertyList(bytes, file_.string(), Value::Kind::Dictionary, &snapshot.problem);
+    if (!snapshot.content.isDictionary())
+        snapshot.outcome = Outcome::Corrupt;
+    else if (propertyListValueProblem(snapshot.content))
+        snapshot.outcome = Outcome::Unwritable;
+    else
+        snapshot.outcome = Outcome::Loaded;
     return snapshot;
 }
 
+namespace {
+
+// A key as a log line can show it.
+std::string printable(std::string_view key) {
+    std::string shown;
+    for (char c : key.substr(0, 64))
+        shown += c >= 0x20 && c < 0x7f ? c : '?';
+    return shown;
+}
+
+} // namespace
+
 PreferenceDomain::Snapshot PreferenceDomain::readRepairing(bool locked) {
+    const auto needsRepair = [](Outcome outcome) {
+        return outcome == Outcome::Corrupt || outcome == Outcome::Unwritable;
+    };
+    if (!temporariesChecked_) {
+        // What a writer that died left behind; once a process, whatever it does first.
+        removeStaleTemporaries(file_);
+        temporariesChecked_ = true;
+    }
     Snapshot snapshot = readFile();
-    if (snapshot.outcome != Outcome::Corrupt)
+    if (!needsRepair(snapshot.outcome))
         return snapshot;
     std::optional<FileLock> lock;
     if (!locked) {
         // Look again under the lock: a writer may have replaced the file meanwhile.
         lock.emplace(file_);
         snapshot = readFile();
-        if (snapshot.outcome != Outcome::Corrupt)
+        if (!needsRepair(snapshot.outcome))
             return snapshot;
     }
-    if (moveAside())
-        return Snapshot{};
-    // What cannot be moved aside must not be written over either.
+    const bool repaired = snapshot.outcome == Outcome::Corrupt ? moveAside(snapshot.problem)
+                                                               : dropUnwritable(snapshot.content);
+    if (repaired)
+        return readFile();
+    // What cannot be kept aside must not be written over either.
     Snapshot stuck;
     stuck.outcome = Outcome::Unreadable;
     stuck.error = errno;
     return stuck;
 }
 
-bool PreferenceDomain::moveAside() {
+std::optional<std::string> PreferenceDomain::keepAside(bool inPlace) {
+    // The file behind a link: the link stays where the user put it.
+    const std::filesystem::path damaged = resolvedFile(file_);
     // Kept for the user or for support; the time alone may repeat within a second.
-    const std::string base = file_.string() + ".corrupt-" + std::to_string(std::time(nullptr));
+    const std::string base = damaged.string() + ".corrupt-" + std::to_string(std::time(nullptr));
     for (int n = 0; n < 1000; ++n) {
         const std::string aside = n == 0 ? base : base + "-" + std::to_string(n);
-        if (renameWithoutReplacing(file_.c_str(), aside.c_str())) {
-            CVBLog("Preferences %s: the file is no property-list dictionary; moved aside to %s",
-                   name_.c_str(), aside.c_str());
-            return true;
-        }
+        std::error_code error;
+        if (inPlace ? std::filesystem::copy_file(damaged, aside, error)
+                    : renameWithoutReplacing(damaged.c_str(), aside.c_str()))
+            return aside;
+        if (inPlace)
+            errno = error.value();
         if (errno != EEXIST)
             break;
     }
+    return std::nullopt;
+}
+
+bool PreferenceDomain::moveAside(const std::string& problem) {
+    const char* why = problem.empty() ? "no property-list dictionary" : problem.c_str();
+    if (auto aside = keepAside(false)) {
+        CVBLog("Preferences %s: %s did not read (%s); moved aside to %s, starting from the "
+               "defaults",
+               name_.c_str(), file_.c_str(), why, aside->c_str());
+        setAside_ = std::move(aside);
+        return true;
+    }
     const int error = errno;
-    CVBLog("Preferences %s: the file is no property-list dictionary and could not be moved "
-           "aside: %s",
-           name_.c_str(), std::strerror(error));
+    CVBLog("Preferences %s: %s did not read (%s) and could not be moved aside: %s", name_.c_str(),
+           file_.c_str(), why, std::strerror(error));
     errno = error;
     return false;
+}
+
+// Raw control characters from an earlier version, or broken text from a binary file: every
+// other reader refuses such a file, and it could not be written again. The whole file is kept
+// aside and only those entries leave the live one.
+bool PreferenceDomain::dropUnwritable(const Value& content) {
+    Value kept = Value::dict();
+    std::string dropped;
+    for (const auto& [key, value] : content.dictionaryItems()) {
+        auto problem = propertyListTextProblem(key);
+        if (problem)
+            problem = "the key " + *problem;
+        else
+            problem = propertyListValueProblem(value);
+        if (!problem) {
+            kept.set(key, value);
+            continue;
+        }
+        dropped += (dropped.empty() ? "" : "; ") + printable(key) + ": " + *problem;
+    }
+    auto aside = keepAside(true);
+    if (!aside || !writePropertyListFile(file_, kept)) {
+        const int error = errno;
+        if (aside)
+            ::unlink(aside->c_str());
+        CVBLog("Preferences %s: %s holds text that other readers refuse (%s) and could not be "
+               "repaired: %s",
+               name_.c_str(), file_.c_str(), dropped.c_str(), std::strerror(error));
+        errno = error;
+        return false;
+    }
+    CVBLog("Preferences %s: %s held text that other readers refuse (%s); kept the file as %s "
+           "and removed those settings",
+           name_.c_str(), file_.c_str(), dropped.c_str(), aside->c_str());
+    setAside_ = std::move(aside);
+    return true;
 }
 
 void PreferenceDomain::adopt(Snapshot snapshot) {
@@ -256,9 +335,28 @@ Value PreferenceDomain::copyValue(std::string_view key) {
     return stored_[key];
 }
 
-void PreferenceDomain::setValue(std::string_view key, Value value) {
+namespace {
+
+// The store's gate for what a caller hands it: logged, so that a refusal is never silent.
+bool acceptable(const std::string& domain, std::string_view key, const Value& value) {
+    auto problem = invalidPreferenceKey(key);
+    if (!problem)
+        problem = invalidPreferenceText(value);
+    if (!problem)
+        return true;
+    CVBLog("Preferences %s: not storing \"%s\": %s", domain.c_str(), printable(key).c_str(),
+           problem->c_str());
+    return false;
+}
+
+} // namespace
+
+bool PreferenceDomain::setValue(std::string_view key, Value value) {
+    if (!acceptable(name_, key, value))
+        return false;
     std::lock_guard guard(mutex_);
     pending_.insert_or_assign(std::string(key), std::move(value));
+    return true;
 }
 
 void PreferenceDomain::removeAll() {
@@ -281,7 +379,41 @@ bool PreferenceDomain::synchronize() {
         return !unreadable_;
     }
     FileLock lock(file_);
+    return writePending(readRepairing(true));
+}
+
+bool PreferenceDomain::updateValue(std::string_view key,
+                                   const std::function<Value(const Value& current)>& change) {
+    if (!acceptable(name_, key, Value()))
+        return false;
+    std::lock_guard guard(mutex_);
+    FileLock lock(file_);
     Snapshot current = readRepairing(true);
+    if (current.outcome == Outcome::Unreadable) {
+        adopt(std::move(current));
+        CVBLog("Preferences %s: %.*s not changed, the file cannot be read", name_.c_str(),
+               static_cast<int>(key.size()), key.data());
+        return false;
+    }
+    // This process's own change not yet written counts as the current value.
+    const Value changed = change(withPendingChanges(current.content)[key]);
+    if (!acceptable(name_, key, changed))
+        return false;
+    std::optional<Value> before;
+    if (auto it = pending_.find(key); it != pending_.end())
+        before = it->second;
+    pending_.insert_or_assign(std::string(key), changed);
+    if (writePending(std::move(current)))
+        return true;
+    // Nothing changed: the key goes back to what was waiting for it, if anything.
+    if (before)
+        pending_.insert_or_assign(std::string(key), *before);
+    else
+        pending_.erase(pending_.find(key));
+    return false;
+}
+
+bool PreferenceDomain::writePending(Snapshot current) {
     if (current.outcome == Outcome::Unreadable) {
         adopt(std::move(current));
         CVBLog("Preferences %s: changes kept in memory, the file cannot be read", name_.c_str());
@@ -322,6 +454,23 @@ Value PreferenceDomain::copyAll() {
     std::lock_guard guard(mutex_);
     reloadIfChanged();
     return withPendingChanges(stored_);
+}
+
+std::optional<std::filesystem::path> PreferenceDomain::setAsideCopy() const {
+    std::lock_guard guard(mutex_);
+    return setAside_;
+}
+
+std::optional<std::string> invalidPreferenceKey(std::string_view key) {
+    if (key.empty())
+        return std::string("the key is empty");
+    if (auto problem = propertyListTextProblem(key))
+        return "the key " + *problem;
+    return std::nullopt;
+}
+
+std::optional<std::string> invalidPreferenceText(const Value& value) {
+    return propertyListValueProblem(value);
 }
 
 } // namespace corvane

@@ -3,9 +3,11 @@
 #include "foundation/Value.h"
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -27,9 +29,12 @@ namespace corvane {
 // file system's timestamps are.
 //
 // A file that is read whole but is no property-list dictionary is moved aside to
-// "<file>.corrupt-<time>" (with "-<n>" added when that name is taken) and the domain starts
-// empty. A file that cannot be read at all is left in place: the domain keeps what it had and
-// writes nothing over it until it can be read again.
+// "<file>.corrupt-<time>" (with "-<n>" added when that name is taken), the log says why it did
+// not read, and the domain starts empty. A file that cannot be read at all is left in place:
+// the domain keeps what it had and writes nothing over it until it can be read again.
+//
+// A settings file that is a symbolic link stays one: the file it points to is what is read,
+// replaced and moved aside.
 class PreferenceDomain {
 public:
     PreferenceDomain(std::string name, std::filesystem::path file);
@@ -48,8 +53,16 @@ public:
 
     // The stored value, or null. Pending changes of this process are seen at once.
     Value copyValue(std::string_view key);
-    // Records a change for the next synchronize; null removes the key.
-    void setValue(std::string_view key, Value value);
+    // Records a change for the next synchronize; null removes the key. A key or text that
+    // invalidPreferenceKey or invalidPreferenceText refuses is logged and changes nothing (false).
+    bool setValue(std::string_view key, Value value);
+    // Reads the key as the file holds it now and stores what `change` makes of it, under the
+    // file's lock, so that changes of one key by several processes never lose one another. The
+    // current value is null when the key is absent; a null result removes the key. Pending
+    // changes are written too. False, with nothing changed, when the result is refused or the
+    // file cannot be written. `change` runs under the domain's locks: it must not use the domain.
+    bool updateValue(std::string_view key,
+                     const std::function<Value(const Value& current)>& change);
     // Writes this process's pending changes and picks up those of other processes. False when
     // the changes could not be written; they stay pending.
     bool synchronize();
@@ -60,6 +73,9 @@ public:
     Value copyAll();
     // Removes every key at the next synchronize.
     void removeAll();
+
+    // Where a damaged file of this domain was moved aside by this object, if it was.
+    std::optional<std::filesystem::path> setAsideCopy() const;
 
 private:
     struct Identity {
@@ -87,14 +103,17 @@ private:
     private:
         int fd_ = -1;
     };
-    enum class Outcome { Missing, Loaded, Corrupt, Unreadable };
+    // What one reading of the file found. Unwritable: a dictionary, but with text that no
+    // XML reader accepts.
+    enum class Outcome { Missing, Loaded, Corrupt, Unwritable, Unreadable };
     // One reading of the file: what was found, and the open file it came from.
     struct Snapshot {
         Outcome outcome = Outcome::Missing;
         Value content = Value::dict();
         OpenFile file;
         Identity identity;
-        int error = 0; // of an unreadable file
+        int error = 0;       // of an unreadable file
+        std::string problem; // why a corrupt file did not read
     };
 
     class FileLock;
@@ -102,11 +121,17 @@ private:
     static Identity identityOf(const struct stat& st);
     Identity identityOnDisk() const;
     Snapshot readFile() const;
-    // Reads the file; a corrupt one is moved aside under the lock (unless `locked` says the
-    // caller holds it) and reads as missing.
+    // Reads the file; under the lock (unless `locked` says the caller holds it) a corrupt one
+    // is moved aside and reads as missing, and one with unwritable text is repaired.
     Snapshot readRepairing(bool locked);
-    // Renames the file to a free "<file>.corrupt-..." name; false (errno set) when it cannot.
-    bool moveAside();
+    // Gives the file a free "<file>.corrupt-..." name, instead of its own or (`inPlace`) as a
+    // copy; nothing (errno set) when it cannot.
+    std::optional<std::string> keepAside(bool inPlace);
+    bool moveAside(const std::string& problem);
+    // Keeps a copy aside and writes the file again without the entries holding unwritable text.
+    bool dropUnwritable(const Value& content);
+    // Writes the pending changes over `current`, under the lock the caller holds.
+    bool writePending(Snapshot current);
     // Takes a snapshot as what is stored; an unreadable one leaves everything as it was.
     void adopt(Snapshot snapshot);
     void reloadIfChanged();
@@ -114,7 +139,7 @@ private:
 
     std::string name_;
     std::filesystem::path file_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     Value stored_ = Value::dict();
     Identity loaded_;
     // The file `stored_` was read from, held open so that its inode is not reused.
@@ -125,6 +150,14 @@ private:
     // Changes not yet written: key to new value, null for a removal.
     std::map<std::string, Value, std::less<>> pending_;
     bool removeAllPending_ = false;
+    std::optional<std::filesystem::path> setAside_;
+    bool temporariesChecked_ = false;
 };
+
+// Why a key cannot be stored: it is empty, or is text that a settings file cannot hold.
+std::optional<std::string> invalidPreferenceKey(std::string_view key);
+// Why a value cannot be stored: some text in it (a string or a dictionary key, at any depth)
+// is not valid UTF-8 or holds a character that a settings file cannot hold.
+std::optional<std::string> invalidPreferenceText(const Value& value);
 
 } // namespace corvane

@@ -78,6 +78,10 @@ constexpr std::array<const char*, 6> kDropdownOrderDisabledKeys{
     "Network_DropdownOrderDisabled", "Sensors_DropdownOrderDisabled",
 };
 
+// Shared settings that older builds kept in the application's own defaults.
+constexpr std::array<const char*, 2> kUpdateToggles{"UpdateCheckerDisabled",
+                                                    "UpdateCheckerAutomaticDisabled"};
+
 std::vector<std::string> splitAtCommas(std::string_view text) {
     std::vector<std::string> parts;
     while (true) {
@@ -221,6 +225,26 @@ void PreferenceMigration::migrateIfNeeded() {
             preferences_.setObject(Value(name), "Weather_ProviderKey");
         }
         setMarker("Migrated_WeatherProvider");
+    }
+
+    moveUpdateToggles();
+}
+
+// Out of the application's defaults, where a reset and an export never reached them. A value
+// the shared domain holds already is the newer one. Unmarked: once moved, nothing is left.
+void PreferenceMigration::moveUpdateToggles() {
+    if (!preferences_.environment().userDefaults)
+        return;
+    PreferenceDomain& application = preferences_.userDefaults();
+    for (const char* key : kUpdateToggles) {
+        const Value old = application.copyValue(key);
+        if (old.isNull())
+            continue;
+        if (preferences_.objectForKey(key, false).isNull() && !preferences_.setObject(old, key))
+            continue; // kept where it is until the shared domain can be written
+        application.setValue(key, Value());
+        if (application.synchronize())
+            CVBLog("moved %s to the shared settings", key);
     }
 }
 

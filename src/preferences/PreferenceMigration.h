@@ -55,6 +55,7 @@ private:
     bool hasMarker(std::string_view marker);
     void setMarker(std::string_view marker);
     void copyStatusSettings();
+    void moveUpdateToggles();
     // A write of migrateToV6: to the domain only when migration is allowed, to the cache always.
     void store(std::string_view key, Value value);
     void carryOver(const std::string& key, const Value& value);

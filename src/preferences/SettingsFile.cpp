@@ -27,7 +27,7 @@ namespace {
 
 using KeySet = std::set<std::string, std::less<>>;
 
-// Settings that belong to this machine: never exported.
+// Settings that belong to this machine: never exported, and kept by a reset.
 const KeySet kNotExported{
     "Network_HiddenIBridge", "Sensors-Limits",           "_mac_id",          "SensorsSliderSet",
     "Sensors_MenubarItems",  "Network_PrimaryInterface", "FilteringNetwork", "FilteringSensors",
@@ -40,12 +40,6 @@ const KeySet kKeptOnImport{
     "FilteringNetwork",      "FilteringSensors", "FilteringDisks",   "FanControl_DefaultSet",
 };
 
-// What a reset leaves; the filter lists go.
-const KeySet kKeptOnReset{
-    "Network_HiddenIBridge", "_mac_id", "SensorsSliderSet", "Network_PrimaryInterface",
-    "FanControl_DefaultSet",
-};
-
 // "%.2f" without the user's locale, which might write "6,72".
 std::string versionText(double version) {
     char buffer[32];
@@ -54,9 +48,9 @@ std::string versionText(double version) {
     return error == std::errc{} ? std::string(buffer, end) : std::string();
 }
 
-void removeAllBut(PreferenceDomain& domain, const KeySet& kept) {
+void removeAllBut(PreferenceDomain& domain, const KeySet& kept, bool keepMarkers = false) {
     for (const auto& key : domain.copyKeyList()) {
-        if (!kept.contains(key))
+        if (!kept.contains(key) && !(keepMarkers && key.starts_with("Migrated_")))
             domain.setValue(key, Value());
     }
 }
@@ -214,14 +208,22 @@ Value SettingsFile::exportedDictionary() {
     });
 }
 
-bool SettingsFile::exportSettings(const std::filesystem::path& file) {
+SettingsFile::Result SettingsFile::exportSettings(const std::filesystem::path& file) {
+    auto refuse = [&](std::string reason) {
+        CVBLog("Settings not exported to %s: %s", file.c_str(), reason.c_str());
+        return Result{false, std::move(reason)};
+    };
+    const std::filesystem::path folder = std::filesystem::absolute(file).parent_path();
+    std::error_code error;
+    if (!std::filesystem::is_directory(folder, error))
+        return refuse("the folder " + folder.string() + " does not exist");
     const Value contents = exportedDictionary();
-    if (!writePropertyListFile(file, contents)) {
-        CVBLog("Could not export the settings to %s", file.c_str());
-        return false;
-    }
+    if (auto problem = propertyListValueProblem(contents))
+        return refuse("a stored setting cannot be written: " + *problem);
+    if (!writePropertyListFile(file, contents))
+        return refuse(std::string("the file cannot be written (") + std::strerror(errno) + ")");
     CVBLog("Exported %zu settings to %s", contents["preferences"].size(), file.c_str());
-    return true;
+    return {true, {}};
 }
 
 SettingsFile::Result SettingsFile::importSettingsFile(const std::filesystem::path& file) {
@@ -243,6 +245,9 @@ SettingsFile::Result SettingsFile::importSettingsFile(const std::filesystem::pat
         return refuse("the file has no \"preferences\"");
     if (!settings.isDictionary())
         return refuse("\"preferences\" in the file is not a dictionary");
+    // Stored, such text would make the settings file unreadable at the next start.
+    if (auto problem = invalidPreferenceText(settings))
+        return refuse("the file holds text that a settings file cannot hold: " + *problem);
 
     // A version that is no number reads as 0: the file counts as old.
     const bool beforeVersion6 = root["version"].doubleValue() < 6.0;
@@ -275,7 +280,9 @@ SettingsFile::Result SettingsFile::importSettingsFile(const std::filesystem::pat
 
 SettingsFile::Result SettingsFile::resetSettings() {
     PreferenceDomain& domain = preferences_.domain();
-    removeAllBut(domain, kKeptOnReset);
+    // The markers stay: what is kept has its current form already, and the steps run again
+    // would empty the kept disk filter and sensor items, or bring back 5.x settings.
+    removeAllBut(domain, kNotExported, true);
     if (!domain.synchronize()) {
         domain.discardChanges();
         std::string reason = "the settings could not be written to " + domain.file().string();

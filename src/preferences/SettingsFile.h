@@ -70,16 +70,18 @@ public:
 
     // The dictionary an export writes: the stored settings but those of this machine.
     Value exportedDictionary();
-    // Writes the export as an XML property list, atomically. False (and a log line) on failure.
-    bool exportSettings(const std::filesystem::path& file);
+    // Writes the export as an XML property list, atomically, into a folder that exists (none is
+    // made). On failure the reason says why, and it is logged.
+    Result exportSettings(const std::filesystem::path& file);
 
     // Replaces the settings by those of the file, keeping this machine's own. A file that
-    // cannot be read or has no "preferences" dictionary changes nothing, and neither does an
-    // import whose settings cannot be written: the reason says why.
+    // cannot be read, has no "preferences" dictionary or holds text that a settings file cannot
+    // hold changes nothing, and neither does an import whose settings cannot be written: the
+    // reason says why.
     Result importSettingsFile(const std::filesystem::path& file);
 
-    // Back to the built-in defaults, keeping this machine's own settings. Changes nothing when
-    // the settings cannot be written.
+    // Back to the built-in defaults, keeping this machine's own settings (those an export
+    // leaves out). Changes nothing when the settings cannot be written.
     Result resetSettings();
 
 private:

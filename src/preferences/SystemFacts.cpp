@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <gio/gio.h>
+#include <string_view>
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
 #include <unicode/smpdtfmt.h>
@@ -93,17 +95,40 @@ bool isCLocale(const icu::Locale& locale) {
 
 } // namespace
 
-LocaleFacts LocaleFacts::forLocale(const char* localeId) {
+EnvironmentLookup processEnvironment() {
+    return [](const char* name) -> const char* { return std::getenv(name); };
+}
+
+std::string formatsLocaleId(const char* category, const EnvironmentLookup& lookup) {
+    std::string_view chosen;
+    for (const char* name : {"LC_ALL", category, "LANG"}) {
+        // An empty variable counts as unset, as it does for the C library.
+        if (const char* value = lookup(name); value && *value) {
+            chosen = value;
+            break;
+        }
+    }
+    // "de_DE.UTF-8" and "de_DE@euro" are "de_DE" to ICU.
+    chosen = chosen.substr(0, chosen.find_first_of(".@"));
+    if (chosen.empty() || chosen == "C" || chosen == "POSIX")
+        return "en_US_POSIX";
+    return std::string(chosen);
+}
+
+LocaleFacts LocaleFacts::forLocales(const char* measurementLocaleId, const char* timeLocaleId) {
     LocaleFacts facts;
-    const icu::Locale locale(localeId);
-    if (isCLocale(locale))
-        return facts; // metric, "HH:mm"
-    UErrorCode status = U_ZERO_ERROR;
-    const UMeasurementSystem system = ulocdata_getMeasurementSystem(localeId, &status);
-    if (U_SUCCESS(status))
-        facts.metricSystem = system != UMS_US;
+    if (!isCLocale(icu::Locale(measurementLocaleId))) {
+        UErrorCode status = U_ZERO_ERROR;
+        const UMeasurementSystem system =
+            ulocdata_getMeasurementSystem(measurementLocaleId, &status);
+        if (U_SUCCESS(status))
+            facts.metricSystem = system != UMS_US;
+    }
+    const icu::Locale timeLocale(timeLocaleId);
+    if (isCLocale(timeLocale))
+        return facts; // "HH:mm"
     std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, locale));
+        icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, timeLocale));
     if (auto* simple = dynamic_cast<icu::SimpleDateFormat*>(format.get())) {
         icu::UnicodeString pattern;
         simple->toPattern(pattern);
@@ -113,8 +138,9 @@ LocaleFacts LocaleFacts::forLocale(const char* localeId) {
     return facts;
 }
 
-LocaleFacts LocaleFacts::current() {
-    return forLocale(icu::Locale::getDefault().getName());
+LocaleFacts LocaleFacts::current(const EnvironmentLookup& lookup) {
+    return forLocales(formatsLocaleId("LC_MEASUREMENT", lookup).c_str(),
+                      formatsLocaleId("LC_TIME", lookup).c_str());
 }
 
 namespace {

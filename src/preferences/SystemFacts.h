@@ -23,15 +23,27 @@ struct MachineFacts {
     static bool isLaptop(const std::string& modelIdentifier, std::optional<int> chassisType);
 };
 
+// An environment variable's value, or null when unset.
+using EnvironmentLookup = std::function<const char*(const char*)>;
+EnvironmentLookup processEnvironment();
+
+// The ICU locale id of one category of formats ("LC_NUMERIC", "LC_TIME", "LC_MEASUREMENT"),
+// chosen as the C library chooses it: LC_ALL, else the category's own variable, else LANG.
+// Desktops set these to the user's formats region, which may differ from the language of the
+// messages. The C locale, and no setting at all, read as "en_US_POSIX", as ICU names it.
+std::string formatsLocaleId(const char* category,
+                            const EnvironmentLookup& lookup = processEnvironment());
+
 // What the preferences need to know of the user's locale, through ICU.
 struct LocaleFacts {
     bool metricSystem = true;
     std::string shortTimePattern = "HH:mm"; // Unicode date pattern of the short time style
 
-    // The default locale of the process (from LANG and friends). The C and POSIX locales read
-    // as metric with a 24-hour clock, as the C locale writes them.
-    static LocaleFacts current();
-    static LocaleFacts forLocale(const char* localeId);
+    // Units from the measurement category, the clock from the time category. The C and POSIX
+    // locales read as metric with a 24-hour clock, as the C locale writes them.
+    static LocaleFacts current(const EnvironmentLookup& lookup = processEnvironment());
+    static LocaleFacts forLocales(const char* measurementLocaleId, const char* timeLocaleId);
+    static LocaleFacts forLocale(const char* localeId) { return forLocales(localeId, localeId); }
 };
 
 // The desktop's look: dark or light, and raised contrast. Answers nothing when unknown.

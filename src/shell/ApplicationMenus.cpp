@@ -1,6 +1,8 @@
 #include "shell/ApplicationMenus.h"
 
+#include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
+#include "preferences/PreferenceCommands.h"
 #include "shell/HelpMenu.h"
 #include "text/CVBTranslations.h"
 
@@ -32,7 +34,7 @@ constexpr PreferenceToggle kDisablePWS{"Disable Personal Weather Stations", "Wea
 constexpr std::array kPreferenceToggles{&kCombineProcesses, &kMonitorSMART, &kDisableFrequency,
                                         &kSendDiagnostics, &kDisablePWS};
 
-// The update items tick when their "...Disabled" key in the standard user defaults is not set.
+// The update items tick when their "...Disabled" key in the shared settings is not set.
 struct UpdateToggle {
     const char* title;
     const char* disabledKey;
@@ -160,10 +162,11 @@ void ApplicationMenus::updateAboutTitle() {
     static constexpr std::string_view kToken = "APPLICATIONNAME";
     if (appMenu_->numberOfItems() == 0)
         return;
-    std::string title = HLVLocalizedMenuString(kAboutTitle);
-    if (const auto at = title.find(kToken); at != std::string::npos)
-        title.replace(at, kToken.size(), kApplicationName);
-    appMenu_->itemAtIndex(0).title = std::move(title);
+    // The menu table's keys have the name filled in, so the title is asked for with it.
+    std::string key = kAboutTitle;
+    if (const auto at = key.find(kToken); at != std::string::npos)
+        key.replace(at, kToken.size(), kApplicationName);
+    appMenu_->itemAtIndex(0).title = HLVLocalizedMenuString(key);
 }
 
 void ApplicationMenus::addWindowItem(const std::string& title) {
@@ -171,14 +174,13 @@ void ApplicationMenus::addWindowItem(const std::string& title) {
 }
 
 void ApplicationMenus::updateMenuItems() {
-    auto& defaults = preferences_.userDefaults();
     mainMenu_.forEachItem([&](MenuItem& item) {
         for (const auto* toggle : kPreferenceToggles)
             if (item.identifier == toggle->title)
                 item.state = preferences_.objectForKey(toggle->key).boolValue();
         for (const auto& toggle : {kAutomaticChecks, kAutomaticInstalls})
             if (item.identifier == toggle.title)
-                item.state = !defaults.copyValue(toggle.disabledKey).boolValue();
+                item.state = !preferences_.objectForKey(toggle.disabledKey, false).boolValue();
     });
 }
 
@@ -186,10 +188,20 @@ void ApplicationMenus::post(const char* name) {
     center_.postNotificationName(name, {}, DistributedNotificationCenter::DeliverImmediately);
 }
 
+bool ApplicationMenus::store(std::string_view key, const Value& value) {
+    if (storeUnlessStored(preferences_, key, value))
+        return true;
+    CVBLog("%.*s could not be stored; the settings cannot be written", static_cast<int>(key.size()),
+           key.data());
+    actions_.settingNotStored(std::string(key));
+    return false;
+}
+
 void ApplicationMenus::togglePreference(MenuItem& item, std::string_view key,
                                         const char* notification) {
     const bool turnOn = !item.state;
-    preferences_.setBool(turnOn, key);
+    if (!store(key, Value(turnOn)))
+        return;
     item.state = turnOn;
     if (notification)
         post(notification);
@@ -197,11 +209,10 @@ void ApplicationMenus::togglePreference(MenuItem& item, std::string_view key,
 
 void ApplicationMenus::toggleUpdateSetting(MenuItem& item, std::string_view disabledKey) {
     const bool turnOn = !item.state;
-    auto& defaults = preferences_.userDefaults();
     // On removes the key rather than storing false: absent is what the updater reads as on.
-    defaults.setValue(disabledKey, turnOn ? Value() : Value(true));
+    if (!store(disabledKey, turnOn ? Value() : Value(true)))
+        return;
     item.state = turnOn;
-    defaults.synchronize();
     center_.postNotificationName(kUpdateCheckerChangeNotification, {},
                                  DistributedNotificationCenter::DeliverImmediately |
                                      DistributedNotificationCenter::PostToAllSessions);
@@ -216,20 +227,22 @@ void ApplicationMenus::toggleAutomaticInstalls(MenuItem& item) {
 }
 
 void ApplicationMenus::resetNetworkFiltering() {
-    preferences_.setObject(Value::array(), "FilteringNetwork");
+    if (!store("FilteringNetwork", Value::array()))
+        return;
     post("CorvaneBarNetworkPreferencesChanged");
 }
 
 void ApplicationMenus::resetDiskFiltering() {
-    preferences_.setObject(Value::array(), "FilteringDisks");
-    preferences_.setObject(Value::array(), "FilteringDiskActivity");
+    if (!store("FilteringDisks", Value::array()) || !store("FilteringDiskActivity", Value::array()))
+        return;
     // Once for each list emptied.
     post("CorvaneBarDisksPreferencesChanged");
     post("CorvaneBarDisksPreferencesChanged");
 }
 
 void ApplicationMenus::resetSensorFiltering() {
-    preferences_.setObject(Value::array(), "FilteringSensors");
+    if (!store("FilteringSensors", Value::array()))
+        return;
     post("CorvaneBarSensorsPreferencesChanged");
 }
 

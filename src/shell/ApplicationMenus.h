@@ -71,6 +71,9 @@ private:
     std::unique_ptr<MenuItem> makeToggle(const char* title,
                                          void (ApplicationMenus::*toggle)(MenuItem&));
     void togglePreference(MenuItem& item, std::string_view key, const char* notification);
+    // Writes one key and says whether it reached the settings file; a failure is logged and
+    // told to the actions.
+    bool store(std::string_view key, const Value& value);
     void toggleUpdateSetting(MenuItem& item, std::string_view disabledKey);
     void post(const char* name);
 

@@ -7,9 +7,11 @@
 
 namespace corvane {
 
-void CombinedController::toggle(const SectionSwitch& sender) {
-    SectionController::toggle(sender);
-    manager().checkCombinedItems();
+bool CombinedController::toggle(const SectionSwitch& sender) {
+    const bool stored = SectionController::toggle(sender);
+    // The items it took or gave back change their switches too.
+    manager().refreshAllSections();
+    return stored;
 }
 
 std::vector<std::int64_t> CombinedController::combinedItemKeys() {

@@ -17,7 +17,7 @@ public:
     }
     std::string stateNotificationKey() const override { return "combined"; }
     std::optional<std::string> hotkeyPreferenceKey() const override { return "Combined_Hotkey"; }
-    void toggle(const SectionSwitch& sender) override;
+    bool toggle(const SectionSwitch& sender) override;
 
     // The section keys the Combined item holds: the "key" of every mode of its panel and
     // dropdown lists, each once, in order of first use.

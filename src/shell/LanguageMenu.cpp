@@ -2,6 +2,7 @@
 
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
+#include "preferences/PreferenceCommands.h"
 #include "shell/Menu.h"
 #include "text/CVBTranslations.h"
 
@@ -102,11 +103,11 @@ void LanguageMenu::updateLanguageMenu() {
             item->state = item->representedObject.stringValue() == language;
 }
 
-void LanguageMenu::storeLanguage(std::string_view key) {
-    if (key.empty())
-        preferences_.removeObjectForKey(kLanguageKey);
-    else
-        preferences_.setObject(Value(key), kLanguageKey);
+bool LanguageMenu::storeLanguage(std::string_view key) {
+    if (!storeUnlessStored(preferences_, kLanguageKey, key.empty() ? Value() : Value(key))) {
+        CVBLog("The language could not be stored; the settings cannot be written");
+        return false;
+    }
     // A language list left by the desktop would outrank the choice.
     auto& defaults = preferences_.userDefaults();
     defaults.setValue("AppleLanguages", Value());
@@ -114,11 +115,13 @@ void LanguageMenu::storeLanguage(std::string_view key) {
     updateLanguageMenu();
     center_.postNotificationName(kLanguageChangeNotification, {},
                                  DistributedNotificationCenter::DeliverImmediately);
+    return true;
 }
 
 void LanguageMenu::selectLanguage(std::string_view key) {
-    storeLanguage(key);
-    relaunch();
+    // Starting again would only show the old language.
+    if (storeLanguage(key))
+        relaunch();
 }
 
 void LanguageMenu::relaunch() {

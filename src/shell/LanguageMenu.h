@@ -44,10 +44,11 @@ public:
     std::string storedLanguage() const;
 
     // Stores the choice, tells the other processes, and starts the program again. When it
-    // cannot be started again, this one keeps running.
+    // cannot be started again, or the choice cannot be stored, this one keeps running.
     void selectLanguage(std::string_view key);
-    // The stores and the notification of selectLanguage, without the restart.
-    void storeLanguage(std::string_view key);
+    // The stores and the notification of selectLanguage, without the restart. False when the
+    // choice could not be stored; nothing is posted then.
+    bool storeLanguage(std::string_view key);
 
 private:
     void relaunch();

@@ -23,6 +23,8 @@ public:
     // The sheet that packs and sends the log files, over the main window.
     virtual void sendLogFiles() {}
     virtual void openURL(const std::string& address) { (void)address; }
+    // A command's setting could not be written; nothing was posted and its tick is unchanged.
+    virtual void settingNotStored(const std::string& key) { (void)key; }
 };
 
 } // namespace corvane

@@ -21,10 +21,12 @@ public:
 
 MenuCommandLine::MenuCommandLine(CVBPreferences& preferences, DistributedNotificationCenter& center,
                                  MainQueue& queue, std::function<void()> settle, std::ostream& out,
-                                 std::ostream& err)
-    : settle_(std::move(settle))
+                                 std::ostream& err, std::filesystem::path logFile)
+    : center_(center)
+    , settle_(std::move(settle))
     , out_(out)
     , err_(err)
+    , logFile_(std::move(logFile))
     , noRestart_(std::make_unique<NoRestart>())
     , menus_(preferences, center, queue, actions_)
     , language_(preferences, center, *noRestart_, *noRestart_, std::filesystem::path()) {
@@ -78,12 +80,18 @@ int MenuCommandLine::toggle(std::string_view title) {
     if (menus_.languageMenu().findItem(title) == item)
         return storeLanguage(item->representedObject.stringValue());
     actions_.clear();
+    StoreFailureReport report(logFile_);
     if (!item->perform()) {
         err_ << "corvanebar menu: \"" << item->title << "\" does nothing here\n";
         return 1;
     }
     if (settle_)
         settle_();
+    if (!actions_.notStored().empty()) {
+        err_ << "corvanebar menu: \"" << item->title << "\" could not be stored: " << report.text()
+             << "\n";
+        return 1;
+    }
     if (!actions_.refusal().empty()) {
         err_ << "corvanebar menu: \"" << item->title
              << "\" is not available here: " << actions_.refusal() << "\n";
@@ -131,11 +139,19 @@ int MenuCommandLine::setLanguage(std::string_view key) {
 }
 
 int MenuCommandLine::storeLanguage(const std::string& key) {
-    language_.storeLanguage(key);
+    StoreFailureReport report(logFile_);
+    if (!language_.storeLanguage(key)) {
+        err_ << "corvanebar language: the language could not be stored: " << report.text() << "\n";
+        return 1;
+    }
     const MenuItem* item = languageItem(key);
-    out_ << "Language: " << item->title << (key.empty() ? "" : " (" + key + ")") << "\n"
-         << "Posted " << kLanguageChangeNotification
-         << "; a settings window that is open shows it once started again\n";
+    out_ << "Language: " << item->title << (key.empty() ? "" : " (" + key + ")") << "\n";
+    if (center_.isConnected())
+        out_ << "Posted " << kLanguageChangeNotification
+             << "; a settings window that is open shows it once started again\n";
+    else
+        out_ << "No session bus, so no running program was told; a settings window shows it at "
+                "its next start\n";
     return 0;
 }
 

@@ -2,10 +2,12 @@
 
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/MainQueue.h"
+#include "preferences/PreferenceCommands.h"
 #include "shell/ApplicationMenus.h"
 #include "shell/LanguageMenu.h"
 #include "shell/MenuActions.h"
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -28,14 +30,18 @@ public:
     void deleteDatabase(std::function<void()>) override { refuse(kNeedsStatusItem); }
     void sendLogFiles() override { refuse(kNeedsWindow); }
     void openURL(const std::string& address) override { opened_ = address; }
+    void settingNotStored(const std::string& key) override { notStored_ = key; }
 
     // Why the last command could not run here; empty when it could.
     const std::string& refusal() const { return refusal_; }
     // The page the last command would have opened; empty for none.
     const std::string& opened() const { return opened_; }
+    // The key the last command could not write; empty when all was written.
+    const std::string& notStored() const { return notStored_; }
     void clear() {
         refusal_.clear();
         opened_.clear();
+        notStored_.clear();
     }
 
 private:
@@ -45,6 +51,7 @@ private:
 
     std::string refusal_;
     std::string opened_;
+    std::string notStored_;
 };
 
 // `corvanebar menu` and `corvanebar language`: the menus printed with their ticks, an item
@@ -52,9 +59,10 @@ private:
 class MenuCommandLine {
 public:
     // `settle` runs what the commands left on the queue (help pages open a turn later).
+    // `logFile` is named when the settings cannot be written.
     MenuCommandLine(CVBPreferences& preferences, DistributedNotificationCenter& center,
                     MainQueue& queue, std::function<void()> settle, std::ostream& out,
-                    std::ostream& err);
+                    std::ostream& err, std::filesystem::path logFile = commandLogFile());
     ~MenuCommandLine();
     MenuCommandLine(const MenuCommandLine&) = delete;
     MenuCommandLine& operator=(const MenuCommandLine&) = delete;
@@ -79,9 +87,11 @@ private:
     // The language menu's item of that key; null for a key not offered.
     const MenuItem* languageItem(const std::string& key);
 
+    DistributedNotificationCenter& center_;
     std::function<void()> settle_;
     std::ostream& out_;
     std::ostream& err_;
+    std::filesystem::path logFile_;
     CommandLineMenuActions actions_;
     std::unique_ptr<NoRestart> noRestart_;
     ApplicationMenus menus_;

@@ -1,6 +1,8 @@
 #include "shell/NotificationsController.h"
 
+#include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
+#include "preferences/PreferenceCommands.h"
 #include "preferences/SectionNotifications.h"
 
 namespace corvane {
@@ -9,9 +11,15 @@ namespace {
 constexpr const char* kEnabledKey = "Notifications-Enabled";
 }
 
-void NotificationsController::toggle(const SectionSwitch& sender) {
-    CVBSetBoolForKey(sender.on, kEnabledKey);
+bool NotificationsController::toggle(const SectionSwitch& sender) {
+    if (!storeUnlessStored(CVBPreferences::sharedPreferences(), kEnabledKey, Value(sender.on))) {
+        CVBLog("The notification rules could not be switched %s; the settings cannot be written",
+               sender.on ? "on" : "off");
+        checkState();
+        return false;
+    }
     postDistributed(notificationForKey(kEnabledKey));
+    return true;
 }
 
 void NotificationsController::checkState() {

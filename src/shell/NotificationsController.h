@@ -11,7 +11,7 @@ public:
     using SectionController::SectionController;
 
     std::string sectionName() const override { return "Notifications"; }
-    void toggle(const SectionSwitch& sender) override;
+    bool toggle(const SectionSwitch& sender) override;
     void checkState() override;
     void setState(bool) override {}
 };

@@ -1,5 +1,6 @@
 #include "shell/SectionCommands.h"
 
+#include "shell/CombinedController.h"
 #include "shell/SectionController.h"
 
 #include <algorithm>
@@ -26,6 +27,14 @@ std::string joined(const std::vector<std::string>& names) {
     return text;
 }
 
+std::vector<std::string> without(std::vector<std::string> names,
+                                 const std::vector<std::string>& others) {
+    std::erase_if(names, [&](const std::string& name) {
+        return std::find(others.begin(), others.end(), name) != others.end();
+    });
+    return names;
+}
+
 std::string stateText(const SectionController& section) {
     if (section.xibName() == "General")
         return "-";
@@ -40,11 +49,12 @@ std::string stateText(const SectionController& section) {
 } // namespace
 
 SectionCommands::SectionCommands(SectionManager& manager, std::ostream& out, std::ostream& err,
-                                 ApplicationLauncher* launcher)
+                                 ApplicationLauncher* launcher, std::filesystem::path logFile)
     : manager_(manager)
     , out_(out)
     , err_(err)
-    , launcher_(launcher) {}
+    , launcher_(launcher)
+    , logFile_(std::move(logFile)) {}
 
 void SectionCommands::loadSections() {
     if (!manager_.sections().empty())
@@ -108,12 +118,43 @@ int SectionCommands::setEnabled(std::string_view name, bool on) {
     }
     // What a click does, to the state asked for even when it is already so: the other
     // processes are told either way.
+    const auto insideBefore = titlesInsideCombined();
+    const auto onBefore = titlesSwitchedOn();
     toggle.on = on;
-    section->toggle(toggle);
+    StoreFailureReport report(logFile_);
+    if (!section->toggle(toggle)) {
+        err_ << "corvanebar " << command << ": could not switch " << title << " " << command << ": "
+             << report.text() << "\n";
+        return 1;
+    }
     // Notifications switches its rules, not a panel item.
     const bool rules = section->xibName() == "Notifications";
     out_ << title << (rules ? ": rules are " : " is ") << (on ? "on" : "off") << "\n";
+    if (section != manager_.combined())
+        return 0;
+    // Combined takes the items it shows out of the panel, and gives them back.
+    const auto changed =
+        on ? without(titlesInsideCombined(), insideBefore) : without(titlesSwitchedOn(), onBefore);
+    if (!changed.empty())
+        out_ << (on ? "Now inside Combined: " : "Back as items of their own: ") << joined(changed)
+             << "\n";
     return 0;
+}
+
+std::vector<std::string> SectionCommands::titlesInsideCombined() const {
+    std::vector<std::string> titles;
+    for (const auto* section : manager_.sections())
+        if (section->sourceItem().toggle.hidden)
+            titles.push_back(section->sourceItem().label.text);
+    return titles;
+}
+
+std::vector<std::string> SectionCommands::titlesSwitchedOn() const {
+    std::vector<std::string> titles;
+    for (const auto* section : manager_.sections())
+        if (section->xibName() != "Notifications" && section->sourceItem().toggle.on)
+            titles.push_back(section->sourceItem().label.text);
+    return titles;
 }
 
 int SectionCommands::open(std::string_view name) {
@@ -131,7 +172,13 @@ int SectionCommands::open(std::string_view name) {
              << " cannot be opened from outside; one of: " << joined(openable) << "\n";
         return 2;
     }
-    manager_.distributedCenter().postNotificationName(notification);
+    auto& center = manager_.distributedCenter();
+    if (!center.isConnected()) {
+        err_ << "corvanebar open: no session bus, so no settings window can be asked to open "
+             << section->sourceItem().label.text << "\n";
+        return 1;
+    }
+    center.postNotificationName(notification);
     out_ << "Asked the settings window to open " << section->sourceItem().label.text << "\n";
     if (launcher_ && !launcher_->isRunning())
         out_ << "(no settings window is running to answer)\n";

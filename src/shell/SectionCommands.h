@@ -1,8 +1,10 @@
 #pragma once
 
+#include "preferences/PreferenceCommands.h"
 #include "preferences/SectionLauncher.h"
 #include "shell/SectionManager.h"
 
+#include <filesystem>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -16,9 +18,11 @@ namespace corvane {
 // answers are exit codes.
 class SectionCommands {
 public:
-    // `launcher` tells whether a settings window runs; may be null.
+    // `launcher` tells whether a settings window runs; may be null. `logFile` is named when the
+    // settings cannot be written.
     SectionCommands(SectionManager& manager, std::ostream& out, std::ostream& err,
-                    ApplicationLauncher* launcher = nullptr);
+                    ApplicationLauncher* launcher = nullptr,
+                    std::filesystem::path logFile = commandLogFile());
 
     int list();
     int setEnabled(std::string_view name, bool on);
@@ -31,11 +35,15 @@ public:
 private:
     void loadSections();
     SectionController* sectionNamed(std::string_view name, std::string_view command);
+    // The titles of the sections shown inside Combined, and of those whose item is on.
+    std::vector<std::string> titlesInsideCombined() const;
+    std::vector<std::string> titlesSwitchedOn() const;
 
     SectionManager& manager_;
     std::ostream& out_;
     std::ostream& err_;
     ApplicationLauncher* launcher_;
+    std::filesystem::path logFile_;
 };
 
 } // namespace corvane

@@ -30,6 +30,14 @@ Value integerList(const std::vector<std::int64_t>& keys) {
     return list;
 }
 
+// Whether any was there.
+bool removeKeys(std::vector<std::int64_t>& order, const std::vector<std::int64_t>& keys) {
+    const auto size = order.size();
+    for (auto key : keys)
+        order.erase(std::remove(order.begin(), order.end(), key), order.end());
+    return order.size() != size;
+}
+
 } // namespace
 
 SectionController::SectionController(SectionManager& manager)
@@ -120,36 +128,93 @@ bool SectionController::isLoaded(const Value&) const {
     return std::find(order.begin(), order.end(), sectionKey_) != order.end();
 }
 
-void SectionController::toggle(const SectionSwitch& sender) {
-    CVBRefreshKey(kOrderKey);
-    auto order = statusItemOrder();
-    const auto found = std::find(order.begin(), order.end(), sectionKey_);
-    if (sender.on) {
-        if (found == order.end()) {
-            // A leading -1 stays in front.
-            const auto at = (!order.empty() && order.front() == -1) ? 1 : 0;
-            order.insert(order.begin() + at, sectionKey_);
-            CVBSetObjectForKey(integerList(order), kOrderKey);
-        }
-    } else {
-        order.erase(std::remove(order.begin(), order.end(), sectionKey_), order.end());
-        CVBSetObjectForKey(integerList(order), kOrderKey);
+bool SectionController::toggle(const SectionSwitch& sender) {
+    // Read before the update: the change runs under the settings file's lock.
+    const auto combinedKeys = sectionKey_ == kCombinedKey ? CombinedController::combinedItemKeys()
+                                                          : std::vector<std::int64_t>();
+    const bool stored = updateOrder([&](std::vector<std::int64_t>& order) {
+        return switchOrder(order, sender.on, combinedKeys);
+    });
+    if (!stored) {
+        CVBLog("%s: the panel item could not be switched %s; the settings cannot be written",
+               sectionName().c_str(), sender.on ? "on" : "off");
+        checkState();
+        return false;
     }
-    if (sectionKey_ == kCombinedKey)
-        removeCombinedItems();
-
     const char* name = sender.on ? "CorvaneBarEnableStatusItem" : "CorvaneBarDisableStatusItem";
     postDistributed(name);
     services().center->post(name, {}, Value::dict({{"item", sectionKey_}}));
+    return true;
 }
 
-void SectionController::removeCombinedItems() {
-    auto order = statusItemOrder();
-    if (std::find(order.begin(), order.end(), kCombinedKey) == order.end())
-        return;
-    for (auto key : CombinedController::combinedItemKeys())
-        order.erase(std::remove(order.begin(), order.end(), key), order.end());
-    CVBSetObjectForKey(integerList(order), kOrderKey);
+bool SectionController::updateOrder(const std::function<bool(std::vector<std::int64_t>&)>& change) {
+    auto& preferences = CVBPreferences::sharedPreferences();
+    const Value builtIn = preferences.defaults()[kOrderKey];
+    auto orderOf = [&](const Value& stored) {
+        std::vector<std::int64_t> order;
+        for (const Value& key : (stored.isNull() ? builtIn : stored).arrayItems())
+            order.push_back(key.integerValue());
+        return order;
+    };
+    // Nothing to change is nothing to write, which succeeds where the settings are read-only.
+    if (auto now = orderOf(preferences.objectForKey(kOrderKey, false)); !change(now))
+        return true;
+    return preferences.updateObjectForKey(kOrderKey, [&](const Value& stored) {
+        auto order = orderOf(stored);
+        // Unchanged, it stays as stored: an old list of text is not rewritten as numbers.
+        return change(order) ? integerList(order) : stored;
+    });
+}
+
+bool SectionController::switchOrder(std::vector<std::int64_t>& order, bool on,
+                                    const std::vector<std::int64_t>& combinedKeys) const {
+    const auto found = std::find(order.begin(), order.end(), sectionKey_);
+    const bool combined = sectionKey_ == kCombinedKey;
+    if (!on) {
+        const auto position = found - order.begin();
+        const bool wasOn = found != order.end();
+        order.erase(std::remove(order.begin(), order.end(), sectionKey_), order.end());
+        // What Combined showed comes back where Combined stood, rather than vanishing.
+        if (combined && wasOn) {
+            auto at = order.begin() + position;
+            for (auto key : itemsOfCombined(combinedKeys)) {
+                if (std::find(order.begin(), order.end(), key) == order.end())
+                    at = order.insert(at, key) + 1;
+            }
+        }
+        return wasOn;
+    }
+    bool changed = false;
+    if (found == order.end()) {
+        // A leading -1 stays in front.
+        const auto at = (!order.empty() && order.front() == -1) ? 1 : 0;
+        order.insert(order.begin() + at, sectionKey_);
+        changed = true;
+    }
+    if (combined)
+        changed = removeKeys(order, combinedKeys) || changed;
+    return changed;
+}
+
+std::vector<std::int64_t>
+SectionController::itemsOfCombined(const std::vector<std::int64_t>& combinedKeys) const {
+    std::vector<std::int64_t> items;
+    for (auto key : combinedKeys) {
+        for (const auto* section : manager_.sections()) {
+            const auto item = section->sectionKey();
+            if (section->combinedKey() == key && item > 0 && item != kCombinedKey)
+                items.push_back(item);
+        }
+    }
+    return items;
+}
+
+bool SectionController::removeCombinedItems() {
+    const auto keys = CombinedController::combinedItemKeys();
+    return updateOrder([&](std::vector<std::int64_t>& order) {
+        return std::find(order.begin(), order.end(), kCombinedKey) != order.end() &&
+               removeKeys(order, keys);
+    });
 }
 
 void SectionController::checkState() {

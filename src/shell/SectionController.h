@@ -7,9 +7,11 @@
 #include "shell/SourceListItem.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace corvane {
 
@@ -54,8 +56,9 @@ public:
     // Settings changed in another process; null when no particular notification says which.
     virtual void externalNotification(const Notification* notification) { (void)notification; }
     virtual void importedPreferences();
-    // The switch was flipped; its state is the one wanted.
-    virtual void toggle(const SectionSwitch& sender);
+    // The switch was flipped; its state is the one wanted. False when the settings could not be
+    // written: nothing was posted and the switch shows the stored state again.
+    virtual bool toggle(const SectionSwitch& sender);
     virtual void checkState();
     virtual void setState(bool state);
     virtual void loadedStateChange() { checkState(); }
@@ -64,8 +67,9 @@ public:
     bool isLoaded(const Value& ignored = {}) const;
     // Turns the switch off without acting on it.
     void unload();
-    // With Combined on, the items it holds are no separate panel items.
-    void removeCombinedItems();
+    // With Combined on, the items it holds are no separate panel items. False when the
+    // settings could not be written.
+    bool removeCombinedItems();
     // The entry of `menubarItems` whose "key" is `key`; null when none.
     const Value* menubarItemWithKey(std::int64_t key) const;
     // {"keys": [...], "resetKey": ..., "notification": name}
@@ -105,6 +109,16 @@ protected:
     void showSwitchState(bool on);
 
 private:
+    // Changes "StatusItems-Order" in one step against what is stored now, so that switches
+    // flipped by other processes at the same time are kept. `change` answers whether it
+    // changed the list; it must not read the settings.
+    bool updateOrder(const std::function<bool(std::vector<std::int64_t>&)>& change);
+    // This section's item on or off in `order`; Combined takes its items or gives them back.
+    bool switchOrder(std::vector<std::int64_t>& order, bool on,
+                     const std::vector<std::int64_t>& combinedKeys) const;
+    // The panel items of the sections Combined shows, by its mode lists' keys, in their order.
+    std::vector<std::int64_t> itemsOfCombined(const std::vector<std::int64_t>& combinedKeys) const;
+
     SectionManager& manager_;
     SourceListItem sourceItem_;
     std::unique_ptr<SectionPage> view_;

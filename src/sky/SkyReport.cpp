@@ -3,6 +3,7 @@
 #include "sky/Almanac.h"
 #include "sky/JulianDate.h"
 #include "sky/LowPrecisionSun.h"
+#include "sky/MoonParallax.h"
 #include "sky/MoonPhase.h"
 #include "sky/MoonRiseSet.h"
 #include "sky/MoonSkyData.h"
@@ -124,7 +125,10 @@ std::string skyReport(double latitude, double longitude, Date when) {
     const MoonSkyData moon = calculateMoonInfo(when, longitude, latitude);
     const CurrentPhase now = currentPhase(when);
     text += "Moon\n";
-    text += printed("  Altitude        %6.1f\xC2\xB0\n", moon.altitude);
+    // As seen from the place, like the rise and set times; the sun's parallax is too small to
+    // show.
+    text += printed("  Altitude        %6.1f\xC2\xB0\n",
+                    topocentricMoonAltitude(moon.altitude, moon.distance, latitude));
     text += printed("  Azimuth         %6.1f\xC2\xB0\n", moon.azimuth);
     text += "  Right ascension " + hoursMinutesSeconds(almanac.RAmoon / 15.0) + "\n";
     text += "  Declination     " + degreesMinutes(almanac.DECmoon) + "\n";

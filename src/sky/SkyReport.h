@@ -6,8 +6,9 @@
 #include <string>
 #include <string_view>
 
-// Text of the "sky" command: the sun's and moon's places for an observer, the moon's phase, its
-// rise and set that day and the next principal phases. Times are shown in the system zone.
+// Text of the "sky" command: the sun's and moon's places for an observer (altitudes as seen from
+// the place, without refraction), the moon's phase, its rise and set that day and the next
+// principal phases. Times are shown in the system zone.
 
 namespace corvane {
 

@@ -1,7 +1,10 @@
 #include "text/CVBFormatters.h"
 
 #include "foundation/Log.h"
+#include "preferences/SystemFacts.h"
 
+#include <cmath>
+#include <unicode/dcfmtsym.h>
 #include <unicode/decimfmt.h>
 #include <unicode/locid.h>
 #include <unicode/numfmt.h>
@@ -16,11 +19,18 @@ std::unique_ptr<CVBFormatters>& instance() {
 }
 } // namespace
 
+bool isShowable(double value) {
+    constexpr double kLimit = 9223372036854775808.0; // 2^63
+    return std::isfinite(value) && value > -kLimit && value < kLimit;
+}
+
 struct CVBFormatters::Impl {
     std::unique_ptr<icu::NumberFormat> decimal;
     std::unique_ptr<icu::DecimalFormat> pattern;
 
     static std::string format(icu::NumberFormat* f, double v) {
+        if (!isShowable(v))
+            return kNoValueText;
         if (!f)
             return std::to_string(v);
         icu::UnicodeString out;
@@ -31,16 +41,20 @@ struct CVBFormatters::Impl {
     }
 };
 
+// Numbers follow the formats region the desktop set (LC_NUMERIC), which may differ from the
+// language of the messages that ICU's default locale follows.
 CVBFormatters::CVBFormatters()
     : impl_(std::make_unique<Impl>()) {
+    const icu::Locale locale(formatsLocaleId("LC_NUMERIC").c_str());
     UErrorCode status = U_ZERO_ERROR;
-    impl_->decimal.reset(icu::NumberFormat::createInstance(icu::Locale::getDefault(), status));
+    impl_->decimal.reset(icu::NumberFormat::createInstance(locale, status));
     if (U_FAILURE(status)) {
         CVBLog("Number formatter unavailable: %s", u_errorName(status));
         impl_->decimal.reset();
     }
     status = U_ZERO_ERROR;
-    auto pattern = std::make_unique<icu::DecimalFormat>(icu::UnicodeString("#,##0"), status);
+    auto pattern = std::make_unique<icu::DecimalFormat>(
+        icu::UnicodeString("#,##0"), new icu::DecimalFormatSymbols(locale, status), status);
     if (U_SUCCESS(status))
         impl_->pattern = std::move(pattern);
 }

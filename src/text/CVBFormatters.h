@@ -5,12 +5,18 @@
 
 namespace corvane {
 
+// Readings come from 64-bit counters and single-precision sensors: a value that is not finite
+// or lies beyond ±2^63 is garbage (an overflowed difference, a division by nothing) and reads
+// as kNoValueText, never as "nan", "∞" or a number wider than any item.
+bool isShowable(double value);
+inline constexpr const char* kNoValueText = "-";
+
 // The one shared decimal formatter (locale grouping). Each setter changes the digits for the
 // call that follows it only; callers set, then format, on the drawing thread.
 class CVBFormatters {
 public:
     static CVBFormatters& sharedFormatter();
-    // Drops the formatters so the next call picks up a changed default locale (tests).
+    // Drops the formatters so the next call picks up changed locale settings (tests).
     static void cleanup();
 
     std::string stringFromDouble0(double value);

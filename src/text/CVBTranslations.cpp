@@ -39,6 +39,24 @@ std::string stripEncoding(std::string_view name) {
     return std::string(name.substr(0, cut));
 }
 
+// A carried folder of the language in another region ("pt_PT" for "pt"), as the nearest
+// match for a region the application has no tables of; the first by name when there are more.
+std::optional<std::string> carriedRegion(const std::filesystem::path& data,
+                                         const std::string& base) {
+    std::optional<std::string> found;
+    std::error_code error;
+    for (std::filesystem::directory_iterator it(data, error), end; !error && it != end;
+         it.increment(error)) {
+        const auto& path = it->path();
+        const std::string stem = path.stem().string();
+        if (path.extension() == ".lproj" && stem.size() > base.size() + 1 &&
+            stem.compare(0, base.size(), base) == 0 && stem[base.size()] == '_' &&
+            (!found || stem < *found))
+            found = stem;
+    }
+    return found;
+}
+
 } // namespace
 
 CVBTranslations& CVBTranslations::sharedTranslations() {
@@ -81,10 +99,13 @@ std::vector<std::string> CVBTranslations::matchLanguages(const std::filesystem::
             matched.push_back(language);
     };
     for (const auto& language : wanted) {
+        const auto base = language.substr(0, language.find('_'));
         if (carried(language))
             add(language);
-        else if (const auto base = language.substr(0, language.find('_')); carried(base))
+        else if (carried(base))
             add(base);
+        else if (auto region = carriedRegion(data, base))
+            add(*region);
     }
     if (matched.empty())
         matched.push_back("en");
@@ -117,8 +138,11 @@ const StringTable& CVBTranslations::table(const std::string& fileName,
     const auto data = Paths::dataDirectory();
     std::error_code error;
     auto path = data / (language + ".lproj") / fileName;
+    // A chosen "pt_BR" reaches here as "pt-BR": Portuguese in any spelling falls back to
+    // the tables of Portugal.
+    const std::string portuguese = replaced(language, '-', '_');
     if (!std::filesystem::is_regular_file(path, error) &&
-        (language == "pt" || language == "pt_BR" || language == "pt-PT"))
+        (portuguese == "pt" || portuguese == "pt_BR" || portuguese == "pt_PT"))
         path = data / "pt_PT.lproj" / fileName;
     StringTable entries = readStringsFile(path);
     // An empty table is not kept, so a missing file is looked for again next time.
@@ -144,10 +168,8 @@ std::optional<std::string> CVBTranslations::localizedString(std::string_view key
                     (*translationsMenu_)[replaceApplicationName(k)] =
                         replaceApplicationName(v.stringValue());
         }
-        // Keys are stored with the name filled in, so a title asked before or after its
-        // name was filled in finds the same entry.
-        if (auto found = translationsMenu_->find(replaceApplicationName(std::string(key)));
-            found != translationsMenu_->end())
+        // The stored keys have the name filled in, so callers ask with it filled in too.
+        if (auto found = translationsMenu_->find(key); found != translationsMenu_->end())
             return found->second;
         tableName = "prefs";
     }

@@ -51,8 +51,8 @@ Color valueTextColor() {
 }
 
 AttributedText formattedProcessBandwidth(bool switchUnits, double v) {
-    if (v == 0)
-        return styled("-", {});
+    if (v == 0 || !isShowable(v))
+        return styled(kNoValueText, {});
     const int format = effectiveDataFormat(switchUnits);
     const char* const* units = unitWords(format);
     if (isBits(format))
@@ -65,8 +65,8 @@ AttributedText formattedProcessBandwidth(bool switchUnits, double v) {
 }
 
 AttributedText formattedProcessActivity(double v) {
-    if (v == 0)
-        return styled("-", {});
+    if (v == 0 || !isShowable(v))
+        return styled(kNoValueText, {});
     const double w = std::max(v / 1024, 1.0);
     if (w <= 1000)
         return styled(shared().stringFromDouble0(w), "KB/s");

@@ -29,8 +29,14 @@ std::string withUnit(const std::string& number, const char* key) {
     return number + " " + unit(key);
 }
 
+bool isTemperature(int type) {
+    return type == 0 || type == 1;
+}
+
 // `test` decides the frequency level; `shown` is the number printed.
 std::string sensorText(int type, double test, double shown) {
+    if (!isTemperature(type) && !isShowable(shown))
+        return kNoValueText;
     switch (type) {
     case 0:
     case 1:
@@ -92,6 +98,8 @@ std::string formattedMenubarSensor(const SensorItem* item, const Value& record, 
         return "-";
     const int type = item->type();
     const double value = item->value();
+    if (!isTemperature(type) && !isShowable(value))
+        return kNoValueText;
 
     int decimals = decimalLevelForSensor(item);
     if (const Value* asked = record.find("decimals"))

@@ -1,6 +1,7 @@
 #include "text/TextFieldFormatters.h"
 
 #include "preferences/CVBPreferences.h"
+#include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 
 #include <algorithm>
@@ -8,18 +9,29 @@
 
 namespace corvane {
 
+namespace {
+
+// A stored number as the field shows it; a real that is no reading shows as a dash.
+std::string numberText(const Value& value) {
+    return value.isReal() && !isShowable(value.doubleValue()) ? kNoValueText : value.stringValue();
+}
+
+} // namespace
+
 std::string DataFormatter::stringForObjectValue(const Value& value) const {
-    return value.stringValue() + HLVLocalizedString(dataFormat == 1 ? "GB" : "MB", {}, "common");
+    return numberText(value) + HLVLocalizedString(dataFormat == 1 ? "GB" : "MB", {}, "common");
 }
 
 std::string PercentageFormatter::stringForObjectValue(const Value& value) const {
+    if (value.isReal() && !isShowable(value.doubleValue()))
+        return std::string(kNoValueText) + "%";
     return std::to_string(value.integerValue()) + "%";
 }
 
 std::string TemperatureFormatter::stringForObjectValue(const Value& value) const {
     static constexpr const char* kLetters[] = {"C", "F", "K"};
     const auto mode = CVBIntegerForKey("Sensors_TemperatureMode");
-    return value.stringValue() + "°" + kLetters[mode >= 0 && mode <= 2 ? mode : 0];
+    return numberText(value) + "°" + kLetters[mode >= 0 && mode <= 2 ? mode : 0];
 }
 
 std::string DurationFormatter::stringForObjectValue(const Value& value) const {

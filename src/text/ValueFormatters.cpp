@@ -60,8 +60,8 @@ bool belowZero(double celsius) {
 }
 
 std::string temperatureNumber(std::int64_t mode, double celsius) {
-    if (belowZero(celsius))
-        return "-";
+    if (!isShowable(celsius) || belowZero(celsius))
+        return kNoValueText;
     if (mode == 2)
         return printf1("%.0f", celsius + 273.15);
     const float t = static_cast<float>(celsius);
@@ -110,6 +110,8 @@ void bandwidhFormatterMB() {
 }
 
 std::string formattedBandwidth(bool switchUnits, double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     const int format = effectiveDataFormat(switchUnits);
     if (isBits(format))
         v *= 8;
@@ -124,6 +126,8 @@ std::string formattedBandwidth(bool switchUnits, double v) {
 }
 
 std::string formattedBandwidthFormatter(bool switchUnits, double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     const int format = effectiveDataFormat(switchUnits);
     if (isBits(format))
         v *= 8;
@@ -142,6 +146,8 @@ std::string formattedBandwidthFormatter(bool switchUnits, double v) {
 }
 
 std::string formattedDiskActivity(double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     if (v <= 1024000)
         return printf1("%.0f", v / 1024) + " " + unit("KB/s");
     if (v <= 1048576000) {
@@ -154,6 +160,8 @@ std::string formattedDiskActivity(double v) {
 }
 
 std::string formattedSpace(double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     const double k = v / 1000;
     if (k <= 1000)
         return printf1("%.0f", k) + " " + unit("KB");
@@ -167,23 +175,30 @@ std::string formattedSpace(double v) {
 }
 
 std::string formattedMemory(double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     if (v < 1000)
         return printf1("%.0f", v) + " " + unit("KB");
     if (v < 1048576)
         return printf1("%.0f", v / 1024) + " " + unit("MB");
-    // The collector's figure is whole kilobytes; the gigabyte division is single precision.
+    // The collector's figure is whole kilobytes (a 64-bit count, so the cast is safe); the
+    // gigabyte division is single precision.
     const auto whole = static_cast<float>(static_cast<std::int64_t>(v));
     return valueAndUnit(shared().stringFromDouble2(static_cast<double>(whole / 1048576.0f)),
                         unit("GB"));
 }
 
 std::string formattedFrequency(double v) {
+    if (!isShowable(v))
+        return kNoValueText;
     if (v >= 1000)
         return valueAndUnit(shared().stringFromDouble2(v / 1000), unit("GHz"));
     return printf1("%.0f", v) + " " + unit("MHz");
 }
 
 std::string formattedPercentage(int decimals, double value) {
+    if (!isShowable(value))
+        return kNoValueText;
     std::string number = decimals == 1   ? shared().stringFromDouble1(value)
                          : decimals == 2 ? shared().stringFromDouble2(value)
                                          : shared().stringFromDouble0(value);
@@ -195,13 +210,19 @@ std::string formattedWeatherPercentage(int decimals, double value) {
 }
 
 std::string formattedNumber(double value) {
+    if (!isShowable(value))
+        return kNoValueText;
     return shared().formattedNumber(value);
 }
 
 std::string formattedMilliAmps(double value) {
+    if (!isShowable(value))
+        return kNoValueText;
     return printf1("%.0f", value) + " " + unit("mA");
 }
 std::string formattedMilliAmpHours(double value) {
+    if (!isShowable(value))
+        return kNoValueText;
     return printf1("%.0f", value) + " " + unit("mAh");
 }
 

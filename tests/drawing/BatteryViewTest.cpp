@@ -1,5 +1,6 @@
 #include "../preferences/PreferencesFixture.h"
 #include "collectors/battery/BatteryStatCollector.h"
+#include "collectors/battery/WirelessDeviceKind.h"
 #include "drawing/Artwork.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
@@ -289,6 +290,37 @@ TEST_F(BatteryView, EarbudsShowEachSideOrTheWeakerOne) {
     EXPECT_EQ(draw(modes({7}), key), std::max(small("-"), small("70%")) - 4);
 }
 
+TEST_F(BatteryView, EachKindOfDeviceHasItsOwnPicture) {
+    const struct {
+        WirelessDeviceKind kind;
+        const char* picture;
+    } kinds[] = {
+        {Earbuds, "menubar-bluetooth-airpods"},
+        {Headphones, "menubar-bluetooth-headphones"},
+        {Mouse, "menubar-bluetooth-mouse"},
+        {Keyboard, "menubar-bluetooth-keyboard"},
+        {Trackpad, "menubar-bluetooth-trackpad"},
+        {GameController, "menubar-bluetooth-gamecontroller"},
+        {UnknownDevice, "menubar-bluetooth-mouse"},
+    };
+    read({onBattery("device", 50, 0, 2)});
+    CVBSetObjectForKey(modes({8}), "Battery_MenubarModeAirpods");
+    for (const auto& k : kinds) {
+        SCOPED_TRACE(k.picture);
+        item("device")->subtype = k.kind;
+        const Image drawn = render(modes({8}), "Battery_MenubarModeBluetooth", false);
+        const auto art = CVBCache::cache().tintedImage(k.picture, {}, false, false, 2);
+        ASSERT_TRUE(art);
+        Image expected(drawn.size().width, drawn.size().height, 2);
+        Surface(expected).drawImage(*art, {0, 2});
+        int differing = 0;
+        for (int y = 0; y < drawn.pixelHeight(); ++y)
+            for (int x = 0; x < drawn.pixelWidth(); ++x)
+                differing += drawn.pixel(x, y) == expected.pixel(x, y) ? 0 : 1;
+        EXPECT_EQ(differing, 0);
+    }
+}
+
 TEST_F(BatteryView, TheUserPicksWhichSourcesShow) {
     read({onBattery("mouse", 40, 0, 2), onBattery("laptop", 60, 185)});
     const auto keys = [&] {
@@ -314,6 +346,25 @@ TEST_F(BatteryView, TheUserPicksWhichSourcesShow) {
 TEST_F(BatteryView, AMachineWithoutBatteriesShowsAnEmptyOne) {
     read({});
     EXPECT_EQ(draw(modes({100, 2, 1})), 15 - 4);
+    // The whole outline fits the item: its right wall is drawn as fully as its left one.
+    for (double scale : {1.0, 2.0}) {
+        const Image empty =
+            ItemRenderer::render(view, scale, ItemRenderer::Background::Transparent);
+        const auto inkIn = [&](int x) {
+            int ink = 0;
+            for (int y = 0; y < empty.pixelHeight(); ++y)
+                ink += empty.pixel(x, y).alpha > 0.5 ? 1 : 0;
+            return ink;
+        };
+        int left = 0;
+        while (left < empty.pixelWidth() && inkIn(left) == 0)
+            ++left;
+        int right = empty.pixelWidth() - 1;
+        while (right > left && inkIn(right) == 0)
+            --right;
+        EXPECT_GT(inkIn(left), 10 * scale) << scale;
+        EXPECT_EQ(inkIn(right), inkIn(left)) << scale;
+    }
     EXPECT_TRUE(
         matchesGolden(render(modes({2, 1}), "Battery_MenubarMode", false), "battery-none-light"));
 }

@@ -1,6 +1,7 @@
 #include "drawing/CVBModuleView.h"
 
 #include "../preferences/PreferencesFixture.h"
+#include "drawing/Artwork.h"
 #include "drawing/DrawingStyle.h"
 #include "drawing/GraphColors.h"
 
@@ -125,6 +126,40 @@ TEST_F(ModuleView, TheOlderLookFillsWhiteWhileTheMenuIsOpen) {
     view.drawVerticalGraphWithPecentage(1.0, kRed, 0);
     EXPECT_EQ(redRows(4), 0);
     EXPECT_GT(image.pixel(4, 12).green, 0.9);
+}
+
+// On a panel of one pixel per point the symbols inside a battery have no room for soft edges:
+// a grey-edged bolt two pixels wide reads as a "4". Every pixel of a symbol, and of the room
+// cut for it, is either ink or clear.
+TEST_F(ModuleView, BatterySymbolsAreCrispAtOnePixelPerPoint) {
+    const struct {
+        const char* shape;
+        Rect inside; // in points, y up from the bottom of the picture
+    } shapes[] = {{"vertical", {2, 2, 8, 14}}, {"horizontal", {2, 5, 19, 8}}};
+    for (const auto& shape : shapes) {
+        for (const char* symbol : {"-charging", "-charged", "-paused"}) {
+            for (const char* part : {"", "-mask"}) {
+                const std::string name =
+                    std::string("menubar-battery-") + shape.shape + symbol + part;
+                SCOPED_TRACE(name);
+                const auto art = Artwork::shared().imageNamed(name, 1);
+                ASSERT_TRUE(art);
+                const int left = static_cast<int>(shape.inside.x);
+                const int right = static_cast<int>(shape.inside.maxX()) - 1;
+                const int top = static_cast<int>(art->size().height - shape.inside.maxY());
+                const int bottom = static_cast<int>(art->size().height - shape.inside.y) - 1;
+                int soft = 0;
+                for (int y = top; y <= bottom; ++y)
+                    for (int x = left; x <= right; ++x) {
+                        // The outline's rounded inner corners may be soft.
+                        const bool corner = (x == left || x == right) && (y == top || y == bottom);
+                        const double alpha = art->pixel(x, y).alpha;
+                        soft += !corner && alpha > 0.1 && alpha < 0.9 ? 1 : 0;
+                    }
+                EXPECT_EQ(soft, 0);
+            }
+        }
+    }
 }
 
 TEST_F(ModuleView, GraphColoursFallBackByIndexAndSkin) {

@@ -94,7 +94,6 @@ TEST_F(Text, WidthsOfChangingValuesNeverShrink) {
 TEST_F(Text, TextOperationsAnswerTheirWidths) {
     const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
     const int width = view.sizeLargeText("42%", a);
-    EXPECT_EQ(width, static_cast<int>(std::ceil(surface.measureText("42%", a).width)));
     EXPECT_EQ(view.drawLargeText("42%", a, 0), width + 4);
     EXPECT_EQ(view.drawLargeText("42%", a, Rect{10, 0, 30.7, 22}), 34);
     EXPECT_EQ(view.drawSmallText("U:", a, Point{0, 10}), view.sizeSmallText("U:", a) + 4);
@@ -104,6 +103,52 @@ TEST_F(Text, TextOperationsAnswerTheirWidths) {
         for (int y = 0; y < 22; ++y)
             ink += image.pixel(x, y).alpha > 0.5 ? 1 : 0;
     EXPECT_GT(ink, 20);
+}
+
+// The first and last rows with ink, counted from the top of the picture.
+std::pair<int, int> inkRows(const Image& image) {
+    int top = image.pixelHeight();
+    int bottom = -1;
+    for (int y = 0; y < image.pixelHeight(); ++y)
+        for (int x = 0; x < image.pixelWidth(); ++x)
+            if (image.pixel(x, y).alpha > 0.5) {
+                top = std::min(top, y);
+                bottom = std::max(bottom, y);
+            }
+    return {top, bottom};
+}
+
+// The condensed face has the regular face's vertical metrics, so at every size it stands
+// where regular text does, inside the strip.
+TEST_F(Text, CondensedTextStandsWhereRegularTextDoes) {
+    const Value small = Value::dict({{"color", "Memory_UFUsedColor"},
+                                     {"font-style", "Memory_UFMenubarFontStyle"},
+                                     {"alignment", 0}});
+    const auto rows = [&](int face, int size) {
+        CVBSetIntegerForKey(face, "CPU_MenubarFontStyle");
+        CVBSetIntegerForKey(face, "Memory_UFMenubarFontStyle");
+        CVBSetIntegerForKey(size, "CPU_MenubarTextSize");
+        Image strip(60, Surface::kStripHeight, 2);
+        Surface s(strip);
+        view.setSurface(&s);
+        if (size > 0) {
+            view.drawLargeText("Hg42%", ModuleText::textAttributes(kCpuStyle, false), 0);
+        } else {
+            const TextAttributes a = ModuleText::smallTextAttributes(small, false);
+            view.drawSmallText("Hg4.2", a, Point{0, 10});
+            view.drawSmallText("Hg1.0", a, Point{0, 1});
+        }
+        view.setSurface(&surface);
+        return inkRows(strip);
+    };
+    for (int size : {0, 8, 9, 10, 11, 12, 13, 14, 15, 16}) { // 0: two stacked small lines
+        SCOPED_TRACE(size);
+        const auto regular = rows(0, size);
+        const auto condensed = rows(1, size);
+        EXPECT_GT(condensed.first, 0); // not cut at the top
+        EXPECT_NEAR(condensed.first, regular.first, 1);
+        EXPECT_NEAR(condensed.second, regular.second, 1);
+    }
 }
 
 } // namespace

@@ -113,6 +113,25 @@ TEST(GLibMainQueue, RunsTasksInOrderOnTheLoop) {
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
+// A beat aimed at a whole second that fires a moment early is stamped with the second before.
+TEST(GLibMainQueue, ATimerNeverRunsBeforeItsDelay) {
+    GMainContext* context = g_main_context_new();
+    {
+        GLibMainQueue queue(context);
+        for (double delay : {0.0004, 0.0009, 0.0019, 0.0207}) {
+            const gint64 start = g_get_monotonic_time();
+            gint64 ranAt = 0;
+            queue.after(delay, [&] {
+                ranAt = g_get_monotonic_time();
+                queue.quit();
+            });
+            queue.run();
+            EXPECT_GE(static_cast<double>(ranAt - start) / 1e6, delay) << delay;
+        }
+    }
+    g_main_context_unref(context);
+}
+
 TEST(GLibMainQueue, CancelAndDestructionDropPendingTasks) {
     GMainContext* context = g_main_context_new();
     bool cancelledRan = false;

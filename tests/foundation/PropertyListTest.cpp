@@ -1,13 +1,17 @@
 #include "foundation/PropertyList.h"
 
 #include "foundation/AtomicFile.h"
+#include "foundation/Json.h"
 #include "foundation/Log.h"
 #include "support/TemporaryDirectory.h"
 
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
+#include <sys/stat.h>
 
 using namespace corvane;
 
@@ -136,7 +140,12 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"unknownElement", xmlPlist("<dict><key>a</key><number>1</number></dict>"),
                  "unknown element <number>"},
         BadInput{"notAPlist", "<html><body>hello</body></html>", "root element is <html>"},
-        BadInput{"emptyPlist", xmlPlist(""), "no value"}),
+        BadInput{"emptyPlist", xmlPlist(""), "no value"},
+        // libplist would read these as -1 and as INT64_MAX.
+        BadInput{"hugeInteger", xmlPlist("<integer>99999999999999999999</integer>"),
+                 "no 64-bit whole number"},
+        BadInput{"belowInt64", xmlPlist("<array><integer>-9223372036854775809</integer></array>"),
+                 "no 64-bit whole number"}),
     [](const auto& param) { return std::string(param.param.label); });
 
 // libplist would abort the process on these; they must be refused before it reads them.
@@ -172,17 +181,144 @@ TEST(PropertyList, DeepNestingIsRefusedNotOverflowed) {
     EXPECT_TRUE(log.contains("nested too deeply")) << log.lines();
 }
 
+struct TextCase {
+    const char* label;
+    std::string text;
+    const char* problem; // null: the text can be written
+};
+
+class Text : public testing::TestWithParam<TextCase> {};
+
+// What XML 1.0 can carry decides; the other controls and broken UTF-8 would make every strict
+// reader refuse the whole file.
+TEST_P(Text, IsWrittenOnlyWhenEveryXmlReaderCanReadIt) {
+    const auto& c = GetParam();
+    const auto problem = propertyListTextProblem(c.text);
+    const Value inside = Value::dict({{"list", Value::array({c.text})}});
+    LogCapture log;
+    const std::string xml = writePropertyList(inside, PropertyListFormat::XML);
+    if (!c.problem) {
+        EXPECT_FALSE(problem) << *problem;
+        EXPECT_EQ(readPropertyList(xml), inside);
+        return;
+    }
+    ASSERT_TRUE(problem);
+    EXPECT_NE(problem->find(c.problem), std::string::npos) << *problem;
+    EXPECT_TRUE(xml.empty()) << xml;
+    EXPECT_TRUE(log.contains(c.problem)) << log.lines();
+    EXPECT_NE(propertyListValueProblem(inside).value_or("").find("list[0]"), std::string::npos);
+    EXPECT_TRUE(propertyListValueProblem(Value::dict({{c.text, 1}}))) << "a key";
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, Text,
+                         testing::Values(TextCase{"tabNewlineReturn", "a\tb\nc\r\nd\r", nullptr},
+                                         TextCase{"deleteAndC1", "\x7f\xc2\x85\xc2\x9f", nullptr},
+                                         TextCase{"astral", "\xf0\x9f\x8c\xa1 \xef\xbf\xbd",
+                                                  nullptr},
+                                         TextCase{"escape", "\x1b[0m", "U+001B"},
+                                         TextCase{"nul", std::string("a\0b", 3), "U+0000"},
+                                         TextCase{"noncharacter", "\xef\xbf\xbe", "U+FFFE"},
+                                         TextCase{"latin1", "caf\xe9", "byte 0xE9 at offset 3"},
+                                         TextCase{"overlong", "\xc0\xaf", "UTF-8"},
+                                         TextCase{"surrogate", "\xed\xa0\x80", "UTF-8"},
+                                         TextCase{"truncated", "\xe2\x82", "UTF-8"},
+                                         TextCase{"beyondUnicode", "\xf4\x90\x80\x80", "UTF-8"}),
+                         [](const auto& param) { return std::string(param.param.label); });
+
+// What python's plistlib (on expat, a strict XML parser) makes of the file, as JSON.
+Value readByPython(const std::filesystem::path& file) {
+    const std::string command = "python3 -c 'import json, plistlib, sys; "
+                                "print(json.dumps(plistlib.load(open(sys.argv[1], \"rb\"))))' '" +
+                                file.string() + "' 2>&1";
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        return {};
+    std::string output;
+    char buffer[4096];
+    while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
+        output.append(buffer, n);
+    const int status = ::pclose(pipe);
+    EXPECT_EQ(status, 0) << "python3 (scripts/install-deps) could not read the file: " << output;
+    return parseJson(output, "python");
+}
+
 using corvane::test::TemporaryDirectory;
+
+TEST(PropertyListFile, AnotherReaderReadsWhatWasWritten) {
+    TemporaryDirectory dir;
+    const Value written = Value::dict({
+        {"line ends", "one\r\ntwo\rthree\n"},
+        {"markup", "<a href=\"x\">&amp; ]]> 'q'</a>"},
+        {"blanks", "  padded\t "},
+        {"wide", "Gr\u00fc\u00dfe, \u6e29\u5ea6, \U0001f321 \x7f\u0085"},
+        {"key\rwith return", Value::array({std::numeric_limits<std::int64_t>::min(),
+                                           std::numeric_limits<std::int64_t>::max(), 0.5})},
+    });
+    const auto file = dir / "domain.plist";
+    ASSERT_TRUE(writePropertyListFile(file, written));
+    EXPECT_EQ(readByPython(file), written);
+    EXPECT_EQ(readPropertyListFile(file), written);
+}
 
 TEST(PropertyListFile, ReplacesTheFileWholeAndLeavesNoTemporaries) {
     TemporaryDirectory dir;
-    const auto file = dir.path() / "sub" / "domain.plist";
+    const auto file = dir.path() / "domain.plist";
     ASSERT_TRUE(writePropertyListFile(file, Value::dict({{"a", 1}})));
     ASSERT_TRUE(writePropertyListFile(file, Value::dict({{"b", 2}}), PropertyListFormat::Binary));
     EXPECT_EQ(readPropertyListFile(file), Value::dict({{"b", 2}}));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(file.parent_path()),
                             std::filesystem::directory_iterator()),
               1);
+}
+
+// Settings kept under version control are often links into the user's own folder.
+TEST(PropertyListFile, ALinkStaysALinkAndTheFileKeepsItsMode) {
+    TemporaryDirectory dir;
+    std::filesystem::create_directory(dir / "kept");
+    const auto target = dir / "kept" / "domain.plist";
+    ASSERT_TRUE(writeFileAtomically(target, "old"));
+    ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
+    const auto link = dir / "domain.plist";
+    std::filesystem::create_symlink("kept/domain.plist", link);
+
+    ASSERT_TRUE(writePropertyListFile(link, Value::dict({{"a", 1}})));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(readPropertyListFile(target), Value::dict({{"a", 1}}));
+    struct stat st {};
+    ASSERT_EQ(::stat(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u);
+    EXPECT_EQ(resolvedFile(link), target);
+}
+
+TEST(PropertyListFile, AFolderThatIsMissingIsNotMade) {
+    TemporaryDirectory dir;
+    LogCapture log;
+    EXPECT_FALSE(writeFileAtomically(dir / "missing" / "x.plist", "data"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "missing"));
+    EXPECT_TRUE(log.contains("No such file or directory")) << log.lines();
+}
+
+TEST(PropertyListFile, OnlyOldTemporariesOfTheFileAreRemoved) {
+    TemporaryDirectory dir;
+    const auto file = dir / "domain.plist";
+    const auto anHourAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    auto make = [&](const char* name, bool old) {
+        ASSERT_TRUE(writeFileAtomically(dir / name, "partial"));
+        if (old)
+            std::filesystem::last_write_time(dir / name, anHourAgo);
+    };
+    make("domain.plist.tmp-a1B2c3", true);
+    make("domain.plist.tmp-Z9y8x7", false); // a write under way
+    make("domain.plist.tmp-a1B2c", true);   // not a name the writer makes
+    make("domain.plist.tmp-a1B2c3.keep", true);
+    make("other.plist.tmp-a1B2c3", true);
+    std::filesystem::create_symlink("other.plist.tmp-a1B2c3", dir / "domain.plist.tmp-link00");
+
+    EXPECT_EQ(removeStaleTemporaries(file), 1);
+    EXPECT_FALSE(std::filesystem::exists(dir / "domain.plist.tmp-a1B2c3"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()),
+                            std::filesystem::directory_iterator()),
+              5);
 }
 
 TEST(PropertyListFile, AFailedWriteKeepsTheOldFile) {

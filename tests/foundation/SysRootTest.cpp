@@ -1,10 +1,11 @@
 #include "foundation/SysRoot.h"
-#include "foundation/SysRootFile.h"
 
+#include "foundation/SysRootFile.h"
 #include "support/TemporaryDirectory.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace corvane;
 using corvane::test::TemporaryDirectory;
@@ -54,6 +55,25 @@ TEST_F(RecordedTree, RelativeLinksResolveInsideTheTree) {
 TEST_F(RecordedTree, CutsLargeFilesAtTheLimit) {
     write("/proc/big", std::string(10000, 'x'));
     EXPECT_EQ(SysRoot(dir.path()).readFile("/proc/big", 4096)->size(), 4096u);
+}
+
+// A tree may hold anything where a kernel file is expected: none of it may hang or exhaust a
+// reader. A FIFO without a writer blocks an ordinary open; a device never ends.
+TEST_F(RecordedTree, OnlyRegularFilesAreReadAndNeverPastTheCap) {
+    std::filesystem::create_directories(dir.path() / "proc");
+    ASSERT_EQ(::mkfifo((dir.path() / "proc/stat").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", dir.path() / "proc/meminfo");
+    std::ofstream(dir.path() / "proc/huge").close();
+    std::filesystem::resize_file(dir.path() / "proc/huge", std::uintmax_t{64} << 20);
+    const SysRoot root(dir.path());
+
+    for (const char* path : {"/proc/stat", "/proc/meminfo"}) {
+        EXPECT_EQ(root.readFile(path), std::nullopt) << path;
+        EXPECT_EQ(SysRootFile(root, path).read(), std::nullopt) << path;
+    }
+    EXPECT_EQ(root.readFile("/proc/huge")->size(), std::size_t{4} << 20);
+    SysRootFile huge(root, "/proc/huge");
+    EXPECT_EQ(huge.read()->size(), std::size_t{4} << 20);
 }
 
 TEST_F(RecordedTree, KeptOpenFilesSeeNewContentAndLateFiles) {

@@ -16,8 +16,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view text(reinterpret_cast<const char*>(data + 1), size - 1);
     switch (data[0] % 5) {
     case 0: {
-        const auto values = MemoryStatCollectorLinux::parseKeyValues(text);
-        MemoryStatCollectorLinux::readingFrom(values, values, 4096);
+        // The same parse and reading as the collector's, both files from the one text.
+        const auto meminfo =
+            MemoryStatCollectorLinux::parseKeyValues(text, MemoryStatCollectorLinux::kMeminfoKeys);
+        const auto vmstat =
+            MemoryStatCollectorLinux::parseKeyValues(text, MemoryStatCollectorLinux::kVmstatKeys);
+        MemoryStatCollectorLinux::readingFrom(meminfo, vmstat, 4096);
         break;
     }
     case 1:

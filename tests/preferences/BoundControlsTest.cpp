@@ -1,6 +1,7 @@
 #include "preferences/BoundControls.h"
 
 #include "PreferencesFixture.h"
+#include "foundation/Log.h"
 #include "preferences/SettingsFile.h"
 
 #include <initializer_list>
@@ -121,6 +122,19 @@ TEST_F(BoundControlsTest, PopUpPostsItsNotificationKeyWhenItHasOne) {
     EXPECT_EQ(events, (std::vector<std::string>{"post 1", "target", "post 2", "target"}));
     EXPECT_TRUE(userInfos.at(0).isNull());
     EXPECT_EQ(userInfos.at(1), Value::dict({{"key", "Network_MenubarUnitLevel"}}));
+
+    // A title that a settings file cannot hold (a translation in Latin-1) is refused: nothing
+    // stored or told, and the control shows what is stored.
+    CVBPopUpButton named("Network_MenubarUnitLevel", "CorvaneBarNetworkPreferencesChanged",
+                         CVBPopUpButton::Kind::StringBased, services());
+    named.setItems({{"2", {}}, {"d\xe9\x62it", {}}});
+    named.addTarget(recordTarget());
+    LogCapture log;
+    named.userSelectItemAtIndex(1);
+    EXPECT_EQ(CVBStoredObjectForKey("Network_MenubarUnitLevel"), Value(2));
+    EXPECT_EQ(events.size(), 4u);
+    EXPECT_EQ(named.indexOfSelectedItem(), 0u);
+    EXPECT_TRUE(log.contains("not valid UTF-8")) << log.lines();
 }
 
 TEST_F(BoundControlsTest, ColorWellPostsOnceAfterABurstAndCallsTargetsFirst) {

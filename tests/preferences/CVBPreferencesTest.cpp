@@ -27,6 +27,51 @@ TEST_F(Preferences, StoredValueThenDefaultThenNothingAndDefaultsAreNeverStored) 
     }
 }
 
+// One such write used to make the whole file unreadable at the next start, which then began
+// from the defaults.
+TEST_F(Preferences, TextASettingsFileCannotHoldIsRefusedEverywhereItEnters) {
+    auto& prefs = install();
+    ASSERT_TRUE(prefs.setObject(Value("kept"), "Weather_ProviderKey"));
+    const Value before = onDisk();
+    struct Case {
+        std::string key;
+        Value value;
+        const char* reason;
+    };
+    const Case cases[] = {
+        {"", Value(1), "the key is empty"},
+        {"Time_\xff", Value(1), "the key is not valid UTF-8"},
+        {"Weather_ProviderKey", Value("caf\xe9"), "not valid UTF-8"},
+        {"Weather_ProviderKey", Value("a\x01z"), "U+0001"},
+        {"Time_Cities", Value::array({Value::dict({{"city\x1b", "x"}})}), "U+001B"},
+    };
+    for (const auto& c : cases) {
+        LogCapture log;
+        EXPECT_FALSE(prefs.setObject(c.value, c.key)) << c.reason;
+        EXPECT_FALSE(prefs.setObjectDeferred(c.value, c.key)) << c.reason;
+        EXPECT_FALSE(prefs.updateObjectForKey(c.key, [&](const Value&) { return c.value; }));
+        EXPECT_TRUE(log.contains(c.reason)) << log.lines();
+        auto why = invalidPreferenceKey(c.key);
+        if (!why)
+            why = invalidPreferenceText(c.value);
+        EXPECT_NE(why.value_or("").find(c.reason), std::string::npos) << why.value_or("none");
+    }
+    EXPECT_TRUE(prefs.synchronize());
+    EXPECT_EQ(onDisk(), before);
+    EXPECT_EQ(prefs.objectForKey("Weather_ProviderKey"), Value("kept"));
+}
+
+TEST_F(Preferences, AnUpdateOfAKeyIsSeenAtOnceInThisProcess) {
+    auto& prefs = install();
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2); // the default, cached
+    storeElsewhere(Value::dict({{"TimerFrequency", 7}}));
+    EXPECT_TRUE(prefs.updateObjectForKey(
+        "TimerFrequency", [](const Value& current) { return Value(current.integerValue() + 1); }));
+    EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 8);
+    EXPECT_EQ(onDisk("TimerFrequency"), Value(8));
+    EXPECT_FALSE(prefs.setAsideCopy());
+}
+
 TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
     install();
     EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
@@ -71,16 +116,6 @@ TEST_F(Preferences, OldCommaJoinedModeStringsReadAsEmpty) {
               Value::array({Value::dict({{"key", "100"}}), Value::dict({{"key", "1"}})}));
 }
 
-TEST_F(Preferences, FontOffsetsCoverSizesEightToSixteen) {
-    auto& prefs = install();
-    EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(8), -5);
-    EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(16), -2);
-    EXPECT_EQ(CVBPreferences::verticalOffsetForCondensedFontSize(13), 2);
-    for (int size : {7, 17, -1})
-        EXPECT_EQ(CVBPreferences::verticalOffsetForFontSize(size), 0) << size;
-    EXPECT_EQ(prefs.offsetForFont("CPU_MenubarTextSize"), -2);
-}
-
 TEST_F(Preferences, DropdownThemeFollowsSeparateStylesAndThePanel) {
     auto& prefs = install();
     CVBSetIntegerForKey(1, "DropdownTheme-Light");
@@ -92,16 +127,8 @@ TEST_F(Preferences, DropdownThemeFollowsSeparateStylesAndThePanel) {
     EXPECT_EQ(dropdownTheme(), 3);
 }
 
-TEST_F(Preferences, GraphColoursPickTheTableByThemeAndBackground) {
+TEST_F(Preferences, AGraphColourOutsideTheTableIsBlackWithALogLine) {
     auto& prefs = install();
-    EXPECT_EQ(prefs.dropdownGraphFillColor(0), (Color{0.168, 0.729, 0.988, 1}));
-    CVBSetIntegerForKey(0, "DropdownGraphBackground");
-    EXPECT_EQ(prefs.dropdownGraphFillColor(0), (Color{0.054, 0.38, 0.537, 1}));
-    EXPECT_EQ(prefs.dropdownGraphStrokeColor(3), Color::gray(0.6));
-    CVBSetIntegerForKey(1, "DropdownGraphBackground");
-    CVBSetIntegerForKey(1, "DropdownTheme"); // other themes ignore the background
-    EXPECT_EQ(prefs.dropdownGraphStrokeColor(3), Color::gray(0.6));
-
     LogCapture log;
     EXPECT_EQ(prefs.dropdownGraphFillColor(5), Color::black());
     EXPECT_TRUE(log.contains("invalid index 5"));

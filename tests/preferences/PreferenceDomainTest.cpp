@@ -6,6 +6,8 @@
 #include "foundation/PropertyList.h"
 #include "support/TemporaryDirectory.h"
 
+#include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -81,8 +83,10 @@ TEST_F(Domain, ACorruptFileIsMovedAsideNeverOverwritten) {
         std::ofstream(file().string() + ".corrupt-" + std::to_string(second)) << "earlier";
     LogCapture log;
     PreferenceDomain domain("test", file());
+    EXPECT_FALSE(domain.setAsideCopy());
     EXPECT_TRUE(domain.copyValue("a").isNull());
     EXPECT_TRUE(log.contains("moved aside")) << log.lines();
+    EXPECT_TRUE(log.contains("did not read (malformed XML")) << log.lines();
 
     const auto aside = asideFiles(dir.path());
     ASSERT_EQ(aside.size(), 3u);
@@ -93,6 +97,7 @@ TEST_F(Domain, ACorruptFileIsMovedAsideNeverOverwritten) {
             ++earlier;
         } else {
             EXPECT_NE(text.find("<integer>1"), std::string::npos) << path;
+            EXPECT_EQ(domain.setAsideCopy(), path);
         }
     }
     EXPECT_EQ(earlier, 2) << "an earlier file was replaced";
@@ -100,6 +105,23 @@ TEST_F(Domain, ACorruptFileIsMovedAsideNeverOverwritten) {
     domain.setValue("b", 2);
     EXPECT_TRUE(domain.synchronize());
     EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"b", 2}}));
+}
+
+// As earlier versions wrote a control character: raw, which every other reader refuses.
+TEST_F(Domain, TextOtherReadersRefuseLeavesTheFileAndTheOtherSettingsStay) {
+    const std::string written = "<?xml version=\"1.0\"?><plist><dict><key>a</key><integer>1"
+                                "</integer><key>b</key><array><string>x\x01y</string></array>"
+                                "<key>c\x02</key><true/></dict></plist>";
+    std::ofstream(file()) << written;
+    LogCapture log;
+    PreferenceDomain domain("test", file());
+    EXPECT_EQ(domain.copyAll(), Value::dict({{"a", 1}}));
+    EXPECT_TRUE(log.contains("b: text holds U+0001")) << log.lines();
+    EXPECT_TRUE(log.contains("c?: the key holds")) << log.lines();
+    ASSERT_TRUE(domain.setAsideCopy());
+    EXPECT_EQ(readFileContents(*domain.setAsideCopy()), written);
+    EXPECT_EQ(readFileContents(file()).value_or("").find('\x01'), std::string::npos);
+    EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"a", 1}}));
 }
 
 TEST_F(Domain, AFileThatCannotBeReadIsLeftInPlaceAndNeverWrittenOver) {
@@ -126,7 +148,30 @@ TEST_F(Domain, AFileThatCannotBeReadIsLeftInPlaceAndNeverWrittenOver) {
     EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"a", 1}, {"b", 2}, {"c", 3}}));
 }
 
+// A link into another folder (settings kept with the user's other files) stays a link, and a
+// damaged file is moved aside beside itself.
+TEST_F(Domain, ALinkedSettingsFileStaysALink) {
+    std::filesystem::create_directory(dir.path() / "kept");
+    const auto target = dir.path() / "kept" / "real.plist";
+    std::ofstream(target) << "<plist><dict><key>a</key>";
+    std::filesystem::create_symlink(target, file());
+
+    PreferenceDomain domain("test", file());
+    domain.setValue("b", 2);
+    ASSERT_TRUE(domain.synchronize());
+    EXPECT_TRUE(std::filesystem::is_symlink(file()));
+    EXPECT_EQ(readPropertyListFile(target), Value::dict({{"b", 2}}));
+    ASSERT_TRUE(domain.setAsideCopy());
+    EXPECT_EQ(domain.setAsideCopy()->parent_path(), target.parent_path());
+    EXPECT_EQ(readFileContents(*domain.setAsideCopy()), "<plist><dict><key>a</key>");
+}
+
+// Only the old temporary file of a write that died is removed; a reader makes none.
 TEST_F(Domain, ReadingAMissingDomainLeavesNoFilesBehind) {
+    const auto stale = dir.path() / "com.test.plist.tmp-Q3x9Zk";
+    std::ofstream(stale) << "<plist><dict>";
+    std::filesystem::last_write_time(stale, std::filesystem::file_time_type::clock::now() -
+                                                std::chrono::hours(2));
     PreferenceDomain domain("test", file());
     EXPECT_TRUE(domain.copyValue("a").isNull());
     EXPECT_TRUE(domain.copyKeyList().empty());
@@ -180,6 +225,48 @@ TEST_F(Domain, TwoProcessesWritingFiveHundredKeysEachLoseNothing) {
         EXPECT_EQ(all["first-" + std::to_string(i)], Value(i));
         EXPECT_EQ(all["second-" + std::to_string(i)], Value(i));
     }
+}
+
+// Each process adds and removes its own element of one list, checking at each step that its own
+// last change is still there; a lost update would show up there or in the final list.
+TEST_F(Domain, ThreeProcessesChangingOneListLoseNoUpdate) {
+    std::vector<pid_t> writers;
+    for (const char* element : {"battery", "time", "weather"})
+        writers.push_back(spawnWriter({file().string(), "--toggle", "items", element, "100"}));
+    for (pid_t pid : writers)
+        expectSuccess(pid);
+    std::vector<std::string> items;
+    const Value stored = readPropertyListFile(file());
+    for (const auto& item : stored["items"].arrayItems())
+        items.push_back(item.string());
+    std::sort(items.begin(), items.end());
+    EXPECT_EQ(items, (std::vector<std::string>{"battery", "time", "weather"}));
+}
+
+TEST_F(Domain, AnUpdateStartsFromTheFileAndChangesNothingWhenItCannotBeStored) {
+    PreferenceDomain mine("test", file());
+    PreferenceDomain theirs("test", file());
+    EXPECT_TRUE(mine.updateValue("n", [](const Value& current) {
+        EXPECT_TRUE(current.isNull());
+        return Value(1);
+    }));
+    theirs.setValue("n", 10);
+    ASSERT_TRUE(theirs.synchronize());
+    auto increment = [](const Value& current) { return Value(current.integerValue() + 1); };
+    EXPECT_TRUE(mine.updateValue("n", increment));
+    EXPECT_EQ(theirs.copyValue("n"), Value(11));
+
+    LogCapture log;
+    EXPECT_FALSE(mine.updateValue("n", [](const Value&) { return Value("caf\xe9"); }));
+    EXPECT_TRUE(log.contains("not valid UTF-8")) << log.lines();
+    EXPECT_TRUE(mine.updateValue("n", [](const Value&) { return Value(); }));
+    EXPECT_EQ(readPropertyListFile(file()), Value::dict());
+
+    // Unwritable: false, and nothing waits in memory for a later write either.
+    std::ofstream(dir.path() / "blocked") << "not a folder";
+    PreferenceDomain blocked("test", dir.path() / "blocked" / "d.plist");
+    EXPECT_FALSE(blocked.updateValue("n", increment));
+    EXPECT_TRUE(blocked.copyValue("n").isNull());
 }
 
 using CrossProcess = corvane::test::PreferencesFixture;

@@ -137,6 +137,25 @@ TEST_F(PreferenceMigrationTest, RunningAgainChangesNothing) {
     EXPECT_EQ(onDisk(), expected);
 }
 
+// Kept in the application's own defaults, they escaped a reset and an export.
+TEST_F(PreferenceMigrationTest, UpdateTogglesMoveToTheSharedSettingsOnce) {
+    store(kApplicationDomain, "app.plist",
+          Value::dict({{"UpdateCheckerDisabled", true},
+                       {"UpdateCheckerAutomaticDisabled", true},
+                       {"ShownSetupScreen", true}}));
+    auto& preferences = install();
+    preferences.setObject(Value(false), "UpdateCheckerAutomaticDisabled"); // newer: it stays
+    migration(preferences).migrateIfNeeded();
+    EXPECT_EQ(onDisk("UpdateCheckerDisabled"), Value(true));
+    EXPECT_EQ(onDisk("UpdateCheckerAutomaticDisabled"), Value(false));
+    EXPECT_EQ(PreferenceDomain(kApplicationDomain, dir.path() / "app.plist").copyAll(),
+              Value::dict({{"ShownSetupScreen", true}}));
+
+    preferences.removeObjectForKey("UpdateCheckerDisabled");
+    migration(preferences).migrateIfNeeded();
+    EXPECT_TRUE(onDisk("UpdateCheckerDisabled").isNull()) << "moved once, not again";
+}
+
 TEST_F(PreferenceMigrationTest, MarkedStepsOfLaterVersions) {
     auto& preferences = install();
     preferences.setObject(Value::array({Value::dict({{"key", "5"}})}),
@@ -178,6 +197,20 @@ TEST_F(PreferenceMigrationTest, CitiesStoredAsIdentifiersAreLookedUp) {
     EXPECT_EQ(onDisk("Time_Cities"),
               Value::array({moon, Value::dict({{"identifier", "2643743"}, {"city", "London"}})}));
     EXPECT_FALSE(steps.doesNeedToMigrateCities());
+}
+
+using StartupMigration = PreferencesFixture;
+
+// Every process brings stored values to their current form before its first read.
+TEST_F(StartupMigration, OldModeStringsAreListsAtTheFirstRead) {
+    storeElsewhere(Value::dict({{"CPU_MenubarMode", "100,6"}}));
+    install();
+    const Value modes = CVBObjectForKey("CPU_MenubarMode");
+    ASSERT_EQ(modes.size(), 2u);
+    EXPECT_EQ(modes[0]["key"], Value("100"));
+    EXPECT_EQ(modes[1]["key"], Value("6"));
+    EXPECT_EQ(modes[0]["uuid"].string().size(), 36u);
+    EXPECT_EQ(CVBObjectForKeyWithoutCache("Migrated_6.0"), Value(true));
 }
 
 } // namespace

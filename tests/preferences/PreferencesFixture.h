@@ -55,8 +55,8 @@ protected:
         return CVBPreferences::sharedPreferences();
     }
 
-    // Preferences on a file that reads but can never be written: its name is one character too
-    // long for the temporary file a write goes through, which stops root too.
+    // Preferences on a file that reads but can never be written: its name leaves no room for
+    // the temporary file a write goes through, which stops root too.
     CVBPreferences& installUnwritable() {
         auto env = environment();
         env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, unwritableFile());

@@ -84,6 +84,15 @@ TEST_F(SettingsFileTest, ImportWritesEveryEntryOverAllButTheEightMachineKeys) {
     EXPECT_EQ(restarter.restarts, 1);
 }
 
+TEST_F(SettingsFileTest, ExportIntoAMissingFolderFailsAndSaysSo) {
+    auto& preferences = install();
+    const auto file = dir.path() / "missing" / "Corvane Bar Settings.cvbp";
+    const auto result = SettingsFile(preferences, restarter).exportSettings(file);
+    EXPECT_FALSE(result);
+    EXPECT_NE(result.reason.find("does not exist"), std::string::npos) << result.reason;
+    EXPECT_FALSE(std::filesystem::exists(file.parent_path()));
+}
+
 TEST_F(SettingsFileTest, ExportOfAFreshInstallationImportsCleanly) {
     auto& preferences = install();
     SettingsFile settings(preferences, restarter);
@@ -99,6 +108,16 @@ TEST_F(SettingsFileTest, ExportOfAFreshInstallationImportsCleanly) {
     const auto result = settings.importSettingsFile(fresh);
     ASSERT_TRUE(result) << result.reason;
     EXPECT_EQ(onDisk(), before);
+}
+
+// A binary file can carry any bytes; stored, they would make the settings file unreadable.
+std::string binarySettingsWithText(std::string_view text, char replacement = 0) {
+    std::string bytes = writePropertyList(
+        Value::dict({{"preferences", Value::dict({{"Weather_ProviderKey", std::string(text)}})}}),
+        PropertyListFormat::Binary);
+    if (replacement)
+        bytes[bytes.find(text)] = replacement;
+    return bytes;
 }
 
 TEST_F(SettingsFileTest, BadFilesChangeNothing) {
@@ -124,6 +143,8 @@ TEST_F(SettingsFileTest, BadFilesChangeNothing) {
          writePropertyList(Value::dict({{"preferences", Value::array({"a"})}}),
                            PropertyListFormat::XML),
          "not a dictionary"},
+        {"control.cvbp", binarySettingsWithText("a\x07"), "U+0007"},
+        {"latin1.cvbp", binarySettingsWithText("Xavier", '\xe9'), "not valid UTF-8"},
     };
     for (const auto& c : cases) {
         ASSERT_TRUE(writeFileAtomically(dir.path() / c.name, c.bytes));
@@ -182,19 +203,21 @@ TEST_F(SettingsFileTest, ImportAndResetThatCannotBeWrittenChangeNothingAndSayWhy
     EXPECT_EQ(preferences.objectForKey("TimerFrequency"), Value(2));
 }
 
-TEST_F(SettingsFileTest, ResetKeepsFiveKeysAndDropsFilters) {
+TEST_F(SettingsFileTest, ResetKeepsThisMachinesOwnSettings) {
     auto& preferences = install();
-    for (const char* key : kMachineKeys)
+    PreferenceMigration(preferences).migrateIfNeeded();
+    std::vector<std::string> own(std::begin(kMachineKeys), std::end(kMachineKeys));
+    own.insert(own.end(), {"Sensors_MenubarItems", "Sensors-Limits"});
+    for (const auto& key : own)
         preferences.setObject(Value("here"), key);
     preferences.setObject(Value(9), "CPU_ProcessCount");
+    preferences.setObject(Value(true), "UpdateCheckerDisabled");
     ASSERT_TRUE(SettingsFile(preferences, restarter).resetSettings());
     const Value stored = onDisk();
-    for (const char* key : {"Network_HiddenIBridge", "_mac_id", "SensorsSliderSet",
-                            "Network_PrimaryInterface", "FanControl_DefaultSet"})
+    for (const auto& key : own)
         EXPECT_EQ(stored[key], Value("here")) << key;
-    EXPECT_TRUE(stored["FilteringNetwork"].isNull());
-    EXPECT_EQ(stored["FilteringDisks"], Value::array()) << "emptied again by migration";
     EXPECT_TRUE(stored["CPU_ProcessCount"].isNull());
+    EXPECT_TRUE(stored["UpdateCheckerDisabled"].isNull());
     EXPECT_EQ(preferences.objectForKey("CPU_ProcessCount"), Value(5));
     EXPECT_EQ(restarter.restarts, 1);
 }

@@ -92,7 +92,7 @@ TEST_F(Languages, AChoiceIsStoredTickedAnnouncedAndTheProgramStartsAgain) {
     EXPECT_EQ(events, (std::vector<std::string>{"posted", "launch", "terminate"}));
 }
 
-TEST_F(Languages, WhenTheProgramCannotStartAgainThisOneKeepsRunning) {
+TEST_F(Languages, WhenTheProgramCannotStartAgainOrTheChoiceIsNotStoredThisOneKeepsRunning) {
     LogCapture log;
     restart.starts = false;
     item("German").perform();
@@ -106,6 +106,12 @@ TEST_F(Languages, WhenTheProgramCannotStartAgainThisOneKeepsRunning) {
     pathless.selectLanguage("fr");
     EXPECT_EQ(events, std::vector<std::string>{"posted"});
     EXPECT_TRUE(log.contains("without the program's path"));
+
+    // Started again, it would show the old language: it neither posts nor starts.
+    events.clear();
+    LanguageMenu unwritable(installUnwritable(), bus, restart, restart, "/opt/corvanebar");
+    unwritable.selectLanguage("fr");
+    EXPECT_TRUE(events.empty());
 }
 
 TEST_F(Languages, LanguageNamesAreTranslatedInTheChosenLanguage) {

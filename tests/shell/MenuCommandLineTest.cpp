@@ -2,6 +2,7 @@
 
 #include "CorvanebarProgram.h"
 #include "MenuFixture.h"
+#include "foundation/Log.h"
 #include "foundation/PropertyList.h"
 #include "shell/ProductSite.h"
 
@@ -79,7 +80,9 @@ TEST_F(MenuCommands, ALanguageIsStoredAndAnnouncedButNothingStartsAgain) {
     EXPECT_EQ(CVBPreferences::sharedPreferences().domain().copyValue("language"), Value("fr-CA"));
     EXPECT_EQ(c.setLanguage("klingon"), 2);
     EXPECT_EQ(c.printLanguage(), 0);
-    EXPECT_TRUE(printed("Language: French (Canada) (fr-CA)")) << out.str();
+    EXPECT_TRUE(printed("Language: French (Canada) (fr-CA)\nNo session bus, so no running "
+                        "program was told; a settings window shows it at its next start"))
+        << out.str();
     EXPECT_TRUE(printed("[ ] system  System Default"));
     EXPECT_TRUE(printed("[x] fr-CA   French (Canada)"));
     EXPECT_NE(err.str().find("no language \"klingon\""), std::string::npos);
@@ -90,6 +93,24 @@ TEST_F(MenuCommands, ALanguageIsStoredAndAnnouncedButNothingStartsAgain) {
     EXPECT_EQ(c.setLanguage("system"), 0);
     EXPECT_TRUE(CVBPreferences::sharedPreferences().domain().copyValue("language").isNull());
     EXPECT_EQ(posts.count(kLanguageChangeNotification), 3);
+}
+
+TEST_F(MenuCommands, WhatCannotBeStoredFailsSaysWhyAndPostsNothing) {
+    test::ScopedEnvironment logs("CORVANEBAR_LOG_DIR", (dir / "logs").c_str());
+    installUnwritable();
+    LogCapture quiet;
+    auto c = commands();
+    EXPECT_EQ(c.toggle("Combine Processes"), 1);
+    EXPECT_EQ(c.toggle("Reset Disk Filtering"), 1);
+    EXPECT_EQ(c.setLanguage("de"), 1);
+    EXPECT_TRUE(posts.names.empty());
+    EXPECT_TRUE(out.str().empty()) << out.str();
+    const std::string log = "; the log is " + (dir / "logs" / "App" / "App.log").string() + "\n";
+    for (const char* failure :
+         {"corvanebar menu: \"Combine Processes\" could not be stored: Cannot write",
+          "corvanebar menu: \"Reset Disk Filtering\" could not be stored: Cannot write",
+          "corvanebar language: the language could not be stored: Cannot write", log.c_str()})
+        EXPECT_NE(err.str().find(failure), std::string::npos) << failure << "\n" << err.str();
 }
 
 // The built program, run as a user would, heard on the session bus.

@@ -64,11 +64,10 @@ TEST_F(Menus, StartUpPutsItsItemsBetweenAboutAndQuitAndRebuildsTheOthersFromEmpt
     EXPECT_EQ(menus->appMenu().itemAtIndex(0).title, "About Corvane Bar");
 }
 
-// The updater reads "...Disabled" from the standard user defaults: absent means on.
+// The updater reads "...Disabled" from the shared settings: absent means on.
 TEST_F(Menus, UpdateItemsTickOppositeToTheirDisabledKeyAndRemoveItWhenTurnedOn) {
-    auto& defaults = CVBPreferences::sharedPreferences().userDefaults();
-    defaults.setValue("UpdateCheckerDisabled", Value(true));
-    defaults.synchronize();
+    ASSERT_TRUE(
+        CVBPreferences::sharedPreferences().setObject(Value(true), "UpdateCheckerDisabled"));
     menus->updateMenuItems();
     MenuItem& checks = item("Automatically Check For Updates");
     MenuItem& installs = item("Automatically Install Updates");
@@ -77,11 +76,11 @@ TEST_F(Menus, UpdateItemsTickOppositeToTheirDisabledKeyAndRemoveItWhenTurnedOn) 
 
     checks.perform();
     EXPECT_TRUE(checks.state);
-    EXPECT_TRUE(storedUserDefault("UpdateCheckerDisabled").isNull()) << "removed, not false";
+    EXPECT_TRUE(CVBStoredObjectForKey("UpdateCheckerDisabled").isNull()) << "removed, not false";
 
     installs.perform();
     EXPECT_FALSE(installs.state);
-    EXPECT_EQ(storedUserDefault("UpdateCheckerAutomaticDisabled"), Value(true));
+    EXPECT_EQ(CVBStoredObjectForKey("UpdateCheckerAutomaticDisabled"), Value(true));
     EXPECT_EQ(posts.names, (std::vector<std::string>{"CorvaneBarUpdateCheckerChange",
                                                      "CorvaneBarUpdateCheckerChange"}));
     EXPECT_EQ(posts.infos, (std::vector<Value>{Value(), Value()}));

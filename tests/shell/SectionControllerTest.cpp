@@ -78,10 +78,15 @@ TEST_F(Section, TurningCombinedOnTakesItsItemsOutOfThePanelAndHidesTheirSwitches
     EXPECT_EQ(storedOrder(), Value::array({8, 2}));
     EXPECT_EQ(switches(), "-+-c+c--c-+");
 
-    // Off again: the switches come back, off, since the items left the panel.
+    // Off again: what it showed comes back where it stood, in the order of its lists.
+    storeOrder(Value::array({2, 8, 7}));
     click(manager->combined());
+    EXPECT_EQ(storedOrder(), Value::array({2, 1, 3, 6, 7}));
+    EXPECT_EQ(switches(), "-+-+++--++-");
+    // Already off, it gives nothing back.
+    storeOrder(Value::array({2}));
+    manager->combined()->toggle(manager->combined()->sourceItem().toggle);
     EXPECT_EQ(storedOrder(), Value::array({2}));
-    EXPECT_EQ(switches(), "-+--+------");
 }
 
 TEST_F(Section, TheSwitchFollowsWhatAnotherProcessStored) {

@@ -1,11 +1,14 @@
 #include "CorvanebarProgram.h"
 #include "SectionFixture.h"
+#include "foundation/Log.h"
 #include "foundation/PropertyList.h"
 #include "shell/SectionCommands.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <sstream>
+#include <thread>
 
 using namespace corvane;
 
@@ -67,6 +70,38 @@ TEST_F(Commands, OnAndOffWorkAsTheSwitchAndTellTheOtherProcesses) {
     EXPECT_TRUE(err.str().empty());
 }
 
+TEST_F(Commands, CombinedSaysWhatItTakesInAndGivesBack) {
+    auto c = commands();
+    EXPECT_EQ(c.setEnabled("combined", true), 0);
+    EXPECT_EQ(storedOrder(), Value::array({8, 9}));
+    EXPECT_EQ(c.setEnabled("combined", false), 0);
+    EXPECT_EQ(storedOrder(), Value::array({1, 2, 3, 4, 5, 9}));
+    EXPECT_EQ(out.str(),
+              "Combined is on\n"
+              "Now inside Combined: CPU & GPU, Memory, Disks, Network, Sensors\n"
+              "Combined is off\n"
+              "Back as items of their own: CPU & GPU, Memory, Disks, Network, Sensors\n");
+}
+
+TEST_F(Commands, ASwitchThatCannotBeStoredFailsSaysWhyAndTellsNoOne) {
+    test::ScopedEnvironment logs("CORVANEBAR_LOG_DIR", (dir.path() / "logs").c_str());
+    installUnwritable();
+    LogCapture quiet;
+    auto c = commands();
+    EXPECT_EQ(c.setEnabled("weather", true), 1);
+    EXPECT_EQ(c.setEnabled("notifications", false), 1);
+    EXPECT_TRUE(posts.names.empty());
+    EXPECT_TRUE(out.str().empty()) << out.str();
+    const std::string log = "; the log is " + (dir.path() / "logs" / "App" / "App.log").string();
+    for (const std::string& failure :
+         {std::string("corvanebar on: could not switch Weather on: Cannot write"),
+          std::string("corvanebar off: could not switch Notifications off: "), log})
+        EXPECT_NE(err.str().find(failure), std::string::npos) << failure << "\n" << err.str();
+    // The switches show what is stored.
+    EXPECT_FALSE(manager->weather()->sourceItem().toggle.on);
+    EXPECT_TRUE(manager->notifications()->sourceItem().toggle.on);
+}
+
 TEST_F(Commands, RefusesWhatTheWindowWouldNotAllow) {
     auto c = commands();
     EXPECT_EQ(c.setEnabled("gpu", true), 2);
@@ -83,17 +118,17 @@ TEST_F(Commands, RefusesWhatTheWindowWouldNotAllow) {
     EXPECT_EQ(storedOrder(), Value::array({8, 9, 1}));
 }
 
-TEST_F(Commands, OpenAsksForThePageOfTheSection) {
+TEST_F(Commands, OpenNamesTheSectionsItCanOpenAndNeedsABus) {
     auto c = commands();
-    EXPECT_EQ(c.open("weather"), 0);
-    EXPECT_EQ(c.open("battery"), 0);
-    EXPECT_EQ(posts.names,
-              (std::vector<std::string>{"CorvaneBar-Open-Weather", "CorvaneBar-Open-Battery"}));
     EXPECT_EQ(c.open("combined"), 2);
     EXPECT_NE(err.str().find("one of: weather, cpu, memory, disks, network, sensors, battery, "
                              "time"),
               std::string::npos);
-    EXPECT_EQ(posts.names.size(), 2u);
+    EXPECT_EQ(c.open("weather"), 1);
+    EXPECT_NE(err.str().find("no session bus, so no settings window can be asked to open Weather"),
+              std::string::npos);
+    EXPECT_TRUE(posts.names.empty());
+    EXPECT_TRUE(out.str().empty());
 }
 
 // The built program, run as a user would, heard on the session bus.
@@ -103,26 +138,75 @@ TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
         GTEST_SKIP() << "no session bus; run the tests under dbus-run-session";
     test::TemporaryDirectory config;
     test::TemporaryDirectory state;
-    test::BusListener listener(bus, {"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem"});
+    test::BusListener listener(bus, {"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem",
+                                     "CorvaneBar-Open-Battery"});
 
     std::string printed;
-    for (const char* command : {"on", "off"}) {
-        const auto run = test::runCorvanebar({command, "cpu"}, config.path(), state.path());
+    for (const auto& [command, section] :
+         {std::pair{"on", "cpu"}, {"off", "cpu"}, {"open", "battery"}}) {
+        const auto run = test::runCorvanebar({command, section}, config.path(), state.path());
         ASSERT_TRUE(run.started) << run.error;
         ASSERT_TRUE(run.succeeded) << command;
         printed += run.output;
     }
-    EXPECT_EQ(printed, "CPU & GPU is on\nCPU & GPU is off\n");
+    EXPECT_EQ(printed.rfind("CPU & GPU is on\nCPU & GPU is off\n"
+                            "Asked the settings window to open Battery & Power\n",
+                            0),
+              0u)
+        << printed;
 
-    listener.waitFor(2);
-    EXPECT_EQ(listener.heard, (std::vector<std::string>{"CorvaneBarEnableStatusItem",
-                                                        "CorvaneBarDisableStatusItem"}));
+    listener.waitFor(3);
+    EXPECT_EQ(listener.heard,
+              (std::vector<std::string>{"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem",
+                                        "CorvaneBar-Open-Battery"}));
     const Value stored =
         readPropertyListFile(config / "corvanebar" / "com.halvorn.corvanebar6.extras.plist");
     ASSERT_TRUE(stored["StatusItems-Order"].isArray()) << stored;
     for (const Value& key : stored["StatusItems-Order"].arrayItems())
         EXPECT_NE(key.integerValue(), 1);
     g_object_unref(bus);
+}
+
+// Three programs switching their own sections at the same time keep each other's switches.
+TEST(CorvanebarProgram, SwitchesOfSeveralProgramsAtOnceAreAllKept) {
+    test::TemporaryDirectory config;
+    test::TemporaryDirectory state;
+    const auto file = config.path() / "corvanebar" / "com.halvorn.corvanebar6.extras.plist";
+    PreferenceDomain start(kExtrasDomain, file);
+    start.setValue("StatusItems-Order", Value::array({1, 2, 3}));
+    ASSERT_TRUE(start.synchronize());
+    auto itemIsOn = [&](std::int64_t key) {
+        const Value stored = readPropertyListFile(file);
+        for (const Value& item : stored["StatusItems-Order"].arrayItems())
+            if (item.integerValue() == key)
+                return true;
+        return false;
+    };
+
+    std::mutex mutex;
+    std::vector<std::string> problems;
+    auto switchOnAndOff = [&](std::string name, std::int64_t key) {
+        bool on = false;
+        for (int i = 0; i < 100; ++i) {
+            // Only this thread switches this item: any other state is a lost switch.
+            const bool lost = itemIsOn(key) != on;
+            on = !on;
+            const auto run =
+                test::runCorvanebar({on ? "on" : "off", name}, config.path(), state.path());
+            if (lost || !run.succeeded) {
+                std::lock_guard guard(mutex);
+                problems.push_back(name + " before switch " + std::to_string(i) +
+                                   (lost ? ": lost" : ": failed"));
+            }
+        }
+    };
+    std::vector<std::thread> programs;
+    for (const auto& [name, key] : {std::pair{"battery", 6}, {"time", 7}, {"weather", 9}})
+        programs.emplace_back(switchOnAndOff, name, key);
+    for (auto& program : programs)
+        program.join();
+    EXPECT_TRUE(problems.empty()) << problems.size() << " problems, the first: " << problems[0];
+    EXPECT_EQ(readPropertyListFile(file)["StatusItems-Order"], Value::array({1, 2, 3}));
 }
 
 } // namespace

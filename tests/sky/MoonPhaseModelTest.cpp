@@ -11,13 +11,8 @@
 namespace corvane {
 namespace {
 
-constexpr double kUnixEpochJulianDay = 2440587.5;
-double julianDayOf(double unixSeconds) {
-    return kUnixEpochJulianDay + unixSeconds / 86400.0;
-}
-
 double usnoJulianDay(const usno::PhaseTime& p) {
-    return julianDayOf(skytest::utc(2020, p.month, p.day, p.hour, p.minute));
+    return 2400000.5 + skytest::mjdOf(skytest::utc(2020, p.month, p.day, p.hour, p.minute));
 }
 
 // Lunation whose phase f falls nearest to jd.
@@ -45,9 +40,7 @@ TEST(MoonPhaseModel, PrincipalPhasesMatchTheNavalObservatoryFor2020) {
     for (const usno::PhaseTime& p : usno::kPhases2020) {
         const double jd = usnoJulianDay(p);
         const double f = p.quarter / 4.0;
-        worst.add((truephase(nearestLunation(jd, f), f) - jd) * 1440.0,
-                  std::to_string(p.month) + "/" + std::to_string(p.day) + " q" +
-                      std::to_string(p.quarter));
+        worst.add((truephase(nearestLunation(jd, f), f) - jd) * 1440.0, usno::label(p));
     }
     EXPECT_LT(worst.worst(), 3.0);
 }
@@ -59,9 +52,7 @@ TEST(MoonPhaseModel, MeanOrbitAgeMatchesTheNavalObservatoryFor2020) {
         const PhaseResult result = phase(usnoJulianDay(p));
         double offset = result.fraction - p.quarter / 4.0;
         offset -= std::round(offset);
-        worst.add(offset * kSynodicMonth * 24.0, std::to_string(p.month) + "/" +
-                                                     std::to_string(p.day) + " q" +
-                                                     std::to_string(p.quarter));
+        worst.add(offset * kSynodicMonth * 24.0, usno::label(p));
         const double expectedIllumination = p.quarter % 2 == 1 ? 0.5 : (p.quarter == 2 ? 1.0 : 0.0);
         EXPECT_NEAR(result.illumination, expectedIllumination, 0.02);
     }

@@ -9,30 +9,10 @@
 namespace corvane {
 namespace {
 
+using usno::label;
+
 double usnoTime(const usno::PhaseTime& p) {
     return skytest::utc(2020, p.month, p.day, p.hour, p.minute);
-}
-
-std::string label(const usno::PhaseTime& p) {
-    return std::to_string(p.month) + "/" + std::to_string(p.day) + " q" + std::to_string(p.quarter);
-}
-
-TEST(MoonPhase, FractionThresholdsFavourTheEarlierNameOutsideTheNarrowWindows) {
-    EXPECT_EQ(phaseNumberForFraction(0.0), 0);
-    EXPECT_EQ(phaseNumberForFraction(0.0099), 0);
-    EXPECT_EQ(phaseNumberForFraction(0.01), 1);
-    EXPECT_EQ(phaseNumberForFraction(0.25), 2);
-    EXPECT_EQ(phaseNumberForFraction(0.2525), 2);
-    EXPECT_EQ(phaseNumberForFraction(0.255), 1);
-    EXPECT_EQ(phaseNumberForFraction(0.26), 3);
-    EXPECT_EQ(phaseNumberForFraction(0.5), 4);
-    EXPECT_EQ(phaseNumberForFraction(0.505), 3);
-    EXPECT_EQ(phaseNumberForFraction(0.51), 5);
-    EXPECT_EQ(phaseNumberForFraction(0.7525), 6);
-    EXPECT_EQ(phaseNumberForFraction(0.7526), 5);
-    EXPECT_EQ(phaseNumberForFraction(0.755), 5);
-    EXPECT_EQ(phaseNumberForFraction(0.76), 7);
-    EXPECT_EQ(phaseNumberForFraction(0.995), 7);
 }
 
 TEST(MoonPhase, NextPhasesListTheNavalObservatoryPhasesOf2020) {

@@ -10,20 +10,15 @@ namespace corvane {
 namespace {
 
 using skytest::utc;
-
-constexpr double kMjdOfUnixEpoch = 40587.0;
+using usno::label;
 
 RiseSet utcDay(int month, int day, double longitude, double latitude) {
     const double start = utc(2019, month, day);
-    return moonRiseSet(kMjdOfUnixEpoch + start / 86400.0, 0.0, start, longitude, latitude);
+    return moonRiseSet(skytest::mjdOf(start), 0.0, start, longitude, latitude);
 }
 
 double hhmm(int month, int day, int value) {
     return utc(2019, month, day, value / 100, value % 100);
-}
-
-std::string label(const usno::MoonDay& d) {
-    return std::to_string(d.month) + "/" + std::to_string(d.day);
 }
 
 TEST(MoonRiseSet, RiseAndSetMatchTheNavalObservatoryFor2019) {
@@ -80,16 +75,14 @@ TEST(MoonRiseSet, ZoneDaysCoverTheLocalCalendarDay) {
 }
 
 TEST(MoonRiseSet, SearchesBeyondTheDayFindThePublishedEvents) {
-    constexpr double kMjdOfUnixEpochDays = 40587.0;
-    auto unix = [&](double mjd) { return (mjd - kMjdOfUnixEpochDays) * 86400.0; };
     // No rise on 20 February 2019; the previous one was 19 February 23:33 UT.
     const double before =
         moonriseBeforeDate(Date{utc(2019, 2, 20, 12)}, 0, usno::kLongitude, usno::kLatitude);
-    EXPECT_NEAR(unix(before), utc(2019, 2, 19, 23, 33), 5 * 60.0);
+    EXPECT_NEAR(skytest::unixOfMjd(before), utc(2019, 2, 19, 23, 33), 5 * 60.0);
     // No set on 6 February; the next one was 7 February 00:48 UT.
     const double after =
         moonsetAfterDate(Date{utc(2019, 2, 6, 14)}, 0, usno::kLongitude, usno::kLatitude);
-    EXPECT_NEAR(unix(after), utc(2019, 2, 7, 0, 48), 5 * 60.0);
+    EXPECT_NEAR(skytest::unixOfMjd(after), utc(2019, 2, 7, 0, 48), 5 * 60.0);
 
     const NextMoonRiseAndSet next = calculateNextMoonRiseAndSet(Date{utc(2019, 1, 1, 12)}, 0,
                                                                 usno::kLongitude, usno::kLatitude);

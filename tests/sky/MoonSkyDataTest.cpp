@@ -34,9 +34,8 @@ TEST(MoonSkyData, MoonSitsOnTheGeocentricHorizonAtPublishedRisesAndSets) {
             const MoonSkyData sky =
                 calculateMoonInfo(Date{time}, usno::kLongitude, usno::kLatitude);
             const double parallax = std::asin(6378.14 / sky.distance) * 180.0 / std::numbers::pi;
-            worst.add(sky.altitude - (0.7275 * parallax - 0.5667), std::to_string(day.month) + "/" +
-                                                                       std::to_string(day.day) +
-                                                                       (isRise ? " rise" : " set"));
+            worst.add(sky.altitude - (0.7275 * parallax - 0.5667),
+                      usno::label(day) + (isRise ? " rise" : " set"));
             // East of the meridian at rise, west at set.
             if (isRise) {
                 ++rising;

@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <optional>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 
 namespace corvane {
@@ -69,6 +69,24 @@ TEST_F(SkyReportTest, ReportShowsPlacesPhaseAndThePublishedMoonrise) {
     EXPECT_EQ(riseText.substr(5), " UTC");
     const int minutes = std::stoi(riseText.substr(0, 2)) * 60 + std::stoi(riseText.substr(3, 2));
     EXPECT_NEAR(minutes, 15 * 60 + 21, 5) << riseText;
+}
+
+TEST_F(SkyReportTest, MoonAltitudeIsTheOneSeenFromThePlace) {
+    // References: the moon's centre as seen from the place at sea level, without refraction,
+    // from an independent ephemeris (the ELP 2000-82 lunar theory, as PyEphem 4.1 computes it
+    // for an observer with pressure 0). Seen from the earth's centre the moon stands 0.6 to 1.0
+    // degrees higher in these cases: -9.98, 47.62 and 20.63.
+    struct Case {
+        double latitude, longitude, when, altitude;
+    };
+    for (const Case& c : {Case{52.52, 13.405, utc(2026, 11, 22, 12), -10.953},
+                          Case{29.0, -81.0, utc(2019, 1, 10, 20), 47.003},
+                          Case{-33.87, 151.21, utc(2024, 3, 15, 9), 19.719}}) {
+        const std::string report = skyReport(c.latitude, c.longitude, Date{c.when});
+        const std::size_t moon = report.find("Moon\n  Altitude");
+        ASSERT_NE(moon, std::string::npos) << report;
+        EXPECT_NEAR(std::stod(report.substr(moon + 16)), c.altitude, 0.1) << report;
+    }
 }
 
 } // namespace

@@ -19,6 +19,15 @@ inline double utc(int year, int month, int day, int hour = 0, int minute = 0, do
     return static_cast<double>(timegm(&parts)) + second;
 }
 
+// Modified Julian Day of Unix seconds and back, by the published epoch.
+constexpr double kMjdOfUnixEpoch = 40587.0;
+inline double mjdOf(double unixSeconds) {
+    return kMjdOfUnixEpoch + unixSeconds / 86400.0;
+}
+inline double unixOfMjd(double mjd) {
+    return (mjd - kMjdOfUnixEpoch) * 86400.0;
+}
+
 inline double arcseconds(double degrees) {
     return degrees * 3600.0;
 }

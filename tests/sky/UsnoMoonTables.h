@@ -4,6 +4,8 @@
 // "Rise and Set for the Moon for 2019", Universal Time, times rounded to the minute; upper limb
 // on the horizon with 34' of refraction. A sample of days across the year.
 
+#include <string>
+
 namespace corvane::usno {
 
 struct MoonDay {
@@ -61,5 +63,13 @@ inline constexpr PhaseTime kPhases2020[] = {
     {1, 11, 22, 4, 45},  {2, 11, 30, 9, 30},  {3, 12, 8, 0, 36},  {0, 12, 14, 16, 16},
     {1, 12, 21, 23, 41}, {2, 12, 30, 3, 28},
 };
+
+// Where a comparison was made, for the failure messages.
+inline std::string label(const MoonDay& d) {
+    return std::to_string(d.month) + "/" + std::to_string(d.day);
+}
+inline std::string label(const PhaseTime& p) {
+    return std::to_string(p.month) + "/" + std::to_string(p.day) + " q" + std::to_string(p.quarter);
+}
 
 } // namespace corvane::usno

@@ -13,7 +13,7 @@ public:
     std::optional<std::int64_t> pressure = 1;
 
 protected:
-    Reading read() override { return reading; }
+    std::optional<Reading> read() override { return reading; }
     Capabilities capabilities() const override { return can; }
     std::optional<std::int64_t> readPressureLevel() override { return pressure; }
 };

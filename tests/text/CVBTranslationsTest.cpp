@@ -26,6 +26,8 @@ protected:
 
 TEST_F(Translations, MenuKeyWithProductNameAndFallThroughToPrefs) {
     EXPECT_EQ(HLVLocalizedMenuString("About Corvane Bar"), "About Corvane Bar…");
+    // Keys are looked up as given; the table's keys are the ones with the name filled in.
+    EXPECT_EQ(HLVLocalizedMenuString("About APPLICATIONNAME"), "About APPLICATIONNAME");
     EXPECT_EQ(HLVLocalizedMenuString("Check for Updates…"), "Check for Updates…"); // from prefs
     EXPECT_EQ(HLVLocalizedMenuString("Blank"), "Blank");
     EXPECT_EQ(HLVLocalizedMenuString("Nowhere"), "Nowhere");
@@ -38,8 +40,11 @@ TEST_F(Translations, EmptyOrMissingTextShowsFallbackOrKey) {
 }
 
 TEST_F(Translations, PortugueseFallsBackToPortugal) {
-    CVBSetObjectForKey(Value("pt"), "language");
-    EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Preferências");
+    for (const char* language : {"pt", "pt_BR", "pt-BR", "pt-PT"}) {
+        CVBTranslations::cleanup();
+        CVBSetObjectForKey(Value(language), "language");
+        EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Preferências") << language;
+    }
 }
 
 TEST_F(Translations, LanguagePreferenceWinsAndKeepsItsUnderscore) {
@@ -65,6 +70,8 @@ TEST_F(Translations, ReadingDirectionFollowsTheChosenLanguage) {
 TEST_F(Translations, EnvironmentMatchedAgainstCarriedFolders) {
     const std::filesystem::path data = std::string(CVB_FIXTURES_DIR) + "/text";
     ::setenv("LANGUAGE", "xx:pt_PT.UTF-8", 1);
+    EXPECT_EQ(CVBTranslations::matchLanguages(data), std::vector<std::string>{"pt_PT"});
+    ::setenv("LANGUAGE", "pt_BR", 1); // no Brazilian tables: the Portuguese ones
     EXPECT_EQ(CVBTranslations::matchLanguages(data), std::vector<std::string>{"pt_PT"});
     ::setenv("LANGUAGE", "", 1);
     ::setenv("LC_ALL", "en_GB.UTF-8", 1); // no en_GB folder: its base "en"
@@ -93,8 +100,8 @@ TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
     EXPECT_EQ(HLVLocalizedString("“%@” is now available.", {}, "updater"),
               "„%@“ ist jetzt verfügbar.");
     EXPECT_EQ(HLVLocalizedMenuString("Quit Corvane Bar"), "Corvane Bar beenden");
-    // The About item asks with the name still to be filled in.
-    EXPECT_EQ(HLVLocalizedMenuString("About APPLICATIONNAME"), "Über Corvane Bar");
+    // The About item asks with the name filled in, as the table's keys have it.
+    EXPECT_EQ(HLVLocalizedMenuString("About Corvane Bar"), "Über Corvane Bar");
     EXPECT_EQ(HLVLocalizedMenuString("Reset Disk Filtering"), "Laufwerksfilter zurücksetzen");
 }
 

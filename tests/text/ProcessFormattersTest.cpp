@@ -4,22 +4,20 @@
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 
-#include <unicode/locid.h>
-
 namespace corvane {
 namespace {
 
 class ProcessFigures : public test::PreferencesFixture {
 protected:
+    test::ScopedEnvironment formats{"LC_ALL", "en_US.UTF-8"};
     void SetUp() override {
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale("en_US"), status);
         CVBFormatters::cleanup();
         CVBTranslations::cleanup();
         install();
         CVBSetIntegerForKey(0, "Network_DataFormat");
     }
     void TearDown() override {
+        CVBFormatters::cleanup();
         CVBTranslations::cleanup();
         PreferencesFixture::TearDown();
     }

@@ -5,8 +5,6 @@
 #include "text/CVBTranslations.h"
 #include "text/TextFieldFormatters.h"
 
-#include <unicode/locid.h>
-
 namespace corvane {
 namespace {
 
@@ -22,15 +20,15 @@ struct Reading final : SensorItem {
 
 class SensorText : public test::PreferencesFixture {
 protected:
+    test::ScopedEnvironment formats{"LC_ALL", "en_US.UTF-8"};
     void SetUp() override {
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale("en_US"), status);
         CVBFormatters::cleanup();
         CVBTranslations::cleanup();
         install();
         CVBSetIntegerForKey(0, "Sensors_TemperatureMode");
     }
     void TearDown() override {
+        CVBFormatters::cleanup();
         CVBTranslations::cleanup();
         PreferencesFixture::TearDown();
     }

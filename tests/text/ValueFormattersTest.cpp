@@ -1,11 +1,17 @@
 #include "text/ValueFormatters.h"
 
+#include "preferences/PreferenceDefaults.h"
 #include "preferences/PreferencesFixture.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
+#include "text/ProcessFormatters.h"
+#include "text/SensorFormatters.h"
+#include "text/TextFieldFormatters.h"
 
+#include <cmath>
 #include <functional>
-#include <unicode/locid.h>
+#include <limits>
+#include <map>
 
 namespace corvane {
 namespace {
@@ -31,25 +37,23 @@ protected:
             CVBSetIntegerForKey(value, key);
     }
     void TearDown() override {
-        CVBFormatters::cleanup();
         CVBTranslations::cleanup();
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale("en_US"), status);
         PreferencesFixture::TearDown();
     }
     std::string under(const char* locale) {
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale(locale), status);
+        const test::ScopedEnvironment formats("LC_ALL", locale);
         CVBFormatters::cleanup(); // the shared formatter keeps the locale it was made in
-        return GetParam().call();
+        std::string text = GetParam().call();
+        CVBFormatters::cleanup();
+        return text;
     }
 };
 
 TEST_P(FormatterRules, English) {
-    EXPECT_EQ(under("en_US"), GetParam().english);
+    EXPECT_EQ(under("en_US.UTF-8"), GetParam().english);
 }
 TEST_P(FormatterRules, German) {
-    EXPECT_EQ(under("de_DE"), GetParam().german);
+    EXPECT_EQ(under("de_DE.UTF-8"), GetParam().german);
 }
 
 // Unit level 3 keeps whole words, so the menu-bar cases read like the dropdown's.
@@ -246,9 +250,130 @@ INSTANTIATE_TEST_SUITE_P(
                            "273",
                            "273"}));
 
+// Desktops set the formats region apart from the language: numbers follow LC_NUMERIC, units
+// LC_MEASUREMENT and the clock LC_TIME; LC_ALL overrides them all and LANG stands in for any
+// that is unset.
+TEST(FormatsRegion, EachCategoryFollowsItsOwnVariable) {
+    using Environment = std::map<std::string, std::string>;
+    const struct {
+        Environment environment;
+        const char* number;
+        bool metric;
+        const char* hour;
+    } cases[] = {
+        {{{"LANG", "en_US.UTF-8"}, {"LC_NUMERIC", "de_DE.UTF-8"}}, "1.234,57", false, "hh"},
+        {{{"LANG", "en_US.UTF-8"}, {"LC_MEASUREMENT", "de_DE.UTF-8"}, {"LC_TIME", "de_DE.UTF-8"}},
+         "1,234.57",
+         true,
+         "HH"},
+        {{{"LANG", "de_DE.UTF-8"}, {"LC_MESSAGES", "en_US.UTF-8"}}, "1.234,57", true, "HH"},
+        {{{"LANG", "de_DE.UTF-8"}, {"LC_ALL", "en_US.UTF-8"}, {"LC_NUMERIC", "de_DE.UTF-8"}},
+         "1,234.57",
+         false,
+         "hh"},
+        {{{"LANG", "en_US"}, {"LC_ALL", ""}, {"LC_NUMERIC", ""}}, "1,234.57", false, "hh"},
+        {{{"LC_NUMERIC", "C.UTF-8"}}, "1234.57", true, "HH"},
+        {{}, "1234.57", true, "HH"},
+    };
+    for (const auto& c : cases) {
+        std::string described;
+        for (const auto& [name, value] : c.environment)
+            described += name + "=" + value + " ";
+        SCOPED_TRACE(described);
+        const auto lookup = [&](const char* name) -> const char* {
+            const auto found = c.environment.find(name);
+            return found == c.environment.end() ? nullptr : found->second.c_str();
+        };
+        const LocaleFacts facts = LocaleFacts::current(lookup);
+        EXPECT_EQ(facts.metricSystem, c.metric);
+        EXPECT_EQ(hourFieldForPattern(facts.shortTimePattern), c.hour);
+
+        // The shared formatter reads the process's own environment.
+        std::vector<std::unique_ptr<test::ScopedEnvironment>> process;
+        for (const char* name : {"LC_ALL", "LC_NUMERIC", "LC_MESSAGES", "LANG"})
+            process.push_back(std::make_unique<test::ScopedEnvironment>(name, lookup(name)));
+        CVBFormatters::cleanup();
+        EXPECT_EQ(CVBFormatters::sharedFormatter().stringFromDouble2(1234.567), c.number);
+        CVBFormatters::cleanup();
+    }
+}
+
+// Garbage readings (an overflowed difference, a division by nothing) read as a dash in every
+// formatter: never "nan", "inf" or a number wider than the item.
+class NoReading : public test::PreferencesFixture {
+protected:
+    struct Sensor final : SensorItem {
+        Sensor(int kind, double reading)
+            : kind_(kind)
+            , reading_(reading) {}
+        int type() const override { return kind_; }
+        double value() const override { return reading_; }
+        int kind_;
+        double reading_;
+    };
+    static std::string sensorText(int type, double value, bool menubar) {
+        const Sensor sensor(type, value);
+        return menubar ? formattedMenubarSensor(&sensor, {}, false) : formattedSensor(&sensor);
+    }
+    void SetUp() override {
+        install();
+        CVBFormatters::cleanup();
+    }
+    void TearDown() override {
+        CVBFormatters::cleanup();
+        PreferencesFixture::TearDown();
+    }
+    test::ScopedEnvironment formats{"LC_ALL", "en_US.UTF-8"};
+};
+
+TEST_F(NoReading, NonFiniteAndHugeValuesReadAsADash) {
+    const struct {
+        const char* formatter;
+        std::function<std::string(double)> call;
+        const char* neutral;
+    } formatters[] = {
+        {"formattedBandwidth", [](double v) { return formattedBandwidth(false, v); }, "-"},
+        {"formattedBandwidthFormatter",
+         [](double v) { return formattedBandwidthFormatter(true, v); }, "-"},
+        {"formattedDiskActivity", formattedDiskActivity, "-"},
+        {"formattedSpace", formattedSpace, "-"},
+        {"formattedMemory", formattedMemory, "-"},
+        {"formattedFrequency", formattedFrequency, "-"},
+        {"formattedPercentage", [](double v) { return formattedPercentage(1, v); }, "-"},
+        {"formattedNumber", formattedNumber, "-"},
+        {"formattedMilliAmps", formattedMilliAmps, "-"},
+        {"formattedMilliAmpHours", formattedMilliAmpHours, "-"},
+        {"formattedTemperature", formattedTemperature, "-°"},
+        {"temperatureValue", [](double v) { return temperatureValue(true, v); }, "-"},
+        {"stringFromDouble",
+         [](double v) { return CVBFormatters::sharedFormatter().stringFromDouble(v); }, "-"},
+        {"formattedProcessBandwidth",
+         [](double v) { return formattedProcessBandwidth(false, v).text; }, "-"},
+        {"formattedProcessActivity", [](double v) { return formattedProcessActivity(v).text; },
+         "-"},
+        {"formattedSensor voltage", [](double v) { return sensorText(3, v, false); }, "-"},
+        {"formattedSensor multiplier", [](double v) { return sensorText(9, v, false); }, "-"},
+        {"formattedMenubarSensor frequency", [](double v) { return sensorText(8, v, true); }, "-"},
+        {"formattedMenubarSensor temperature", [](double v) { return sensorText(0, v, true); },
+         "-°"},
+        {"TemperatureFormatter",
+         [](double v) { return TemperatureFormatter().stringForObjectValue(Value(v)); }, "-°C"},
+        {"DataFormatter", [](double v) { return DataFormatter().stringForObjectValue(Value(v)); },
+         "-MB"},
+        {"PercentageFormatter",
+         [](double v) { return PercentageFormatter().stringForObjectValue(Value(v)); }, "-%"},
+    };
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    for (const double v : {std::nan(""), kInf, -kInf, 9.3e18, -9.3e18, 1e300, -1e300}) {
+        for (const auto& f : formatters)
+            EXPECT_EQ(f.call(v), f.neutral) << f.formatter << "(" << v << ")";
+    }
+    // Just inside the limit is still a reading: 9.2e18 KB / 2^20 = 8.77e12 GB.
+    EXPECT_EQ(formattedMemory(9.2e18).substr(0, 6), "8,773,");
+}
+
 TEST(TemperatureConversion, ExactConstants) {
     // 5/9 as single precision makes 100 C read a hair under 212.
-    EXPECT_DOUBLE_EQ(celciusToFahrenheit(100), 100 / 0.5555555820465088 + 32);
     EXPECT_LT(celciusToFahrenheit(100), 212.0);
     EXPECT_DOUBLE_EQ(fahrenheitToCelcius(212), 100.0);
     EXPECT_DOUBLE_EQ(kelvinToCelcius(celciusToKelvin(21.5)), 21.5);

@@ -72,11 +72,13 @@ void BatteryStatCollector::updateStats() {
     const double time = mainQueue().clock().now();
     addSample(Value::dict({{"sample", id}, {"time", time}}), 0);
     for (const auto& battery : batteries()) {
+        // A source that tells no charge gives an empty sample: a graph shows a gap, not 0 %.
         battery->addSample(Value::dict({{"sample", id},
                                         {"time", time},
                                         {"percentage", static_cast<double>(battery->percentage)},
                                         {"state", battery->state},
-                                        {"source", battery->source}}),
+                                        {"source", battery->source},
+                                        {"empty", battery->hasPercentage ? 0 : 1}}),
                            0);
     }
     if (changed)

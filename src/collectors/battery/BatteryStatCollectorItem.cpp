@@ -119,6 +119,7 @@ void BatteryStatCollectorItem::processIOPS(const Value& s) {
     }
     const double level = s["Current Capacity"].doubleValue();
     percentage = static_cast<float>(std::isnan(level) ? 0.0 : std::clamp(level, 0.0, 100.0));
+    hasPercentage = s.contains("Current Capacity");
     readHealth(s);
     std::int64_t newState = readPowerState(s);
     if (const Value* v = s.find("Voltage"))

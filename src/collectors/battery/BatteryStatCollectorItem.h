@@ -49,6 +49,9 @@ public:
     std::string description() const;
 
     float percentage = 0, percentageLeft = 0, percentageRight = 0, percentageCase = 0;
+    // False when the source tells no charge at all ("Current Capacity" absent), as a game pad
+    // whose level is unknown: `percentage` is then 0 and no reading.
+    bool hasPercentage = false;
     float maximumCapacity = 0, currentCapacity = 0, designCapacity = 0;
     float amperage = 0, voltage = 0, health = 0;
     std::int64_t condition = 0, source = -1, state = 0, cycles = 0, type = 0, subtype = 0;

@@ -122,8 +122,11 @@ std::optional<double> estimate(const Supply& s, const char* kernelTime, bool toF
 
 // A time is given only where the kernel can tell one: a missing key reads "no estimate", where
 // -1 would read "being worked out" for as long as the driver gives no rate.
-void addTimes(Value& d, const Supply& s, const std::string& status) {
-    if (status == "Discharging") {
+void addTimes(Value& d, const Supply& s, const std::string& status, bool onAC) {
+    if (!onAC) {
+        // A device charging from its own cable counts as on battery, with no time to empty.
+        if (status == "Charging")
+            return;
         if (auto toEmpty = estimate(s, "time_to_empty_now", false))
             d.set("Time to Empty", static_cast<std::int64_t>(*toEmpty));
     } else if (status == "Charging") {
@@ -199,16 +202,44 @@ void BatteryStatCollectorLinux::cleanupShared() {
 
 namespace {
 
-bool onMains(const std::vector<Supply>& supplies) {
-    for (const auto& s : supplies) {
-        const std::string type = s.text("type");
-        if ((type == "Mains" || type == "USB") && s.number("online").value_or(0) == 1)
-            return true;
-    }
-    return false;
+bool isAdapter(const Supply& s) {
+    const std::string type = s.text("type");
+    return type == "Mains" || type == "USB";
 }
 
-BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supply& s, bool mains) {
+// Whether the machine is on mains power, where its adapters tell; nothing where none is listed.
+std::optional<bool> onMains(const std::vector<Supply>& supplies) {
+    std::optional<bool> mains;
+    for (const auto& s : supplies) {
+        if (isAdapter(s))
+            mains = mains.value_or(false) || s.number("online").value_or(0) == 1;
+    }
+    return mains;
+}
+
+// The kernel's health words as the item's conditions: a battery the kernel gave up on is a
+// permanent failure; a fault or a temperature out of range asks for a check. Words of no
+// concern ("Unknown", "Warm", "Cool") give no condition.
+void addHealth(Value& d, const std::string& health) {
+    static constexpr const char* kCheck[] = {"Overheat",
+                                             "Over voltage",
+                                             "Unspecified failure",
+                                             "Over current",
+                                             "Watchdog timer expire",
+                                             "Safety timer expire",
+                                             "Hot",
+                                             "Cold",
+                                             "Calibration required"};
+    if (health == "Good")
+        d.set("BatteryHealth", "Good");
+    else if (health == "Dead")
+        d.set("BatteryHealthCondition", "Permanent Battery Failure");
+    else if (std::find(std::begin(kCheck), std::end(kCheck), health) != std::end(kCheck))
+        d.set("BatteryHealth", "Check Battery");
+}
+
+BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supply& s,
+                                             std::optional<bool> mains) {
     BatteryStatCollector::PowerSource source;
     const bool device = s.text("scope") == "Device";
     source.type = s.text("type") == "UPS" ? BatteryStatCollectorItem::PowerSource
@@ -224,18 +255,19 @@ BatteryStatCollector::PowerSource sourceFrom(const std::string& name, const Supp
     if (auto percent = percentOf(s))
         d.set("Current Capacity", *percent);
     const std::string status = s.text("status");
-    // A battery that charges, is full or is held back sits on mains whatever the adapters say.
-    const bool onAC = mains || status == "Charging" || status == "Not charging" || status == "Full";
-    d.set("Power Source State", onAC && !device ? "AC Power" : "Battery Power");
+    // A charging battery has power from somewhere. "Full" and "Not charging" are kept for a
+    // while after the adapter goes, so they tell mains only where no adapter says otherwise.
+    const bool onAC = !device && (status == "Charging" ||
+                                  mains.value_or(status == "Not charging" || status == "Full"));
+    d.set("Power Source State", onAC ? "AC Power" : "Battery Power");
     d.set("Is Charging", status == "Charging" ? 1 : 0);
     d.set("Is Charged", status == "Full" ? 1 : 0);
-    addTimes(d, s, status);
+    addTimes(d, s, status, onAC);
     if (auto volts = s.number("voltage_now"))
         d.set("Voltage", std::round(*volts / 1000.0));
     if (auto amps = signedCurrent(s))
         d.set("Current", *amps);
-    if (s.text("health") == "Good")
-        d.set("BatteryHealth", "Good");
+    addHealth(d, s.text("health"));
     // A charge limit below 100 that stops charging stands in for optimised charging.
     if (auto limit = s.number("charge_control_end_threshold");
         limit && *limit < 100 && status == "Not charging")
@@ -280,12 +312,15 @@ const BatteryStatCollectorLinux::Snapshot& BatteryStatCollectorLinux::snapshot()
 
 std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerSources() {
     const auto& [names, supplies] = snapshot();
-    const bool mains = onMains(supplies);
+    const auto mains = onMains(supplies);
     std::vector<PowerSource> sources;
     for (std::size_t i = 0; i < names.size(); ++i) {
         const std::string type = supplies[i].text("type");
-        if (type == "Battery" || type == "UPS")
-            sources.push_back(sourceFrom(names[i], supplies[i], mains));
+        // An empty bay keeps its supply with "present" 0: no battery is no source.
+        if ((type != "Battery" && type != "UPS") || supplies[i].number("present") == 0)
+            continue;
+        // A UPS tells its own input; the machine's adapters may well hang on it.
+        sources.push_back(sourceFrom(names[i], supplies[i], type == "UPS" ? std::nullopt : mains));
     }
     if (upower_) {
         for (auto& device : upower_->peripheralBatteries(names))
@@ -296,8 +331,7 @@ std::vector<BatteryStatCollector::PowerSource> BatteryStatCollectorLinux::powerS
 
 std::optional<std::int64_t> BatteryStatCollectorLinux::readAdapterWatts() {
     for (const Supply& s : snapshot().supplies) {
-        const std::string type = s.text("type");
-        if ((type != "Mains" && type != "USB") || s.number("online").value_or(0) != 1)
+        if (!isAdapter(s) || s.number("online").value_or(0) != 1)
             continue;
         if (auto power = s.number("power_now"))
             return static_cast<std::int64_t>(std::round(*power / 1e6));

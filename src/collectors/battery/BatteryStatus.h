@@ -13,9 +13,11 @@ public:
         : battery_(battery) {}
 
     // A list of {"key", "name", "type", "percentage", "state", "source", "time", "health",
-    // "cycles", "condition"}, and "adapterWatts" where known.
+    // "cycles", "condition"} ("percentage" and "cycles" where the device tells them), and
+    // "adapterWatts" where known.
     Value dictionary() const;
-    // A line a source; nothing on a machine without any.
+    // A line a source, "?%" for a charge the device does not tell; a line saying so on a
+    // machine without any.
     std::string text() const;
 
     // "charging", "discharging", ... as a user reads the state code.

@@ -38,11 +38,17 @@ bool isOfInterest(const Value& p) {
     return isUps(p) || (!p["PowerSupply"].boolValue() && isPeripheral(p["Type"].integerValue()));
 }
 
+// UPower's BatteryLevel 0: a device that reports levels in words and has told none yet. Its
+// Percentage is then a 0 that was never read.
+constexpr std::int64_t kLevelUnknown = 0;
+
 Value baseSource(const Value& p, const std::string& path) {
     const std::string& native = p["NativePath"].string();
-    Value source = Value::dict({{"Name", p["Model"].string()},
-                                {"Current Capacity", p["Percentage"].doubleValue()},
-                                {"Power Source ID", native.empty() ? path : native}});
+    Value source = Value::dict(
+        {{"Name", p["Model"].string()}, {"Power Source ID", native.empty() ? path : native}});
+    const Value* level = p.find("BatteryLevel");
+    if (!(level && level->integerValue() == kLevelUnknown && p["Percentage"].doubleValue() == 0))
+        source.set("Current Capacity", p["Percentage"].doubleValue());
     if (!p["Serial"].string().empty())
         source.set("Hardware Serial Number", p["Serial"].string());
     return source;
@@ -98,6 +104,12 @@ Value UPowerDevices::upsPowerSource(const Value& p, const std::string& path) {
         source.set("Time to Full Charge", 0);
     setMinutes(source, "Time to Empty", p["TimeToEmpty"]);
     setMinutes(source, "Time to Full Charge", p["TimeToFull"]);
+    return source;
+}
+
+Value UPowerDevices::peripheralPowerSource(const Value& p, const std::string& path) {
+    Value source = baseSource(p, path);
+    source.set("Power Source State", "Battery Power");
     return source;
 }
 
@@ -180,9 +192,8 @@ UPowerDevices::peripheralBatteries(const std::vector<std::string>& known) {
                                BatteryStatCollectorItem::PowerSource, UnknownDevice});
             continue;
         }
-        Value source = baseSource(*p, device.path);
-        source.set("Power Source State", "Battery Power");
-        sources.push_back({std::move(source), BatteryStatCollectorItem::WirelessDevice,
+        sources.push_back({peripheralPowerSource(*p, device.path),
+                           BatteryStatCollectorItem::WirelessDevice,
                            deviceKindForUPowerType((*p)["Type"].integerValue())});
     }
     return sources;

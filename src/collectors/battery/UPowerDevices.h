@@ -46,6 +46,8 @@ public:
 
     // The power-source dictionary of a UPS from UPower's device properties.
     static Value upsPowerSource(const Value& properties, const std::string& path);
+    // The same of a peripheral; without "Current Capacity" where UPower knows no charge.
+    static Value peripheralPowerSource(const Value& properties, const std::string& path);
 
 private:
     struct Device {

@@ -12,6 +12,8 @@ WirelessDeviceKind deviceKindForUPowerType(std::int64_t type) {
         return Mouse;
     case 6:
         return Keyboard;
+    case 12:
+        return GameController;
     case 14:
         return Trackpad;
     case 17:
@@ -38,6 +40,9 @@ WirelessDeviceKind deviceKindForName(std::string_view name) {
         return Mouse;
     if (has("headset") || has("headphone"))
         return Headphones;
+    // Game pads name themselves "Wireless Controller", "Pro Controller", "Gamepad", ...
+    if (has("controller") || has("gamepad") || has("game pad") || has("joystick") || has("joy-con"))
+        return GameController;
     return UnknownDevice;
 }
 

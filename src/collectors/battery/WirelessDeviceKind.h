@@ -13,9 +13,11 @@ enum WirelessDeviceKind : std::int64_t {
     Mouse = 3,
     Keyboard = 4,
     Trackpad = 5,
+    GameController = 6,
 };
 
-// From UPower's device type (5 mouse, 6 keyboard, 14 touchpad, 17 headset, 19 headphones).
+// From UPower's device type (5 mouse, 6 keyboard, 12 gaming input, 14 touchpad, 17 headset,
+// 19 headphones).
 WirelessDeviceKind deviceKindForUPowerType(std::int64_t type);
 
 // The kernel does not tell what a device battery belongs to, but drivers name it after the

@@ -26,6 +26,7 @@ CPUStatCollector::~CPUStatCollector() = default;
 
 Value CPUStatCollector::makeConfig() {
     return Value::dict({
+        {"addSampleIDKeys", Value::array({"sample", "id"})},
         {"addSampleMap", Value::dict({{"u", 0},
                                       {"user", 0},
                                       {"s", 1},
@@ -72,8 +73,24 @@ void CPUStatCollector::setup() {
     coreCount_ = logical;
 
     previousTicks_ = processorTicks();
-    for (std::size_t i = 0; i < previousTicks_.size(); ++i)
-        newItemWithKey2("cpu" + std::to_string(i));
+    for (std::size_t i = 0; i < previousTicks_.size(); ++i) {
+        std::static_pointer_cast<CPUStatCollectorItem>(newItemWithKey2("cpu" + std::to_string(i)))
+            ->setBaseline(previousTicks_[i]);
+    }
+}
+
+bool CPUStatCollector::takeBaseline() {
+    const std::vector<Ticks> ticks = processorTicks();
+    for (std::size_t i = 0; i < ticks.size(); ++i)
+        rebaseline(i, ticks[i]);
+    return true;
+}
+
+void CPUStatCollector::rebaseline(std::size_t processor, const Ticks& ticks) {
+    if (processor >= previousTicks_.size() || processor >= items().size())
+        return;
+    previousTicks_[processor] = ticks;
+    std::static_pointer_cast<CPUStatCollectorItem>(items()[processor])->setBaseline(ticks);
 }
 
 StatCollector::ItemPointer CPUStatCollector::itemClassInstance() const {
@@ -117,7 +134,8 @@ void CPUStatCollector::updateStats() {
     ring[0].values[1] = finiteOrZero(sums[1] / total * 100.0);
     ring[0].values[2] = finiteOrZero(sums[3] / total * 100.0);
     ring[0].sampleID = static_cast<std::uint64_t>(sampleIndex(0).sampleID);
-    ring[0].empty = 0;
+    // No processor read is no measurement, not an idle machine.
+    ring[0].empty = count == 0 ? 1 : 0;
     ring[0].time = mainQueue().clock().now();
 
     updateProcessInfo();

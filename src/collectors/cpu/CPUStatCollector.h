@@ -49,12 +49,18 @@ protected:
 
     virtual std::int64_t physicalCoreCount() = 0;
     virtual std::int64_t logicalCoreCount() = 0;
-    // Per processor, always the same processors in the same order.
+    // Per processor, always the same processors in the same order; nothing when the counters
+    // cannot be read.
     virtual std::vector<Ticks> processorTicks() = 0;
     virtual ProcessInfo processInfo() = 0;
     // The two logical processors of each physical core, by position in processorTicks. The
     // default pairs neighbours; a source that knows the topology says which belong together.
     virtual std::vector<std::array<std::size_t, 2>> physicalCorePairs(std::size_t physicalCount);
+    // The counters of now become those the next sample is measured from.
+    bool takeBaseline() override;
+    // A processor's next sample is measured from these counters; for a source whose processor
+    // has counters for the first time, so that its ticks since boot count as no interval.
+    void rebaseline(std::size_t processor, const Ticks& ticks);
 
 private:
     void addPhysicalCoreSamples();

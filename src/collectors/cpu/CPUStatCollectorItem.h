@@ -24,6 +24,8 @@ public:
     // New counters of a logical core: the percentages of the change since the last ones. A
     // core that did not tick at all gets values that are not numbers; readers count them as 0.
     void addTicks(const Ticks& ticks);
+    // Counters the next addTicks is measured from, without a sample.
+    void setBaseline(const Ticks& ticks) { ticks_.front() = ticks; }
     // The load of a physical core, averaged from its logical cores.
     void addSample(float user, float system, float nice);
     using StatCollectorItem::addSample;

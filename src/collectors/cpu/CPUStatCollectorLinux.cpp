@@ -156,6 +156,8 @@ std::vector<CPUStatCollector::Ticks> CPUStatCollectorLinux::processorTicks() {
                 current[static_cast<int>(*id)] = *ticks;
         }
     }
+    if (current.empty())
+        return {}; // unreadable: no counters, rather than the last ones again
     if (processors_.empty()) {
         // Every present processor has an item, so that one going off line and coming back
         // keeps its place.
@@ -167,11 +169,19 @@ std::vector<CPUStatCollector::Ticks> CPUStatCollectorLinux::processorTicks() {
         }
         std::sort(processors_.begin(), processors_.end());
         lastTicks_.assign(processors_.size(), Ticks{});
+        read_.assign(processors_.size(), false);
     }
-    // An offline processor is not in /proc/stat: it keeps its last counters, so it shows no load.
+    // An offline processor is not in /proc/stat: it keeps its last counters, so it shows no
+    // load. One read for the first time (off line until now) brings everything it counted
+    // since boot: that is its baseline, not one interval's work.
     for (std::size_t i = 0; i < processors_.size(); ++i) {
-        if (auto it = current.find(processors_[i]); it != current.end())
-            lastTicks_[i] = it->second;
+        auto it = current.find(processors_[i]);
+        if (it == current.end())
+            continue;
+        lastTicks_[i] = it->second;
+        if (!read_[i])
+            rebaseline(i, it->second);
+        read_[i] = true;
     }
     return lastTicks_;
 }

@@ -49,6 +49,7 @@ private:
     // The processors counted at setup: those present, online or not.
     std::vector<int> processors_;
     std::vector<Ticks> lastTicks_;
+    std::vector<bool> read_; // by processor: whether its counters were ever read
 };
 
 } // namespace corvane

@@ -15,6 +15,7 @@ Value LoadStatCollector::makeConfig() {
                          "DEFAULT 0)";
     const Value keys = Value::dict({{"one", 0}, {"five", 1}, {"fifteen", 2}});
     return Value::dict({
+        {"addSampleIDKeys", Value::array({"sample", "id"})},
         {"addSampleMap",
          Value::dict({{"one", 0}, {"fv", 1}, {"five", 1}, {"ff", 2}, {"fifteen", 2}})},
         {"sampleKeys", keys},
@@ -30,14 +31,14 @@ Value LoadStatCollector::makeConfig() {
 }
 
 void LoadStatCollector::updateStats() {
-    // An unreadable source leaves zeros, as a machine without load would show.
-    const auto averages = loadAverages().value_or(std::array<double, 3>{});
+    const auto averages = loadAverages();
     statsample* ring = storageForType(0);
     PushSamples(ring, sampleValueCount(), sampleIndex(0).maximumSamples);
-    for (std::size_t i = 0; i < averages.size(); ++i)
-        ring[0].values[i] = averages[i];
+    for (std::size_t i = 0; i < 3; ++i)
+        ring[0].values[i] = averages ? (*averages)[i] : 0.0;
     ring[0].sampleID = static_cast<std::uint64_t>(sampleIndex(0).sampleID);
-    ring[0].empty = 0;
+    // An unreadable source is no measurement, not a machine without load.
+    ring[0].empty = averages ? 0 : 1;
     ring[0].time = mainQueue().clock().now();
     notifyUpdated();
 }

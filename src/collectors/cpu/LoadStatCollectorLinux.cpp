@@ -51,12 +51,9 @@ LoadStatCollectorLinux::parseLoadAverages(std::string_view text) {
 std::optional<std::array<double, 3>> LoadStatCollectorLinux::loadAverages() {
     auto text = loadavg_.read();
     auto averages = text ? parseLoadAverages(*text) : std::nullopt;
-    if (!averages) {
-        static bool told = false;
-        if (!told)
-            CVBLog("Load averages: /proc/loadavg is missing or unreadable");
-        told = true;
-    }
+    if (!averages && !toldUnreadable_)
+        CVBLog("Load averages: /proc/loadavg is missing or unreadable");
+    toldUnreadable_ = toldUnreadable_ || !averages;
     return averages;
 }
 

@@ -24,6 +24,7 @@ protected:
 private:
     SysRoot root_;
     SysRootFile loadavg_;
+    bool toldUnreadable_ = false;
 };
 
 } // namespace corvane

@@ -72,7 +72,25 @@ Value MemoryStatCollector::makeConfig() {
     Value emptyKeys = Value::array();
     for (const auto& [name, slot] : sampleKeys.dictionaryItems())
         emptyKeys.append(name);
+    const char* create =
+        "create table %@ (sample double PRIMARY KEY NOT NULL, time double NOT NULL DEFAULT 0, "
+        "empty integer NOT NULL DEFAULT 0, wired double NOT NULL DEFAULT 0, active double NOT "
+        "NULL DEFAULT 0, inactive double NOT NULL DEFAULT 0, free double NOT NULL DEFAULT 0, "
+        "pageins double NOT NULL DEFAULT 0, pageouts double NOT NULL DEFAULT 0, swapused double "
+        "NOT NULL DEFAULT 0, swaptotal double NOT NULL DEFAULT 0, total double NOT NULL DEFAULT "
+        "0, compressed double NOT NULL DEFAULT 0, pagesinsf double NOT NULL DEFAULT 0, pageoutsf "
+        "double NOT NULL DEFAULT 0)";
     return Value::dict({
+        {"addSampleIDKeys", Value::array({"sample", "id"})},
+        {"sqlCreate", create},
+        {"sqlCreateLong", create},
+        {"sqlInsert",
+         "insert into %@ (empty, sample, time, wired, active, inactive, free, pageins, pageouts, "
+         "swapused, swaptotal, total, compressed, pagesinsf, pageoutsf) values (?, ?, ?, ?, ?, ?, "
+         "?, ?, ?, ?, ?, ?, ?, ?, ?)"},
+        {"sqlInsertKeys", Value::array({"empty", "sample", "time", "wired", "active", "inactive",
+                                        "free", "pageins", "pageouts", "swapused", "swaptotal",
+                                        "total", "compressed", "pagesinsf", "pageoutsf"})},
         {"addSampleMap",
          Value::dict({{"w", 10},   {"wired", 10},      {"a", 11},        {"active", 11},
                       {"i", 12},   {"inactive", 12},   {"f", 1},         {"free", 1},
@@ -111,10 +129,27 @@ Value MemoryStatCollector::makeConfig() {
 }
 
 void MemoryStatCollector::updateStats() {
-    const Reading r = read();
-    const Capabilities can = capabilities();
+    const std::optional<Reading> reading = read();
     statsample* ring = storageForType(0);
     PushSamples(ring, sampleValueCount(), sampleIndex(0).maximumSamples);
+    if (reading)
+        writeSample(*reading, ring);
+    else
+        writeEmptySample(ring[0]);
+    notifyUpdated();
+}
+
+void MemoryStatCollector::writeEmptySample(statsample& sample) const {
+    // Nothing read is no measurement: zeros with the slot marked empty, never zeros that pass
+    // for a machine without memory.
+    std::fill_n(sample.values, sampleValueCount(), 0.0);
+    sample.sampleID = static_cast<std::uint64_t>(sampleIndex(0).sampleID);
+    sample.empty = 1;
+    sample.time = mainQueue().clock().now();
+}
+
+void MemoryStatCollector::writeSample(const Reading& r, statsample* ring) {
+    const Capabilities can = capabilities();
     double* v = ring[0].values;
     const double* before = ring[1].values;
     v[Compressed] = 0;
@@ -160,7 +195,6 @@ void MemoryStatCollector::updateStats() {
             pressureLevel_ = *level;
         v[PressureLevel] = static_cast<double>(pressureLevel_);
     }
-    notifyUpdated();
 }
 
 } // namespace corvane

@@ -45,12 +45,16 @@ public:
     Capabilities sourceCapabilities() const { return capabilities(); }
 
 protected:
-    virtual Reading read() = 0;
+    // The machine's figures, or nothing when they cannot be read.
+    virtual std::optional<Reading> read() = 0;
     virtual Capabilities capabilities() const = 0;
     // The system's memory pressure level (1 normal, 2 warning, 4 critical), nothing if unknown.
     virtual std::optional<std::int64_t> readPressureLevel() = 0;
 
 private:
+    void writeSample(const Reading& reading, statsample* ring);
+    void writeEmptySample(statsample& sample) const;
+
     std::int64_t pressureLevel_ = 0;
 };
 

@@ -1,9 +1,9 @@
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 
+#include "foundation/Log.h"
 #include "foundation/TextParsing.h"
 
 #include <algorithm>
-#include <span>
 #include <unistd.h>
 
 namespace corvane {
@@ -47,18 +47,54 @@ void MemoryStatCollectorLinux::cleanupShared() {
     }
 }
 
+namespace {
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+// The length of the line's name: it ends at its colon (meminfo) or at the first blank (vmstat).
+// With names wanted only those are looked for, which spares scanning the ~170 names of vmstat
+// each second; 0 when the line names nothing wanted.
+std::size_t nameLength(std::string_view line, std::span<const std::string_view> wanted) {
+    const auto endsName = [&line](std::size_t at) {
+        return at < line.size() && (line[at] == ':' || isBlank(line[at]));
+    };
+    if (wanted.empty()) {
+        std::size_t at = 0;
+        while (at < line.size() && !endsName(at))
+            ++at;
+        return endsName(at) ? at : 0;
+    }
+    for (const std::string_view name : wanted) {
+        if (endsName(name.size()) && line.starts_with(name))
+            return name.size();
+    }
+    return 0;
+}
+
+} // namespace
+
 std::map<std::string, std::uint64_t>
-MemoryStatCollectorLinux::parseKeyValues(std::string_view text) {
+MemoryStatCollectorLinux::parseKeyValues(std::string_view text,
+                                         std::span<const std::string_view> wanted) {
     std::map<std::string, std::uint64_t> values;
-    for (auto line : splitLines(text)) {
-        const auto words = splitWhitespace(line);
-        if (words.size() < 2)
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        const std::size_t length = nameLength(line, wanted);
+        if (length == 0)
             continue;
-        std::string_view name = words[0];
-        if (!name.empty() && name.back() == ':')
-            name.remove_suffix(1);
-        if (auto value = parseUnsigned(words[1]))
-            values[std::string(name)] = *value;
+        // Any blanks, tabs included, may come between the name and its value.
+        std::size_t at = length + (line[length] == ':' ? 1 : 0);
+        while (at < line.size() && isBlank(line[at]))
+            ++at;
+        std::size_t stop = at;
+        while (stop < line.size() && !isBlank(line[stop]))
+            ++stop;
+        if (auto value = parseUnsigned(line.substr(at, stop - at)))
+            values[std::string(line.substr(0, length))] = *value;
     }
     return values;
 }
@@ -136,49 +172,21 @@ MemoryStatCollectorLinux::readingFrom(const std::map<std::string, std::uint64_t>
     return r;
 }
 
-namespace {
-
-constexpr std::string_view kMeminfoKeys[] = {
-    "MemTotal:",       "MemFree:",      "MemAvailable:",   "Active(anon):",
-    "Inactive(anon):", "Active(file):", "Inactive(file):", "SReclaimable:",
-    "AnonPages:",      "SwapTotal:",    "SwapFree:",       "Zswap:"};
-constexpr std::string_view kVmstatKeys[] = {"pgpgin", "pgpgout"};
-
-// The values of the wanted names only: vmstat has some 170 lines, and this runs every second.
-void collect(std::string_view text, std::span<const std::string_view> wanted,
-             std::map<std::string, std::uint64_t>& into) {
-    while (!text.empty()) {
-        const auto end = std::min(text.find('\n'), text.size());
-        const std::string_view line = text.substr(0, end);
-        const auto space = line.find(' ');
-        if (space != std::string_view::npos) {
-            const std::string_view name = line.substr(0, space);
-            for (const auto key : wanted) {
-                if (key != name)
-                    continue;
-                const auto words = splitWhitespace(line.substr(space));
-                if (auto value = words.empty() ? std::nullopt : parseUnsigned(words[0])) {
-                    std::string_view bare = name;
-                    if (bare.back() == ':')
-                        bare.remove_suffix(1);
-                    into[std::string(bare)] = *value;
-                }
-                break;
-            }
-        }
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-}
-
-} // namespace
-
-MemoryStatCollector::Reading MemoryStatCollectorLinux::read() {
+std::optional<MemoryStatCollector::Reading> MemoryStatCollectorLinux::read() {
     std::map<std::string, std::uint64_t> meminfo;
-    std::map<std::string, std::uint64_t> vmstat;
     if (auto text = meminfo_.read())
-        collect(*text, kMeminfoKeys, meminfo);
-    if (auto text = vmstat_.read())
-        collect(*text, kVmstatKeys, vmstat);
+        meminfo = parseKeyValues(*text, kMeminfoKeys);
+    // Without the total nothing else means anything: an empty or foreign file is no reading.
+    const auto total = meminfo.find("MemTotal");
+    if (total == meminfo.end() || total->second == 0) {
+        if (!toldUnreadable_)
+            CVBLog("Memory: /proc/meminfo is missing or gives no MemTotal");
+        toldUnreadable_ = true;
+        return std::nullopt;
+    }
+    std::map<std::string, std::uint64_t> vmstat;
+    if (auto vm = vmstat_.read())
+        vmstat = parseKeyValues(*vm, kVmstatKeys);
     return readingFrom(meminfo, vmstat, pageSize_);
 }
 

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 
 namespace corvane {
@@ -19,8 +20,17 @@ public:
     static MemoryStatCollectorLinux& sharedMemoryCollector(const EngineContext& context);
     static void cleanupShared();
 
-    // "Name: value kB" lines as name to value.
-    static std::map<std::string, std::uint64_t> parseKeyValues(std::string_view text);
+    // The names of /proc/meminfo and /proc/vmstat that readingFrom uses.
+    static constexpr std::string_view kMeminfoKeys[] = {
+        "MemTotal",       "MemFree",      "MemAvailable",   "Active(anon)",
+        "Inactive(anon)", "Active(file)", "Inactive(file)", "SReclaimable",
+        "AnonPages",      "SwapTotal",    "SwapFree",       "Zswap"};
+    static constexpr std::string_view kVmstatKeys[] = {"pgpgin", "pgpgout"};
+
+    // "Name: value kB" (meminfo) and "name value" (vmstat) lines as name to value, for the
+    // wanted names only, or all of them when none are given.
+    static std::map<std::string, std::uint64_t>
+    parseKeyValues(std::string_view text, std::span<const std::string_view> wanted = {});
     // The pressure of /proc/pressure/memory as a level: 4 when every task stalled for memory
     // at least a tenth of the last ten seconds, 2 when some did, else 1.
     static std::optional<std::int64_t> pressureLevelFromText(std::string_view text);
@@ -30,7 +40,7 @@ public:
                                std::uint64_t pageSize);
 
 protected:
-    Reading read() override;
+    std::optional<Reading> read() override;
     Capabilities capabilities() const override;
     std::optional<std::int64_t> readPressureLevel() override;
 
@@ -41,6 +51,7 @@ private:
     SysRootFile vmstat_;
     SysRootFile pressure_;
     bool hasPressure_;
+    bool toldUnreadable_ = false;
 };
 
 } // namespace corvane

@@ -7,45 +7,64 @@ namespace corvane {
 
 namespace {
 
-double finite(double v) {
-    return std::isfinite(v) ? v : 0.0;
-}
-
 std::string gib(double kib) {
     char text[32];
     std::snprintf(text, sizeof text, "%.2f GiB", kib / (1024.0 * 1024.0));
     return text;
 }
 
+double percentOf(double part, double total) {
+    return total > 0 ? part / total * 100.0 : 0.0;
+}
+
 } // namespace
 
+bool MemoryStatus::hasReading() const {
+    // An unreadable source leaves its sample empty; a machine always has some memory.
+    const statsample s = memory_.sampleAtIndex(0, 0);
+    return s.time > 0 && s.empty == 0 && s.values[0] > 0;
+}
+
 Value MemoryStatus::dictionary() const {
+    if (!hasReading())
+        return Value::dict();
     const double* v = memory_.sampleAtIndex(0, 0).values;
-    return Value::dict({{"total", v[0]},
-                        {"free", v[1]},
-                        {"wired", v[10]},
-                        {"active", v[11]},
-                        {"inactive", v[12]},
-                        {"compressed", v[13]},
-                        {"fileCache", v[15]},
-                        {"application", v[16]},
-                        {"swapUsed", v[7]},
-                        {"swapTotal", v[8]},
-                        {"used", finite(v[9])},
-                        {"usedWithoutInactive", finite(v[18])},
-                        {"pressureLevel", v[17]}});
+    // The shares are worked out from the sizes beside them, so that the two always agree; the
+    // collector's own shares divide by the total of the sample before.
+    const double used = v[10] + v[11] + v[13];
+    Value memory = Value::dict({{"total", v[0]},
+                                {"free", v[1]},
+                                {"wired", v[10]},
+                                {"active", v[11]},
+                                {"inactive", v[12]},
+                                {"compressed", v[13]},
+                                {"fileCache", v[15]},
+                                {"application", v[16]},
+                                {"swapUsed", v[7]},
+                                {"swapTotal", v[8]},
+                                {"usedPercent", percentOf(used, v[0])},
+                                {"usedWithInactivePercent", percentOf(used + v[12], v[0])}});
+    // Levels are 1, 2 and 4; 0 is a level never read.
+    if (memory_.sourceCapabilities().hasPressureLevel && memory_.pressureLevel() > 0)
+        memory.set("pressureLevel", memory_.pressureLevel());
+    return memory;
 }
 
 std::string MemoryStatus::text() const {
+    if (!hasReading())
+        return "Memory    unavailable: no memory figures could be read\n";
     const Value m = dictionary();
-    // Used as `free` counts it: what neither lies free nor is cache the kernel can drop.
+    // Used as `free` counts it (total less available), then with the caches the kernel could
+    // give back, each with its share of the total.
     const double used =
         m["wired"].doubleValue() + m["active"].doubleValue() + m["compressed"].doubleValue();
-    std::string out = "Memory    " + gib(used) + " used of " + gib(m["total"].doubleValue());
-    char shares[96];
-    std::snprintf(shares, sizeof shares, "  (%.1f%%, %.1f%% without inactive)\n",
-                  m["used"].doubleValue(), m["usedWithoutInactive"].doubleValue());
-    out += shares;
+    char shares[160];
+    std::snprintf(shares, sizeof shares,
+                  "Memory    %s used of %s (%.1f%%); with inactive caches %s (%.1f%%)\n",
+                  gib(used).c_str(), gib(m["total"].doubleValue()).c_str(),
+                  m["usedPercent"].doubleValue(), gib(used + m["inactive"].doubleValue()).c_str(),
+                  m["usedWithInactivePercent"].doubleValue());
+    std::string out = shares;
     out += "  wired " + gib(m["wired"].doubleValue()) + "  active " +
            gib(m["active"].doubleValue()) + "  inactive " + gib(m["inactive"].doubleValue()) +
            "  compressed " + gib(m["compressed"].doubleValue()) + "\n";
@@ -53,10 +72,9 @@ std::string MemoryStatus::text() const {
            gib(m["application"].doubleValue()) + "  swap " +
            gib(m["swapUsed"].doubleValue() / 1024) + " of " +
            gib(m["swapTotal"].doubleValue() / 1024);
-    char level[32];
-    std::snprintf(level, sizeof level, "  pressure %lld\n",
-                  static_cast<long long>(m["pressureLevel"].integerValue()));
-    return out + level;
+    if (m.contains("pressureLevel"))
+        return out + "  pressure " + std::to_string(m["pressureLevel"].integerValue()) + "\n";
+    return out + "  pressure unavailable\n";
 }
 
 } // namespace corvane

@@ -12,9 +12,13 @@ public:
     explicit MemoryStatus(const MemoryStatCollector& memory)
         : memory_(memory) {}
 
+    // Whether the machine's memory figures were read.
+    bool hasReading() const;
+
     // {"total", "free", "wired", "active", "inactive", "compressed", "fileCache", "application"
-    //  (KiB), "swapUsed", "swapTotal" (bytes), "used", "usedWithoutInactive" (percent),
-    //  "pressureLevel"}
+    //  (KiB), "swapUsed", "swapTotal" (bytes), "usedPercent" (wired, active and compressed:
+    //  total less available), "usedWithInactivePercent" (the inactive caches too: total less
+    //  free), "pressureLevel" (where the system tells it)}; empty without a reading.
     Value dictionary() const;
     std::string text() const;
 

@@ -4,6 +4,7 @@
 #include "foundation/ManualMainQueue.h"
 #include "support/TemporaryDirectory.h"
 
+#include <cctype>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
@@ -16,6 +17,26 @@ namespace {
 
 SysRoot recorded(const char* name) {
     return SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / name);
+}
+
+// "BAT0/status=Full": the attribute's file and its line in uevent, where the tree has them.
+void setAttribute(const std::filesystem::path& root, const std::string& change) {
+    const auto slash = change.find('/');
+    const auto equals = change.find('=');
+    const auto dir = root / "sys/class/power_supply" / change.substr(0, slash);
+    const std::string name = change.substr(slash + 1, equals - slash - 1);
+    const std::string value = change.substr(equals + 1);
+    if (std::filesystem::exists(dir / name))
+        std::ofstream(dir / name) << value << "\n";
+    std::ifstream in(dir / "uevent");
+    std::string upper = name, text, line;
+    for (char& ch : upper)
+        ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    const std::string key = "POWER_SUPPLY_" + upper + "=";
+    while (std::getline(in, line))
+        text += (line.rfind(key, 0) == 0 ? key + value : line) + "\n";
+    if (!text.empty())
+        std::ofstream(dir / "uevent") << text;
 }
 
 class PowerSupplies : public ::testing::Test {
@@ -69,6 +90,8 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
         float percentage;
         std::int64_t time;
         const char* removed = "";
+        const char* changed = ""; // supply/attribute=value, as the kernel would write them
+        std::int64_t condition = 3;
     };
     const Case cases[] = {
         {"charging from USB-C: 20.52 Wh to go at 20.52 W", "laptop-charging", Item::Charging, 1, 60,
@@ -80,6 +103,12 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
         {"full on mains", "laptop-full", Item::ChargedOrUnknown, 1, 100, Item::kTimeCharged},
         {"no rate, so no estimate", "laptop-discharging", Item::Discharging, 0, 60,
          Item::kTimeNoEstimate, "power_now"},
+        {"still \"Full\" just after the adapter went: on battery", "laptop-full", Item::Discharging,
+         0, 100, Item::kTimeNoEstimate, "", "AC/online=0"},
+        {"a battery the kernel gave up on", "laptop-discharging", Item::Discharging, 0, 60, 180, "",
+         "BAT0/health=Dead", 5},
+        {"an overheating battery asks for a check", "laptop-discharging", Item::Discharging, 0, 60,
+         180, "", "BAT0/health=Overheat", 4},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -90,6 +119,9 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
         for (std::string name; removed >> name;)
             ASSERT_TRUE(
                 std::filesystem::remove(copy.path() / "sys/class/power_supply/BAT0" / name));
+        std::istringstream changed(c.changed);
+        for (std::string change; changed >> change;)
+            setAttribute(copy.path(), change);
 
         BatteryStatCollectorLinux battery(context, SysRoot(copy.path()));
         battery.updateStats();
@@ -99,7 +131,19 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
         EXPECT_EQ(internal->source, c.source);
         EXPECT_FLOAT_EQ(internal->percentage, c.percentage);
         EXPECT_EQ(internal->time(), c.time);
+        EXPECT_EQ(internal->condition, c.condition);
     }
+}
+
+TEST_F(PowerSupplies, AnEmptyBayIsNoSource) {
+    test::TemporaryDirectory copy;
+    std::filesystem::copy(recorded("laptop-discharging").root(), copy.path(),
+                          std::filesystem::copy_options::recursive);
+    setAttribute(copy.path(), "BAT0/present=0");
+    BatteryStatCollectorLinux battery(context, SysRoot(copy.path()));
+    battery.updateStats();
+    EXPECT_FALSE(battery.hasInteralBattery());
+    EXPECT_EQ(battery.batteries().size(), 1u) << "the mouse stays";
 }
 
 TEST_F(PowerSupplies, AUsbCAdapterGivesItsWatts) {
@@ -139,15 +183,23 @@ TEST_F(PowerSupplies, ACurrentIsNegativeWhileDischargingWhicheverSignTheDriverUs
     }
 }
 
-TEST_F(PowerSupplies, ALevelInWordsGivesAnApproximatePercentage) {
+// Three game pads: a level in words gives an approximate percentage, and "Unknown" gives none.
+TEST_F(PowerSupplies, ALevelInWordsGivesAnApproximatePercentageAndUnknownGivesNone) {
     BatteryStatCollectorLinux battery(context, recorded("laptop-charge-counter"));
     battery.updateStats();
-    std::map<std::string, float> levels;
+    std::map<std::string, BatteryStatCollector::BatteryItem> sources;
     for (const auto& source : battery.batteries())
-        levels[source->key()] = source->percentage;
-    EXPECT_FLOAT_EQ(levels["hid-0005:054c:0ce6.0001-battery"], 80.0F); // "High"
-    EXPECT_FLOAT_EQ(levels["hid-0005:045e:0b13.0002-battery"], 5.0F);  // "Critical"
-    EXPECT_FLOAT_EQ(levels["BAT1"], 50.0F);
+        sources[source->key()] = source;
+    EXPECT_FLOAT_EQ(sources["hid-0005:054c:0ce6.0001-battery"]->percentage, 80.0F); // "High"
+    EXPECT_FLOAT_EQ(sources["hid-0005:045e:0b13.0002-battery"]->percentage, 5.0F);  // "Critical"
+    EXPECT_FLOAT_EQ(sources["BAT1"]->percentage, 50.0F);
+    EXPECT_TRUE(sources["BAT1"]->hasPercentage);
+
+    const auto unknown = sources["hid-0005:057e:2009.0003-battery"];
+    ASSERT_TRUE(unknown);
+    EXPECT_FALSE(unknown->hasPercentage);
+    EXPECT_EQ(unknown->sampleAtIndex(0, 0).empty, 1) << "a gap in the graph, not 0 %";
+    EXPECT_EQ(unknown->subtype, GameController);
 }
 
 TEST_F(PowerSupplies, AMachineWithoutSuppliesHasNoItemsAndSamplesOnEverySixthBeat) {

@@ -352,6 +352,26 @@ TEST(UPowerUps, StatesReadAsOnMainsOrOnBattery) {
     EXPECT_EQ(unknown->name, "Smart-UPS");
 }
 
+// A game pad that reports its charge in words has told none yet: UPower's level "Unknown" (0)
+// with a Percentage of 0 is no charge at all, while a level with a percentage is one.
+TEST(UPowerPeripherals, AnUnknownLevelGivesNoPercentage) {
+    auto read = [](std::int64_t level, double percent) {
+        Value properties = Value::dict({{"Type", 12}, {"Model", "Pad"}, {"Percentage", percent}});
+        if (level >= 0)
+            properties.set("BatteryLevel", level);
+        auto item = std::make_unique<Item>(3, 1);
+        item->type = Item::WirelessDevice;
+        item->processIOPS(UPowerDevices::peripheralPowerSource(properties, "/pad"));
+        return item;
+    };
+    EXPECT_FALSE(read(0, 0)->hasPercentage);
+    EXPECT_FLOAT_EQ(read(1, 0)->percentage, 0.0F); // level "None": the percentage stands
+    EXPECT_TRUE(read(1, 0)->hasPercentage);
+    EXPECT_FLOAT_EQ(read(7, 70)->percentage, 70.0F);
+    EXPECT_TRUE(read(-1, 0)->hasPercentage); // an older UPower without levels
+    EXPECT_EQ(deviceKindForUPowerType(12), GameController);
+}
+
 TEST(UPowerDevices, WithoutTheServiceTheListIsEmpty) {
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (!bus)

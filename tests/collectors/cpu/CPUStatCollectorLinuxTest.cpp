@@ -33,11 +33,12 @@ public:
                                   std::filesystem::copy_options::copy_symlinks);
     }
     SysRoot root() const { return SysRoot(dir_.path()); }
-    // The counters recorded a few seconds later.
-    void advance() const {
+    // The counters recorded a few seconds later, with any lines given added.
+    void advance(const std::string& added = "") const {
         std::filesystem::copy_file(kSysroots / (name_ + ".later") / "proc/stat",
                                    dir_.path() / "proc/stat",
                                    std::filesystem::copy_options::overwrite_existing);
+        std::ofstream(dir_.path() / "proc/stat", std::ios::app) << added;
     }
 
 private:
@@ -135,29 +136,45 @@ TEST_F(LinuxProcessor, MatchesTopOnAHyperThreadedMachine) {
     EXPECT_EQ(cpu.threadCount(), 420);
 }
 
-TEST_F(LinuxProcessor, AnOfflineProcessorKeepsItsPlaceAndShowsNoLoad) {
+TEST_F(LinuxProcessor, AnOfflineProcessorKeepsItsPlaceAndCountsFromItsReturn) {
     RecordedMachine machine("offline-cpu2");
     CPUStatCollectorLinux cpu(context, machine.root());
     cpu.setup();
     EXPECT_EQ(cpu.coreCount(), 3);
     EXPECT_FALSE(cpu.hyperThreading());
     ASSERT_EQ(cpu.logicalCores().size(), 4u);
-    machine.advance();
+    // cpu2 comes back on line with the counters it gathered before it went off.
+    machine.advance("cpu2 20000 0 10000 9000000 0 0 0 0 0 0\n");
     cpu.updateStats();
-    cpu.updateStats(); // a second reading with unchanged counters must not break anything
 
+    EXPECT_NEAR(cpu.sampleAtIndex(0, 0).values[0], topShares("offline-cpu2", "all").user, 1e-9);
     EXPECT_TRUE(std::isnan(cpu.logicalCores()[2]->sampleAtIndex(0, 0).values[0]));
-    machine.advance();
-    RecordedMachine fresh("offline-cpu2");
-    CPUStatCollectorLinux again(context, fresh.root());
-    again.setup();
-    again.updateStats();
-    fresh.advance();
-    again.updateStats();
-    const Busy all = topShares("offline-cpu2", "all");
-    EXPECT_NEAR(again.sampleAtIndex(0, 0).values[0], all.user, 1e-9);
-    EXPECT_NEAR(again.logicalCores()[3]->sampleAtIndex(0, 0).values[0],
+    EXPECT_NEAR(cpu.logicalCores()[3]->sampleAtIndex(0, 0).values[0],
                 topShares("offline-cpu2", "cpu3").user, 1e-9);
+    cpu.updateStats(); // a second reading with unchanged counters must not break anything
+    EXPECT_EQ(cpu.sampleAtIndex(0, 0).values[0], 0.0);
+}
+
+// Nothing to read is said as such: an empty sample, never zeros that look measured.
+TEST_F(LinuxProcessor, AnEmptyOrUnreadableProcGivesNoReading) {
+    LogCapture log;
+    for (const char* stat : std::initializer_list<const char*>{"", "intr 1 2 3\n", nullptr}) {
+        TemporaryDirectory dir;
+        std::filesystem::create_directories(dir.path() / "proc");
+        if (stat)
+            std::ofstream(dir.path() / "proc/stat") << stat;
+        else
+            std::filesystem::create_symlink("/dev/zero", dir.path() / "proc/stat");
+        CPUStatCollectorLinux cpu(context, SysRoot(dir.path()));
+        LoadStatCollectorLinux load(context, SysRoot(dir.path()));
+        cpu.setup();
+        cpu.updateStats();
+        load.updateStats();
+        EXPECT_EQ(cpu.sampleAtIndex(0, 0).empty, 1) << (stat ? stat : "a device");
+        EXPECT_EQ(load.sampleAtIndex(0, 0).empty, 1);
+        EXPECT_FALSE(cpu.hasReading());
+        EXPECT_FALSE(load.hasReading());
+    }
 }
 
 TEST_F(LinuxProcessor, MatchesTopOnThisMachinesRecording) {
@@ -202,14 +219,10 @@ TEST(LoadAverages, ReadFromLoadavg) {
     EXPECT_DOUBLE_EQ(s.values[0], 1.52);
     EXPECT_DOUBLE_EQ(s.values[1], 0.98);
     EXPECT_DOUBLE_EQ(s.values[2], 0.61);
-    EXPECT_EQ(load.config()["updatePeaks"], Value(1));
 
     EXPECT_FALSE(LoadStatCollectorLinux::parseLoadAverages("0.5 0.4"));
     EXPECT_FALSE(LoadStatCollectorLinux::parseLoadAverages("a b c 1/2 3"));
-    LogCapture log;
-    LoadStatCollectorLinux missing(context, SysRoot("/nonexistent"));
-    missing.updateStats();
-    EXPECT_EQ(missing.sampleAtIndex(0, 0).values[0], 0.0);
+    EXPECT_TRUE(load.hasReading());
 }
 
 TEST(LiveProcessor, ABusyThreadShowsOnItsCore) {

@@ -43,16 +43,52 @@ TEST_F(CPUCollector, MeasuresTheChangeSinceSetupAcrossAllProcessors) {
     EXPECT_EQ(cpu->taskCount(), 12);
     EXPECT_EQ(cpu->threadCount(), 345);
 
-    // A core's first sample counts from zero, that is since the machine started.
+    // A core's first sample also counts from setup, not from the machine's start.
     const auto cores = cpu->logicalCores();
     ASSERT_EQ(cores.size(), 2u);
-    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 160.0 / 500.0 * 100.0);
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 60.0);
     cpu->ticks = {{200, 120, 150, 110}, {1000, 1000, 1100, 1000}};
     cpu->updateStats();
     EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 50.0);
     EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[2], 0.0);
     EXPECT_TRUE(std::isnan(cores[1]->sampleAtIndex(0, 0).values[0]));
     EXPECT_EQ(cores[0]->idForInterval(0), 2.0);
+}
+
+// Counters of a steady load on two processors, one busy and one idle, at 100 ticks a second;
+// each reading notes its time.
+class SteadyLoad final : public CPUStatCollector {
+public:
+    explicit SteadyLoad(const EngineContext& context)
+        : CPUStatCollector(context) {}
+    std::vector<double> readAt;
+
+protected:
+    std::int64_t physicalCoreCount() override { return 2; }
+    std::int64_t logicalCoreCount() override { return 2; }
+    std::vector<Ticks> processorTicks() override {
+        const double now = mainQueue().clock().now();
+        readAt.push_back(now);
+        const auto ticks = static_cast<std::uint64_t>(std::floor(now * 100.0));
+        return {{ticks, 0, 0, 0}, {0, 0, ticks, 0}};
+    }
+    ProcessInfo processInfo() override { return {}; }
+};
+
+TEST_F(CPUCollector, TheFirstSampleOfTheCycleMeasuresAWholeSecond) {
+    for (double offset : {0.5, 0.95, 0.02}) {
+        ManualMainQueue clock{1795335330.0 + offset};
+        SteadyLoad cpu(EngineContext{clock, kSettingsTierCount, nullptr});
+        cpu.setup();
+        cpu.startLogging();
+        for (int step = 0; step < 300 && cpu.lastIDForType(0) == 0; ++step)
+            clock.advance(0.01);
+        const double sampled = cpu.sampleAtIndex(0, 0).time;
+        ASSERT_GE(cpu.readAt.size(), 2u);
+        EXPECT_DOUBLE_EQ(sampled - cpu.readAt[cpu.readAt.size() - 2], 1.0) << offset;
+        EXPECT_DOUBLE_EQ(sampled, std::round(sampled)) << offset;
+        cpu.cleanup();
+    }
 }
 
 TEST_F(CPUCollector, AnIdleIntervalGivesZerosNotNumbersThatAreNot) {
@@ -66,7 +102,6 @@ TEST_F(CPUCollector, AnIdleIntervalGivesZerosNotNumbersThatAreNot) {
 
 TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
     auto cpu = make(4, 2, {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}});
-    cpu->updateStats(); // the cores' counters start from these
     ASSERT_TRUE(cpu->hyperThreading());
     ASSERT_EQ(cpu->physicalCores().size(), 2u);
     cpu->ticks = {{100, 0, 0, 0}, {0, 50, 50, 0}, {0, 0, 100, 0}, {0, 0, 0, 0}};
@@ -102,11 +137,13 @@ TEST_F(CPUCollector, OnlyTwoThreadsACoreCountAsHyperThreading) {
     EXPECT_FALSE(huge->hyperThreading());
 }
 
-TEST_F(CPUCollector, NoProcessorsGiveZerosAndNoRunningTime) {
+TEST_F(CPUCollector, NoProcessorsGiveAnEmptySampleAndNoRunningTime) {
     auto cpu = make(0, 0, {});
     cpu->updateStats();
     EXPECT_EQ(slot(*cpu, 0), 0.0);
     EXPECT_EQ(slot(*cpu, 1), 0.0);
+    EXPECT_EQ(cpu->sampleAtIndex(0, 0).empty, 1);
+    EXPECT_FALSE(cpu->hasReading());
     EXPECT_EQ(cpu->runningTime(), -1.0);
 }
 

@@ -6,7 +6,9 @@
 #include "support/TemporaryDirectory.h"
 
 #include <cmath>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace corvane;
 using corvane::test::ScriptedMemory;
@@ -188,14 +190,45 @@ TEST(MemoryLinux, ReadsARecordedMachine) {
     EXPECT_EQ(s.values[17], 1.0);
 }
 
-TEST(MemoryLinux, AMissingProcGivesZerosNotACrash) {
+// A tree without usable memory figures gives an empty sample, never zeros that look measured;
+// a FIFO or a device in place of the file must not hang the reader.
+TEST(MemoryLinux, NoFiguresGiveNoReading) {
     ManualMainQueue queue;
     const EngineContext context{queue, kSettingsTierCount, nullptr};
-    MemoryStatCollectorLinux memory(context, SysRoot("/nonexistent"), 4096);
+    for (const char* meminfo : {"", "MemFree: 100 kB\n", "fifo", "device", "none"}) {
+        SCOPED_TRACE(meminfo);
+        test::TemporaryDirectory root;
+        std::filesystem::create_directories(root / "proc");
+        const auto file = root / "proc/meminfo";
+        if (meminfo == std::string_view("fifo"))
+            ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+        else if (meminfo == std::string_view("device"))
+            std::filesystem::create_symlink("/dev/zero", file);
+        else if (meminfo != std::string_view("none"))
+            std::ofstream(file) << meminfo;
+        MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
+        memory.updateStats();
+        memory.updateStats();
+        EXPECT_EQ(memory.sampleAtIndex(0, 0).empty, 1);
+        EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 0.0);
+        EXPECT_FALSE(memory.hasReading());
+    }
+}
+
+// The product's reader and the tested parser are one: any white space may follow the colon.
+TEST(MemoryLinux, ATabAfterTheNameReadsAsASpaceDoes) {
+    ManualMainQueue queue;
+    const EngineContext context{queue, kSettingsTierCount, nullptr};
+    test::TemporaryDirectory root;
+    std::filesystem::create_directories(root / "proc");
+    std::ofstream(root / "proc/meminfo")
+        << "MemTotal:\t16000000 kB\nMemFree:\t4000000 kB\nMemAvailable:\t9000000 kB\n";
+    MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
     memory.updateStats();
-    memory.updateStats();
-    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 0.0);
-    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[9], 0.0);
+    EXPECT_TRUE(memory.hasReading());
+    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 16000000.0);
+    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[1], 4000000.0);
+    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[12], 5000000.0);
 }
 
 } // namespace

@@ -1,0 +1,295 @@
+#include "status/DropdownBuilders.h"
+
+#include "collectors/battery/BatteryStatCollector.h"
+#include "collectors/battery/BatteryStatus.h"
+#include "collectors/cpu/ProcessorStatus.h"
+#include "collectors/memory/MemoryStatCollector.h"
+#include "collectors/memory/MemoryStatus.h"
+#include "drawing/CVBBatteryMenuExtraView.h"
+#include "preferences/CVBPreferences.h"
+#include "status/ProcessTable.h"
+#include "text/CVBTranslations.h"
+#include "text/ValueFormatters.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace corvane {
+
+namespace {
+
+constexpr const char* kTable = "status";
+constexpr int kMostProcesses = 20;
+// Slots of a memory sample beside those the status dictionary names.
+constexpr std::int64_t kPageInsSince = 5;
+constexpr std::int64_t kPageOutsSince = 6;
+constexpr std::int64_t kWiredAndCompressed = 14;
+
+std::string percent(double value, int decimals = 0) {
+    return formattedPercentage(decimals, value);
+}
+
+// Names come from processes and devices; a control character must not reach a menu.
+std::string printable(std::string_view text) {
+    std::string out(text);
+    std::replace_if(
+        out.begin(), out.end(),
+        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }, '?');
+    return out;
+}
+
+std::string described(std::string_view title, const std::string& value) {
+    return formattedString(DropdownBuilders::translated(title), value);
+}
+
+const char* pressureWord(std::int64_t level) {
+    switch (level) {
+    case 1:
+        return "Normal";
+    case 2:
+        return "Warning";
+    case 4:
+        return "Critical";
+    default:
+        return nullptr;
+    }
+}
+
+const char* stateWord(std::int64_t state) {
+    switch (state) {
+    case BatteryStatCollectorItem::Charging:
+        return "Charging";
+    case BatteryStatCollectorItem::Discharging:
+        return "Discharging";
+    case BatteryStatCollectorItem::OnMainsNotCharging:
+        return "Not Charging";
+    case BatteryStatCollectorItem::HeldBackByOptimisedCharging:
+        return "Paused";
+    default:
+        return "Charged";
+    }
+}
+
+std::string uptimeText(double seconds) {
+    const auto minutes = static_cast<long long>(seconds / 60);
+    char clock[32];
+    std::snprintf(clock, sizeof clock, "%lld:%02lld", minutes / 60 % 24, minutes % 60);
+    const long long days = minutes / (60 * 24);
+    if (days == 0)
+        return clock;
+    const std::string word = DropdownBuilders::translated(days == 1 ? "1 day" : "%@ days");
+    return formattedString(word, std::to_string(days)) + " " + clock;
+}
+
+// "2 GB of 8 GB": the format's two "%@" filled in order.
+std::string amountOf(const std::string& part, const std::string& whole) {
+    return formattedString(formattedString(DropdownBuilders::translated("%@ of %@"), part), whole);
+}
+
+std::size_t processCount(const char* key) {
+    return static_cast<std::size_t>(
+        std::clamp<std::int64_t>(CVBIntegerForKey(key), 0, kMostProcesses));
+}
+
+} // namespace
+
+std::string DropdownBuilders::translated(std::string_view key) {
+    return HLVLocalizedString(key, std::nullopt, kTable);
+}
+
+std::string DropdownBuilders::valueRow(std::string_view label, const std::string& value) {
+    return translated(label) + ": " + value;
+}
+
+void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) {
+    rows.push_back(DropdownRow::separator());
+    rows.push_back(
+        DropdownRow::actionRow(translated("Open Corvane Bar Settings…"), kOpenSettingsAction));
+    rows.push_back(DropdownRow::actionRow(translated("Quit"), kQuitAction));
+}
+
+ItemSummary DropdownBuilders::summary(std::string_view section) const {
+    ItemSummary s;
+    s.labelGuide = percent(100);
+    std::optional<double> value;
+    std::string_view title;
+    if (section == "cpu") {
+        title = "CPU: %@";
+        const Value status = ProcessorStatus(sources_.cpu, sources_.load).dictionary();
+        if (status.contains("cpu"))
+            value = status["cpu"]["total"].doubleValue();
+    } else if (section == "memory") {
+        title = "Memory: %@";
+        const Value status = MemoryStatus(sources_.memory).dictionary();
+        if (status.contains("usedPercent"))
+            value = status["usedPercent"].doubleValue();
+    } else if (section == "battery") {
+        title = "Battery: %@";
+        const auto battery = sources_.battery.primaryBattery();
+        if (battery && battery->hasPercentage)
+            value = static_cast<double>(battery->percentage);
+        s.batteryState = battery ? battery->state : BatteryStatCollectorItem::ChargedOrUnknown;
+    }
+    if (!value || !std::isfinite(*value))
+        return s;
+    const double shown = std::clamp(*value, 0.0, 100.0);
+    s.label = percent(shown);
+    s.fraction = shown / 100.0;
+    s.tooltip = described(title, s.label);
+    s.accessibleDescription = s.tooltip;
+    return s;
+}
+
+DropdownModel DropdownBuilders::dropdown(std::string_view section, const PanelPicture& graph,
+                                         const GraphPeriod& period) const {
+    DropdownModel model;
+    if (section == "cpu")
+        addProcessorRows(model.rows, graph, period);
+    else if (section == "memory")
+        addMemoryRows(model.rows);
+    else if (section == "battery")
+        addBatteryRows(model.rows);
+    appendClosingRows(model.rows);
+    return model;
+}
+
+void DropdownBuilders::addProcessorRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                                        const GraphPeriod& period) const {
+    const Value status = ProcessorStatus(sources_.cpu, sources_.load).dictionary();
+    rows.push_back(DropdownRow::header(translated("Processor")));
+    if (status.contains("cpu")) {
+        const Value& cpu = status["cpu"];
+        rows.push_back(DropdownRow::textRow(valueRow("User", percent(cpu["user"].doubleValue()))));
+        rows.push_back(
+            DropdownRow::textRow(valueRow("System", percent(cpu["system"].doubleValue()))));
+        rows.push_back(DropdownRow::textRow(valueRow("Nice", percent(cpu["nice"].doubleValue()))));
+        const double idle = std::max(0.0, 100.0 - cpu["total"].doubleValue());
+        rows.push_back(DropdownRow::textRow(valueRow("Idle", percent(idle))));
+    } else {
+        rows.push_back(DropdownRow::textRow(translated("No processor figures")));
+    }
+    if (!graph.empty()) {
+        rows.push_back(DropdownRow::pictureRow(graph, translated(period.name)));
+        rows.push_back(DropdownRow::actionRow(valueRow("History", translated(period.name)),
+                                              kNextGraphPeriodAction));
+    }
+    const auto& cores = status["cores"].arrayItems();
+    if (cores.size() > 1) {
+        rows.push_back(DropdownRow::header(translated("Cores")));
+        int number = 1;
+        for (const auto& core : cores)
+            rows.push_back(DropdownRow::textRow(
+                formattedString(translated("Core %@"), std::to_string(number++)) + ": " +
+                percent(core["total"].doubleValue())));
+    }
+    if (status.contains("load")) {
+        const Value& load = status["load"];
+        char averages[64];
+        std::snprintf(averages, sizeof averages, "%.2f, %.2f, %.2f", load["one"].doubleValue(),
+                      load["five"].doubleValue(), load["fifteen"].doubleValue());
+        rows.push_back(DropdownRow::textRow(valueRow("Load Averages", averages)));
+    }
+    if (const auto uptime = uptimeSeconds())
+        rows.push_back(DropdownRow::textRow(valueRow("Uptime", uptimeText(*uptime))));
+    addTopProcesses(rows, false);
+}
+
+void DropdownBuilders::addMemoryRows(std::vector<DropdownRow>& rows) const {
+    const Value m = MemoryStatus(sources_.memory).dictionary();
+    rows.push_back(DropdownRow::header(translated("Memory")));
+    if (!m.contains("total")) {
+        rows.push_back(DropdownRow::textRow(translated("No memory figures")));
+        addTopProcesses(rows, true);
+        return;
+    }
+    const double* v = sources_.memory.sampleAtIndex(0, 0).values;
+    std::string pressure = percent(v[kWiredAndCompressed]);
+    if (const char* word = pressureWord(m["pressureLevel"].integerValue()))
+        pressure += " (" + translated(word) + ")";
+    rows.push_back(DropdownRow::textRow(valueRow("Pressure", pressure)));
+    const double used =
+        m["wired"].doubleValue() + m["active"].doubleValue() + m["compressed"].doubleValue();
+    rows.push_back(DropdownRow::textRow(valueRow(
+        "Used", amountOf(formattedMemory(used), formattedMemory(m["total"].doubleValue())))));
+    rows.push_back(DropdownRow::textRow(
+        valueRow("App Memory", formattedMemory(m["application"].doubleValue()))));
+    rows.push_back(
+        DropdownRow::textRow(valueRow("Wired", formattedMemory(m["wired"].doubleValue()))));
+    rows.push_back(DropdownRow::textRow(
+        valueRow("Compressed", formattedMemory(m["compressed"].doubleValue()))));
+    rows.push_back(DropdownRow::textRow(
+        valueRow("File Cache", formattedMemory(m["fileCache"].doubleValue()))));
+    rows.push_back(
+        DropdownRow::textRow(valueRow("Free", formattedMemory(m["free"].doubleValue()))));
+    rows.push_back(DropdownRow::header(translated("Swap")));
+    rows.push_back(DropdownRow::textRow(
+        valueRow("Swap Used", amountOf(formattedMemory(m["swapUsed"].doubleValue() / 1024),
+                                       formattedMemory(m["swapTotal"].doubleValue() / 1024)))));
+    rows.push_back(
+        DropdownRow::textRow(valueRow("Page Ins", formattedDiskActivity(v[kPageInsSince]))));
+    rows.push_back(
+        DropdownRow::textRow(valueRow("Page Outs", formattedDiskActivity(v[kPageOutsSince]))));
+    addTopProcesses(rows, true);
+}
+
+void DropdownBuilders::addBatteryRows(std::vector<DropdownRow>& rows) const {
+    const Value all = BatteryStatus(sources_.battery).dictionary();
+    const auto& sources = all["sources"].arrayItems();
+    if (sources.empty())
+        rows.push_back(DropdownRow::textRow(translated("No battery or power source")));
+    for (const auto& source : sources) {
+        const std::string name = printable(source["name"].stringValue());
+        rows.push_back(DropdownRow::header(name.empty() ? translated("Battery") : name));
+        if (source.contains("percentage"))
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Charge", percent(source["percentage"].doubleValue()))));
+        const std::int64_t state = source["state"].integerValue();
+        rows.push_back(DropdownRow::textRow(valueRow("State", translated(stateWord(state)))));
+        const std::int64_t time = source["time"].integerValue();
+        if (time != BatteryStatCollectorItem::kTimeNoEstimate)
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Time", CVBBatteryMenuExtraView::formattedBatteryTime(state, time))));
+        const bool internal =
+            source["type"].integerValue() == BatteryStatCollectorItem::InternalBattery;
+        if (internal && source["health"].doubleValue() > 0)
+            rows.push_back(
+                DropdownRow::textRow(valueRow("Health", percent(source["health"].doubleValue()))));
+        if (source.contains("cycles"))
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Cycles", std::to_string(source["cycles"].integerValue()))));
+    }
+    if (all.contains("adapterWatts"))
+        rows.push_back(DropdownRow::textRow(
+            valueRow("Power Adapter", std::to_string(all["adapterWatts"].integerValue()) + " W")));
+}
+
+void DropdownBuilders::addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const {
+    // Shares of the processor need a scan before to be measured from.
+    if (!sources_.processes.scanned() || (!byMemory && !sources_.processes.measured()))
+        return;
+    const std::size_t count = processCount(byMemory ? "Memory_ProcessCount" : "CPU_ProcessCount");
+    const auto top =
+        byMemory ? sources_.processes.topByMemory(count) : sources_.processes.topByCPU(count);
+    if (top.empty())
+        return;
+    rows.push_back(DropdownRow::header(translated("Top Processes")));
+    for (const auto& process : top)
+        rows.push_back(DropdownRow::textRow(printable(process.name) + ": " +
+                                            (byMemory ? formattedMemory(process.residentKilobytes)
+                                                      : percent(process.cpuPercent, 1))));
+}
+
+std::optional<double> DropdownBuilders::uptimeSeconds() const {
+    const auto text = sources_.root.readFile("/proc/uptime", 256);
+    if (!text)
+        return std::nullopt;
+    char* end = nullptr;
+    const double seconds = std::strtod(text->c_str(), &end);
+    if (end == text->c_str() || !std::isfinite(seconds) || seconds < 0)
+        return std::nullopt;
+    return seconds;
+}
+
+} // namespace corvane

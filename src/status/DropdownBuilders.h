@@ -1,0 +1,85 @@
+#pragma once
+
+#include "foundation/SysRoot.h"
+#include "status/PanelItem.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvane {
+
+class BatteryStatCollector;
+class CPUStatCollector;
+class LoadStatCollector;
+class MemoryStatCollector;
+class ProcessTable;
+
+// The collectors and files the texts of the items are read from.
+struct ItemSources {
+    CPUStatCollector& cpu;
+    LoadStatCollector& load;
+    MemoryStatCollector& memory;
+    BatteryStatCollector& battery;
+    const ProcessTable& processes;
+    SysRoot root; // for the uptime
+};
+
+// What an item says besides its picture: its value as text for panels that show text, and
+// the main value for its square picture.
+struct ItemSummary {
+    std::string label;      // "12%"; empty while nothing was read
+    std::string labelGuide; // the widest text the label can take
+    std::string tooltip;
+    std::string accessibleDescription;
+    double fraction = 0; // 0 to 1
+    // For a battery: its charge and state, drawn as a battery in the square picture.
+    std::optional<std::int64_t> batteryState;
+};
+
+// The periods the processor's history graph in its dropdown can span: the rings of the
+// first three tiers.
+struct GraphPeriod {
+    int tier;
+    std::string_view name; // before translation
+};
+inline constexpr GraphPeriod kGraphPeriods[] = {{0, "10 Minutes"}, {1, "1 Hour"}, {2, "24 Hours"}};
+// The row action that moves the graph on to the next period.
+inline constexpr const char* kNextGraphPeriodAction = "next-graph-period";
+
+// Builds the dropdown rows and summaries of the items from the newest samples, through the
+// formatters and the "status" string table. Figures a source did not give are left out, not
+// shown as zeros.
+class DropdownBuilders {
+public:
+    explicit DropdownBuilders(ItemSources sources)
+        : sources_(std::move(sources)) {}
+
+    ItemSummary summary(std::string_view section) const;
+
+    // The rows of the section's dropdown, ending with the rows every dropdown ends with.
+    // `graph` is the processor's history picture, shown when not empty, over `period`.
+    DropdownModel dropdown(std::string_view section, const PanelPicture& graph = {},
+                           const GraphPeriod& period = kGraphPeriods[0]) const;
+
+    // "Open Corvane Bar Settings…" and "Quit", after a separator.
+    static void appendClosingRows(std::vector<DropdownRow>& rows);
+    // A word of the "status" table in the chosen language.
+    static std::string translated(std::string_view key);
+    // "label: value", with the label translated.
+    static std::string valueRow(std::string_view label, const std::string& value);
+
+private:
+    void addProcessorRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                          const GraphPeriod& period) const;
+    void addMemoryRows(std::vector<DropdownRow>& rows) const;
+    void addBatteryRows(std::vector<DropdownRow>& rows) const;
+    void addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const;
+    std::optional<double> uptimeSeconds() const;
+
+    ItemSources sources_;
+};
+
+} // namespace corvane

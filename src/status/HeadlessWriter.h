@@ -1,0 +1,38 @@
+#pragma once
+
+#include "foundation/Value.h"
+#include "status/PanelItem.h"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+// The items as files instead of on a panel: <dir>/<id>.png, the picture, and <dir>/<id>.json,
+// its texts and dropdown, each written whole (a reader never sees half a file). The files of
+// an item that goes are removed.
+class HeadlessWriter final : public PanelFrontEnd {
+public:
+    // `time` tells the second a frame stands for, written into the JSON.
+    HeadlessWriter(std::filesystem::path directory, std::function<double()> time);
+
+    void show(const std::vector<PanelItem>& items) override;
+
+    // The JSON side of an item: "id", "title", "label", "label-guide", "tooltip",
+    // "accessible-description", "width", "height", "time" and "dropdown" (rows of "type",
+    // "text" and, where they apply, "action", "enabled", "width", "height").
+    static Value describe(const PanelItem& item, double time);
+    // Frames written, for commands that stop after one.
+    int frames() const { return frames_; }
+
+private:
+    std::filesystem::path directory_;
+    std::function<double()> time_;
+    std::vector<std::string> shown_;
+    int frames_ = 0;
+    bool warned_ = false;
+};
+
+} // namespace corvane

@@ -1,0 +1,97 @@
+#include "status/ItemPainter.h"
+
+#include "collectors/cpu/CPUStatCollector.h"
+#include "drawing/CVBModuleView.h"
+#include "drawing/GraphColors.h"
+#include "drawing/ItemRenderer.h"
+#include "drawing/Surface.h"
+#include "status/DropdownBuilders.h"
+
+#include <algorithm>
+#include <cairo.h>
+
+namespace corvane {
+
+namespace {
+
+// The square picture: one element of the strip, centred.
+class CompactView final : public CVBModuleView {
+public:
+    explicit CompactView(const ItemSummary& summary)
+        : summary_(summary) {}
+
+    int drawAtOffset(int offset) override {
+        if (summary_.batteryState)
+            return drawBatteryVerticalGraph(summary_.fraction * 100, "", *summary_.batteryState,
+                                            offset);
+        return drawPieGraphWithPecentage(summary_.fraction, defaultColorForTheme(), offset);
+    }
+    // The width the element takes, so that it can be centred.
+    int elementWidth() const { return summary_.batteryState ? 22 : graphHeight() + 4; }
+
+private:
+    const ItemSummary& summary_;
+};
+
+class GraphView final : public CVBModuleView {};
+
+} // namespace
+
+PanelPicture ItemPainter::fromImage(const Image& image) {
+    cairo_surface_t* surface = image.cairoSurface();
+    cairo_surface_flush(surface);
+    return PanelPicture::fromRows(
+        cairo_image_surface_get_data(surface), cairo_image_surface_get_width(surface),
+        cairo_image_surface_get_height(surface), cairo_image_surface_get_stride(surface));
+}
+
+PanelPicture ItemPainter::picture(CVBModuleView& view, double scale) {
+    return fromImage(ItemRenderer::render(view, scale, ItemRenderer::Background::Transparent));
+}
+
+PanelPicture ItemPainter::compactPicture(const ItemSummary& summary, double scale) {
+    CompactView view(summary);
+    view.updateMenubarColor();
+    Image image(Surface::kStripHeight, Surface::kStripHeight, scale);
+    Surface surface(image);
+    view.setSurface(&surface);
+    view.drawAtOffset((static_cast<int>(Surface::kStripHeight) - view.elementWidth()) / 2);
+    view.setSurface(nullptr);
+    return fromImage(image);
+}
+
+PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier, double scale) {
+    const auto ring = cpu.sampleIndex(tier).maximumSamples;
+    const auto perColumn = std::max<std::int64_t>(1, ring / kGraphColumns);
+    HistoryGraph graph;
+    graph.width = kGraphColumns;
+    graph.colors = {fillColorForGraph2("CPU_MenubarGraphSystem", 1),
+                    fillColorForGraph2("CPU_MenubarGraphUser", 0)};
+    for (std::int64_t column = 0; column < kGraphColumns; ++column) {
+        double busy = 0, user = 0;
+        int counted = 0;
+        for (std::int64_t i = column * perColumn; i < (column + 1) * perColumn; ++i) {
+            const statsample s = cpu.sampleAtIndex(i, tier);
+            if (s.sampleID == 0)
+                break;
+            ++counted;
+            if (s.empty)
+                continue;
+            user += s.values[0];
+            busy += s.values[0] + s.values[1];
+        }
+        if (counted == 0)
+            break;
+        graph.samples.push_back({busy / counted / 100, user / counted / 100});
+    }
+    GraphView view;
+    view.updateMenubarColor();
+    Image image(kGraphColumns, Surface::kStripHeight, scale);
+    Surface surface(image);
+    view.setSurface(&surface);
+    view.drawHistoryGraph(graph, 0);
+    view.setSurface(nullptr);
+    return fromImage(image);
+}
+
+} // namespace corvane

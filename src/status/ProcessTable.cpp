@@ -1,0 +1,118 @@
+#include "status/ProcessTable.h"
+
+#include <algorithm>
+#include <charconv>
+#include <unistd.h>
+
+namespace corvane {
+
+namespace {
+
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+// The blank-separated fields after the name, the state being the first (field 3 of the line).
+std::vector<std::string_view> fieldsAfterName(std::string_view rest) {
+    std::vector<std::string_view> fields;
+    std::size_t at = 0;
+    while (at < rest.size()) {
+        const auto start = rest.find_first_not_of(" \n", at);
+        if (start == std::string_view::npos)
+            break;
+        const auto end = std::min(rest.find_first_of(" \n", start), rest.size());
+        fields.push_back(rest.substr(start, end - start));
+        at = end;
+    }
+    return fields;
+}
+
+bool isPid(std::string_view name) {
+    return !name.empty() &&
+           std::all_of(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+template <class Better>
+std::vector<ProcessUsage> top(std::vector<ProcessUsage> all, std::size_t count, Better better) {
+    const auto cut = std::min(count, all.size());
+    std::partial_sort(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(cut), all.end(),
+                      [&](const ProcessUsage& a, const ProcessUsage& b) {
+                          const double x = better(a), y = better(b);
+                          return x != y ? x > y : a.pid < b.pid;
+                      });
+    all.resize(cut);
+    return all;
+}
+
+} // namespace
+
+ProcessTable::ProcessTable(SysRoot root, long ticksPerSecond, long pageSize)
+    : root_(std::move(root))
+    , ticksPerSecond_(
+          static_cast<double>(ticksPerSecond > 0 ? ticksPerSecond : ::sysconf(_SC_CLK_TCK)))
+    , pageKilobytes_(static_cast<double>(pageSize > 0 ? pageSize : ::sysconf(_SC_PAGESIZE)) /
+                     1024.0) {
+    if (ticksPerSecond_ <= 0)
+        ticksPerSecond_ = 100;
+}
+
+std::optional<ProcessTable::StatLine> ProcessTable::parseStatLine(std::string_view line) {
+    const auto open = line.find('(');
+    const auto close = line.rfind(')');
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
+        return std::nullopt;
+    const auto fields = fieldsAfterName(line.substr(close + 1));
+    // utime and stime are fields 14 and 15 of the line, rss is 24; fields[0] is field 3.
+    if (fields.size() < 22)
+        return std::nullopt;
+    const auto user = number(fields[11]);
+    const auto system = number(fields[12]);
+    const auto resident = number(fields[21]);
+    if (!user || !system || !resident)
+        return std::nullopt;
+    return StatLine{std::string(line.substr(open + 1, close - open - 1)), *user + *system,
+                    *resident};
+}
+
+void ProcessTable::scan(double now) {
+    const double elapsed = scannedAt_ ? now - *scannedAt_ : 0.0;
+    std::unordered_map<int, std::uint64_t> ticks;
+    std::vector<ProcessUsage> processes;
+    for (const auto& entry : root_.list("/proc")) {
+        if (!isPid(entry))
+            continue;
+        const auto text = root_.readFile("/proc/" + entry + "/stat", 4096);
+        // A process that ended between the listing and the read is simply gone.
+        const auto line = text ? parseStatLine(*text) : std::nullopt;
+        if (!line)
+            continue;
+        const int pid = static_cast<int>(number(entry).value_or(0));
+        ProcessUsage usage{pid, line->name, 0.0,
+                           static_cast<double>(line->residentPages) * pageKilobytes_};
+        const auto before = lastTicks_.find(pid);
+        // Ticks that went backwards belong to a new process under an old pid.
+        if (before != lastTicks_.end() && elapsed > 0 && line->ticks >= before->second)
+            usage.cpuPercent = static_cast<double>(line->ticks - before->second) / ticksPerSecond_ /
+                               elapsed * 100.0;
+        ticks.emplace(pid, line->ticks);
+        processes.push_back(std::move(usage));
+    }
+    measured_ = elapsed > 0;
+    lastTicks_ = std::move(ticks);
+    processes_ = std::move(processes);
+    scannedAt_ = now;
+}
+
+std::vector<ProcessUsage> ProcessTable::topByCPU(std::size_t count) const {
+    return top(processes_, count, [](const ProcessUsage& p) { return p.cpuPercent; });
+}
+
+std::vector<ProcessUsage> ProcessTable::topByMemory(std::size_t count) const {
+    return top(processes_, count, [](const ProcessUsage& p) { return p.residentKilobytes; });
+}
+
+} // namespace corvane

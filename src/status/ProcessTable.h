@@ -1,0 +1,65 @@
+#pragma once
+
+#include "foundation/SysRoot.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace corvane {
+
+// One process as the dropdowns list it.
+struct ProcessUsage {
+    int pid = 0;
+    std::string name;
+    double cpuPercent = 0; // of one processor, over the time between the last two scans
+    double residentKilobytes = 0;
+
+    friend bool operator==(const ProcessUsage&, const ProcessUsage&) = default;
+};
+
+// The processes of the machine from /proc/<pid>/stat under a root: what each used of the
+// processors since the scan before, and its resident memory. A scan reads one small file a
+// process, so the caller decides how often it is worth it.
+class ProcessTable {
+public:
+    // The fields of one stat line that matter here.
+    struct StatLine {
+        std::string name;
+        std::uint64_t ticks = 0; // user and system time, in clock ticks
+        std::uint64_t residentPages = 0;
+    };
+
+    // Clock ticks a second and bytes a page as the kernel counts them; 0 asks the system.
+    explicit ProcessTable(SysRoot root, long ticksPerSecond = 0, long pageSize = 0);
+
+    // Reads every process. `now` is seconds on a clock that never jumps. Shares are measured
+    // from the scan before; a process seen for the first time shows none.
+    void scan(double now);
+    bool scanned() const { return scannedAt_.has_value(); }
+    // Whether the shares of the last scan were measured: it had a scan before it.
+    bool measured() const { return measured_; }
+    std::optional<double> scannedAt() const { return scannedAt_; }
+
+    // The busiest and the largest first, at most `count`; ties by pid.
+    std::vector<ProcessUsage> topByCPU(std::size_t count) const;
+    std::vector<ProcessUsage> topByMemory(std::size_t count) const;
+
+    // "pid (name) state ppid ..." as the kernel writes it; the name may hold blanks and
+    // parentheses. Nothing for a line that is cut short or not numbers where numbers belong.
+    static std::optional<StatLine> parseStatLine(std::string_view line);
+
+private:
+    SysRoot root_;
+    double ticksPerSecond_;
+    double pageKilobytes_;
+    std::optional<double> scannedAt_;
+    bool measured_ = false;
+    std::unordered_map<int, std::uint64_t> lastTicks_;
+    std::vector<ProcessUsage> processes_;
+};
+
+} // namespace corvane

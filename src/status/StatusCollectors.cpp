@@ -1,0 +1,64 @@
+#include "status/StatusCollectors.h"
+
+#include "collectors/battery/BatteryStatCollectorLinux.h"
+#include "collectors/cpu/CPUStatCollectorLinux.h"
+#include "collectors/cpu/LoadStatCollectorLinux.h"
+#include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "drawing/SectionItems.h"
+#include "foundation/Paths.h"
+
+#include <cstdlib>
+
+namespace corvane {
+
+namespace {
+
+// The shared collectors are made on first use with the context they are first asked with:
+// asking here first makes them logging ones.
+template <class Collector>
+Collector& prepared(Collector& collector, const std::filesystem::path& directory) {
+    collector.setDbpath(directory / StatusCollectors::kHistoryFile);
+    collector.setDbpathLong(directory / StatusCollectors::kLongTermFile);
+    return collector;
+}
+
+} // namespace
+
+StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path historyDirectory,
+                                   SleepWakeSource* sleepWake)
+    : context_{queue, kLoggingTierCount, sleepWake}
+    , cpu_(prepared(CPUStatCollectorLinux::sharedCPUCollector(context_), historyDirectory))
+    , load_(prepared(LoadStatCollectorLinux::sharedLoadCollector(context_), historyDirectory))
+    , memory_(prepared(MemoryStatCollectorLinux::sharedMemoryCollector(context_), historyDirectory))
+    , battery_(prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_),
+                        historyDirectory)) {}
+
+StatusCollectors::~StatusCollectors() {
+    cleanupSectionItems();
+}
+
+std::filesystem::path StatusCollectors::defaultHistoryDirectory() {
+    const char* data = std::getenv("XDG_DATA_HOME");
+    if (data && *data == '/')
+        return std::filesystem::path(data) / "corvanebar";
+    return Paths::home() / ".local" / "share" / "corvanebar";
+}
+
+void StatusCollectors::start() {
+    cpu_.startLogging();
+    load_.startLogging();
+    memory_.startLogging();
+    battery_.startLogging();
+}
+
+std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {
+    if (section == "cpu")
+        return cpu_.lastIDForType(0) + load_.lastIDForType(0);
+    if (section == "memory")
+        return memory_.lastIDForType(0);
+    if (section == "battery")
+        return battery_.lastIDForType(0);
+    return 0;
+}
+
+} // namespace corvane

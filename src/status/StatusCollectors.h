@@ -1,0 +1,55 @@
+#pragma once
+
+#include "engine/EngineContext.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+
+namespace corvane {
+
+class BatteryStatCollector;
+class CPUStatCollector;
+class LoadStatCollector;
+class MemoryStatCollector;
+class SleepWakeSource;
+
+// The collectors of the status program, built as a logging build: every tier, the history
+// database in `historyDirectory`, sleep and wake from `sleepWake`. They are the process's
+// shared collectors, so the views made by makeSectionItem draw from these very ones. One
+// instance at a time; it lets go of them (closing the history files) when it goes.
+class StatusCollectors {
+public:
+    StatusCollectors(MainQueue& queue, std::filesystem::path historyDirectory,
+                     SleepWakeSource* sleepWake);
+    ~StatusCollectors();
+    StatusCollectors(const StatusCollectors&) = delete;
+    StatusCollectors& operator=(const StatusCollectors&) = delete;
+
+    // $XDG_DATA_HOME/corvanebar, else ~/.local/share/corvanebar.
+    static std::filesystem::path defaultHistoryDirectory();
+    static constexpr const char* kHistoryFile = "history.sqlite";
+    static constexpr const char* kLongTermFile = "history-long.sqlite";
+
+    // Starts each collector's cycle; their first beats fall on the next whole second.
+    void start();
+
+    const EngineContext& context() const { return context_; }
+    CPUStatCollector& cpu() const { return cpu_; }
+    LoadStatCollector& load() const { return load_; }
+    MemoryStatCollector& memory() const { return memory_; }
+    BatteryStatCollector& battery() const { return battery_; }
+
+    // A number that changes whenever a collector that the section's item shows took a sample;
+    // 0 for a section without one here.
+    std::uint64_t sampleStamp(std::string_view section) const;
+
+private:
+    EngineContext context_;
+    CPUStatCollector& cpu_;
+    LoadStatCollector& load_;
+    MemoryStatCollector& memory_;
+    BatteryStatCollector& battery_;
+};
+
+} // namespace corvane

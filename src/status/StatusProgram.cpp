@@ -1,0 +1,377 @@
+#include "status/StatusProgram.h"
+
+#include "collectors/cpu/CPUStatCollector.h"
+#include "collectors/memory/MemoryStatCollector.h"
+#include "drawing/CVBModuleView.h"
+#include "drawing/SectionItems.h"
+#include "drawing/Surface.h"
+#include "foundation/Log.h"
+#include "preferences/CVBPreferences.h"
+#include "status/HeadlessWriter.h"
+#include "status/ItemPainter.h"
+#include "status/PanelAppearance.h"
+#include "status/SettingsListener.h"
+#include "status/StatusCollectors.h"
+#include "status/StatusItemService.h"
+#include "status/StatusSections.h"
+#include "text/CVBTranslations.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+constexpr const char* kOrderKey = "StatusItems-Order";
+constexpr const char* kTrayStyleKey = "Status_TrayStyle";
+constexpr const char* kGraphPeriodKey = "Status_DropdownGraphPeriod";
+constexpr const char* kExternalChange = "CorvaneBarExternalChange";
+// Frames a headless run waits at most for readings before it writes what it has and stops.
+constexpr int kMostFramesForOnce = 5;
+
+const GraphPeriod& graphPeriod() {
+    const auto index = std::clamp<std::int64_t>(CVBIntegerForKey(kGraphPeriodKey), 0,
+                                                std::size(kGraphPeriods) - 1);
+    return kGraphPeriods[index];
+}
+
+} // namespace
+
+struct StatusProgram::LiveItem {
+    LiveItem(const StatusSection* s, std::unique_ptr<CVBModuleView> v)
+        : section(s)
+        , view(std::move(v)) {}
+
+    const StatusSection* section;
+    std::unique_ptr<CVBModuleView> view;
+    std::optional<std::uint64_t> stamp;
+    bool dirty = true;
+    PanelItem shown;
+};
+
+StatusProgram::StatusProgram(Services services, Options options)
+    : services_(std::move(services))
+    , options_(std::move(options))
+    , beat_(services_.queue)
+    , processes_(options_.root) {
+    beat_.setAfterBatch([this] { frame(); });
+    const auto onAction = [this](const std::string& item, const std::string& what) {
+        action(item, what);
+    };
+    if (options_.headlessDirectory) {
+        MainQueue& queue = services_.queue;
+        headless_ = std::make_unique<HeadlessWriter>(*options_.headlessDirectory,
+                                                     [&queue] { return queue.clock().now(); });
+    } else {
+        if (services_.bus)
+            panel_ = std::make_unique<PanelService>(
+                services_.bus, onAction, [this](const PanelStyle& s) { styleChanged(s); });
+        tray_ = std::make_unique<StatusNotifierFrontEnd>(onAction, options_.tray);
+        service_ = std::make_unique<StatusItemService>(
+            services_.bus, StatusItemService::Handlers{{},
+                                                       [this](std::function<void()> done) {
+                                                           deleteHistory(std::move(done));
+                                                       },
+                                                       [this] { restart(); }});
+    }
+    listener_ = std::make_unique<SettingsListener>(
+        services_.center, *CVBPreferences::sharedPreferences().environment().center,
+        SettingsListener::Handlers{
+            [this](const StatusSection& s, const Value& info) { sectionChanged(s, info); },
+            [this] {
+                syncItems();
+                redrawSoon();
+            },
+            [this](const std::string& name) { everythingChanged(name); },
+            [this] { themeChanged(); }});
+    readTrayStyle();
+}
+
+StatusProgram::~StatusProgram() {
+    listener_.reset();
+    service_.reset();
+    tray_.reset();
+    panel_.reset();
+    headless_.reset();
+    stopCycle();
+}
+
+void StatusProgram::start() {
+    startCycle();
+    // The items go up at once; the first beat fills them in.
+    redrawSoon();
+}
+
+void StatusProgram::startCycle() {
+    collectors_ =
+        std::make_unique<StatusCollectors>(beat_, options_.historyDirectory, services_.sleepWake);
+    builders_ = std::make_unique<DropdownBuilders>(
+        ItemSources{collectors_->cpu(), collectors_->load(), collectors_->memory(),
+                    collectors_->battery(), processes_, options_.root});
+    collectors_->start();
+    syncItems();
+}
+
+void StatusProgram::stopCycle() {
+    items_.clear();
+    builders_.reset();
+    collectors_.reset();
+    graph_ = {};
+    graphStamp_.reset();
+}
+
+void StatusProgram::syncItems() {
+    if (!collectors_)
+        return;
+    CVBRefreshKey(kOrderKey);
+    std::vector<std::unique_ptr<LiveItem>> items;
+    for (const StatusSection* section : enabledSections(statusItemOrder())) {
+        auto known = std::find_if(items_.begin(), items_.end(), [&](const auto& item) {
+            return item && item->section == section;
+        });
+        if (known != items_.end()) {
+            items.push_back(std::move(*known));
+            continue;
+        }
+        auto made = makeSectionItem(section->name, collectors_->context());
+        if (!made)
+            continue;
+        items.push_back(std::make_unique<LiveItem>(section, std::move(made->view)));
+    }
+    const auto sectionsOf = [](const auto& list) {
+        std::vector<const StatusSection*> sections;
+        for (const auto& item : list)
+            sections.push_back(item ? item->section : nullptr);
+        return sections;
+    };
+    listChanged_ |= sectionsOf(items) != sectionsOf(items_);
+    items_ = std::move(items);
+}
+
+void StatusProgram::rebuildItems() {
+    items_.clear();
+    listChanged_ = true;
+    syncItems();
+}
+
+void StatusProgram::redrawSoon() {
+    if (redrawPending_)
+        return;
+    redrawPending_ = true;
+    std::weak_ptr<int> alive = alive_;
+    services_.queue.async([this, alive] {
+        if (!alive.expired())
+            frame();
+    });
+}
+
+void StatusProgram::frame() {
+    redrawPending_ = false;
+    if (!collectors_)
+        return;
+    scanProcessesIfDue();
+    bool changed = listChanged_;
+    for (auto& item : items_)
+        changed |= repaint(*item);
+    if (changed)
+        publish();
+    if (options_.once && (readyForOnce() || frames_ >= kMostFramesForOnce) && services_.quit)
+        services_.quit();
+}
+
+bool StatusProgram::readyForOnce() const {
+    // Before its first whole second a processor shows nothing: its first sample measures one.
+    for (const auto& item : items_) {
+        if ((item->section->name == "cpu" && !collectors_->cpu().hasReading()) ||
+            (item->section->name == "memory" && !collectors_->memory().hasReading()))
+            return false;
+    }
+    return frames_ > 0;
+}
+
+void StatusProgram::publish() {
+    shown_.clear();
+    for (const auto& item : items_)
+        shown_.push_back(item->shown);
+    listChanged_ = false;
+    ++frames_;
+    for (PanelFrontEnd* frontEnd :
+         {static_cast<PanelFrontEnd*>(headless_.get()), static_cast<PanelFrontEnd*>(panel_.get()),
+          static_cast<PanelFrontEnd*>(tray_.get())}) {
+        if (frontEnd)
+            frontEnd->show(shown_);
+    }
+}
+
+bool StatusProgram::repaint(LiveItem& item) {
+    const std::string_view name = item.section->name;
+    const std::uint64_t stamp = collectors_->sampleStamp(name);
+    if (!item.dirty && item.stamp == stamp)
+        return false;
+    item.dirty = false;
+    item.stamp = stamp;
+
+    PanelItem p;
+    p.id = std::string(name);
+    p.title = DropdownBuilders::translated(item.section->title);
+    const ItemSummary summary = builders_->summary(name);
+    p.label = summary.label;
+    p.labelGuide = summary.labelGuide;
+    p.tooltip = summary.tooltip.empty() ? p.title : summary.tooltip;
+    p.accessibleDescription =
+        summary.accessibleDescription.empty() ? p.title : summary.accessibleDescription;
+    // Drawn at the panel's height; the 2x pictures only for a panel that shows them.
+    const double scale = std::max(1, style_.height) / Surface::kStripHeight;
+    const bool sharp = style_.scale >= 1.5;
+    p.picture = ItemPainter::picture(*item.view, scale);
+    if (sharp)
+        p.picture2x = ItemPainter::picture(*item.view, 2 * scale);
+    if (!headless_) {
+        p.compact = ItemPainter::compactPicture(summary, scale);
+        if (sharp)
+            p.compact2x = ItemPainter::compactPicture(summary, 2 * scale);
+    }
+    if (name == "cpu") {
+        const GraphPeriod& period = graphPeriod();
+        const std::uint64_t tierStamp = collectors_->cpu().lastIDForType(period.tier);
+        const double now = BeatQueue::steadySeconds();
+        if (!graphStamp_ ||
+            (*graphStamp_ != tierStamp && now - graphDrawnAt_ >= options_.processInterval)) {
+            graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier, sharp ? 2 : 1);
+            graphStamp_ = tierStamp;
+            graphDrawnAt_ = now;
+        }
+        p.dropdown = builders_->dropdown(name, graph_, period);
+    } else {
+        p.dropdown = builders_->dropdown(name);
+    }
+    const bool changed = !(p == item.shown);
+    item.shown = std::move(p);
+    return changed;
+}
+
+void StatusProgram::scanProcessesIfDue() {
+    const bool listed = std::any_of(items_.begin(), items_.end(), [](const auto& item) {
+        return item->section->name == "cpu" || item->section->name == "memory";
+    });
+    if (!listed)
+        return;
+    const double now = BeatQueue::steadySeconds();
+    const auto last = processes_.scannedAt();
+    // The first shares are measured over one second, so that they show early.
+    const double interval = processes_.measured() ? options_.processInterval : 1.0;
+    if (last && now - *last < interval - 0.1)
+        return;
+    processes_.scan(now);
+    for (auto& item : items_)
+        item->dirty |= item->section->name != "battery";
+}
+
+void StatusProgram::readTrayStyle() {
+    if (!tray_)
+        return;
+    CVBRefreshKey(kTrayStyleKey);
+    tray_->setTrayStyle(trayStyleNamed(CVBObjectForKey(kTrayStyleKey).stringValue()));
+}
+
+void StatusProgram::sectionChanged(const StatusSection& section, const Value& userInfo) {
+    CVBPreferences& preferences = CVBPreferences::sharedPreferences();
+    const std::string key = userInfo["key"].stringValue();
+    if (key.empty()) {
+        preferences.clearCache();
+    } else {
+        preferences.resetValueForKey(key);
+        preferences.resetValueForKey(key + "-Dark");
+    }
+    for (auto& item : items_) {
+        if (item->section != &section)
+            continue;
+        item->view->resetCache();
+        item->dirty = true;
+    }
+    if (section.name == "cpu")
+        graphStamp_.reset();
+    redrawSoon();
+}
+
+void StatusProgram::everythingChanged(const std::string& name) {
+    if (name == SettingsListener::kLanguageChange) {
+        CVBRefreshKey("language");
+        CVBTranslations::cleanup();
+    }
+    CVBPreferences::sharedPreferences().clearCache();
+    readTrayStyle();
+    graphStamp_.reset();
+    rebuildItems();
+    redrawSoon();
+}
+
+void StatusProgram::themeChanged() {
+    for (auto& item : items_) {
+        item->view->resetCache();
+        item->dirty = true;
+    }
+    graphStamp_.reset();
+    redrawSoon();
+}
+
+void StatusProgram::styleChanged(const PanelStyle& style) {
+    style_ = style;
+    if (services_.appearance) {
+        services_.appearance->setPanelDark(style.dark);
+        // At once: the desktop's own changes are asked again later, as its answer lags.
+        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    }
+    if (tray_)
+        tray_->setScale(style.scale);
+    themeChanged();
+}
+
+void StatusProgram::action(const std::string& item, const std::string& what) {
+    if (what == kQuitAction) {
+        CVBLog("Quit chosen in the %s dropdown", item.c_str());
+        if (services_.quit)
+            services_.quit();
+        return;
+    }
+    if (what == kNextGraphPeriodAction)
+        return nextGraphPeriod();
+    const StatusSection* section = statusSectionNamed(item);
+    if (what != kOpenSettingsAction || !section || !services_.launcher)
+        return;
+    launchPrefsToSection(section->key, services_.launcher, services_.queue, services_.center);
+}
+
+void StatusProgram::nextGraphPeriod() {
+    const auto next = (graphPeriod().tier + 1) % static_cast<int>(std::size(kGraphPeriods));
+    CVBSetIntegerForKey(next, kGraphPeriodKey);
+    // The settings window keeps a cache of its own.
+    services_.center.postNotificationName(kExternalChange);
+    graphStamp_.reset();
+    for (auto& item : items_)
+        item->dirty |= item->section->name == "cpu";
+    redrawSoon();
+}
+
+void StatusProgram::deleteHistory(std::function<void()> done) {
+    // The collectors hold the files open: they go first, and come back on empty files.
+    stopCycle();
+    std::error_code error;
+    for (const char* file : {StatusCollectors::kHistoryFile, StatusCollectors::kLongTermFile}) {
+        for (const char* suffix : {"", "-wal", "-shm", "-journal"})
+            std::filesystem::remove(options_.historyDirectory / (std::string(file) + suffix),
+                                    error);
+    }
+    CVBLog("History database deleted");
+    done();
+    listChanged_ = true;
+    startCycle();
+    redrawSoon();
+}
+
+void StatusProgram::restart() {
+    // Everything is read anew: settings, language, the items.
+    everythingChanged(SettingsListener::kLanguageChange);
+}
+
+} // namespace corvane

@@ -1,0 +1,231 @@
+#include "collectors/battery/BatteryStatCollectorLinux.h"
+#include "collectors/cpu/LoadStatCollector.h"
+#include "preferences/PreferencesFixture.h"
+#include "status/BeatQueue.h"
+#include "status/DropdownBuilders.h"
+#include "status/InstanceLock.h"
+#include "status/ProcessTable.h"
+#include "status/StatusSections.h"
+#include "support/ScriptedMemory.h"
+#include "support/ScriptedProcessor.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+TEST(BeatQueue, TimersDueTogetherShareOneWakeUpAndOneFrame) {
+    ManualMainQueue inner;
+    BeatQueue beat(inner, 0.005, [&] { return inner.now(); });
+    std::vector<int> ran;
+    int batches = 0;
+    beat.setAfterBatch([&] { ++batches; });
+    beat.after(1.0, [&] {
+        ran.push_back(1);
+        beat.after(0, [&] { ran.push_back(5); }); // scheduled for now: the same batch
+    });
+    beat.after(1.0004, [&] { ran.push_back(2); });
+    beat.after(1.3, [&] { ran.push_back(3); });
+    beat.cancel(beat.after(1.001, [&] { ran.push_back(4); }));
+    EXPECT_EQ(inner.pendingCount(), 1u);
+
+    inner.advance(1.1);
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 5}));
+    EXPECT_EQ(batches, 1);
+    inner.advance(0.3);
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 5, 3}));
+    EXPECT_EQ(batches, 2);
+    EXPECT_EQ(inner.pendingCount(), 0u);
+}
+
+TEST(StatusSections, TheStoredOrderGivesTheDrawnItemsEachOnce) {
+    std::vector<std::string> names;
+    for (const auto* section : enabledSections({-1, 4, 2, 1, 2, 6, 99}))
+        names.emplace_back(section->name);
+    // Network (4) has no item drawn here yet.
+    EXPECT_EQ(names, (std::vector<std::string>{"memory", "cpu", "battery"}));
+    EXPECT_EQ(statusSectionForNotification("CorvaneBarMeoryPreferencesChanged")->key, 2);
+}
+
+TEST(InstanceLock, OneHolderAtATime) {
+    test::TemporaryDirectory dir;
+    auto first = std::make_unique<InstanceLock>(dir / "run" / "lock");
+    EXPECT_TRUE(first->acquired());
+    EXPECT_FALSE(InstanceLock(dir / "run" / "lock").acquired());
+    first.reset();
+    EXPECT_TRUE(InstanceLock(dir / "run" / "lock").acquired());
+}
+
+TEST(ProcessTable, StatLinesAreReadPastOddNamesAndRefusedWhenShort) {
+    const auto line = ProcessTable::parseStatLine("42 (tab (odd) x) S 1 2 3 4 5 6 7 8 9 10 250 50 "
+                                                  "0 0 20 0 1 0 100 1000 300 18446744073709551615");
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->name, "tab (odd) x");
+    EXPECT_EQ(line->ticks, 300u);
+    EXPECT_EQ(line->residentPages, 300u);
+    for (const char* bad : {"42 (x) S 1 2 3 4 5 6 7 8 9 10 250 50", "42 x S 1 2 3",
+                            "42 (x) S 1 2 3 4 5 6 7 8 9 10 2x0 50 0 0 20 0 1 0 100 1000 300", ""})
+        EXPECT_FALSE(ProcessTable::parseStatLine(bad)) << bad;
+}
+
+// A /proc with processes whose times and sizes the test sets.
+class RecordedProcesses : public ::testing::Test {
+protected:
+    void process(int pid, const char* name, int ticks, int pages) {
+        const auto dir = root / "proc" / std::to_string(pid);
+        std::filesystem::create_directories(dir);
+        std::ofstream(dir / "stat") << pid << " (" << name << ") S 1 1 1 0 -1 0 0 0 0 0 " << ticks
+                                    << " 0 0 0 20 0 1 0 100 1000 " << pages << "\n";
+    }
+    test::TemporaryDirectory root;
+    ProcessTable table{SysRoot(root.path()), 100, 4096};
+};
+
+TEST_F(RecordedProcesses, SharesAreMeasuredBetweenScans) {
+    process(1, "init", 100, 50);
+    process(2, "editor", 50, 2000);
+    std::filesystem::create_directories(root / "proc" / "self");
+    table.scan(10.0);
+    EXPECT_FALSE(table.measured());
+    process(1, "init", 300, 50); // 200 ticks in 2 s: one whole processor
+    process(2, "editor", 60, 2000);
+    process(3, "new", 900, 10); // its ticks since start count for nothing yet
+    table.scan(12.0);
+    ASSERT_TRUE(table.measured());
+    const auto busy = table.topByCPU(2);
+    ASSERT_EQ(busy.size(), 2u);
+    EXPECT_EQ(busy[0], (ProcessUsage{1, "init", 100.0, 200.0}));
+    EXPECT_DOUBLE_EQ(busy[1].cpuPercent, 5.0);
+    const auto large = table.topByMemory(5);
+    ASSERT_EQ(large.size(), 3u);
+    EXPECT_EQ(large[0].name, "editor");
+    EXPECT_DOUBLE_EQ(large[0].residentKilobytes, 8000.0);
+}
+
+class ScriptedLoad final : public LoadStatCollector {
+public:
+    using LoadStatCollector::LoadStatCollector;
+    std::optional<std::array<double, 3>> averages;
+
+protected:
+    std::optional<std::array<double, 3>> loadAverages() override { return averages; }
+};
+
+std::vector<std::string> texts(const DropdownModel& model) {
+    std::vector<std::string> rows;
+    for (const auto& row : model.rows)
+        rows.push_back(row.text);
+    return rows;
+}
+
+bool has(const std::vector<std::string>& rows, const std::string& text) {
+    return std::find(rows.begin(), rows.end(), text) != rows.end();
+}
+
+// The dropdowns over machines the test scripts.
+class Dropdowns : public test::PreferencesFixture {
+protected:
+    void SetUp() override {
+        install();
+        cpu.ticks.assign(2, {});
+        cpu.setup();
+    }
+    void TearDown() override {
+        for (StatCollector* c :
+             std::initializer_list<StatCollector*>{&cpu, &load, &memory, &battery})
+            c->cleanup();
+        PreferencesFixture::TearDown();
+    }
+    DropdownBuilders builders() {
+        return DropdownBuilders(
+            ItemSources{cpu, load, memory, battery, processes, SysRoot(procRoot.path())});
+    }
+
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+    test::ScriptedProcessor cpu{context, 2, 2};
+    ScriptedLoad load{context};
+    test::ScriptedMemory memory{context};
+    BatteryStatCollectorLinux battery{context, SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) /
+                                                       "sysroot" / "laptop-discharging")};
+    test::TemporaryDirectory procRoot;
+    ProcessTable processes{SysRoot(procRoot.path()), 100, 4096};
+};
+
+TEST_F(Dropdowns, FiguresNotReadAreLeftOutAndEveryDropdownEndsAlike) {
+    for (const char* section : {"cpu", "memory", "battery"}) {
+        const auto rows = texts(builders().dropdown(section));
+        ASSERT_GE(rows.size(), 3u);
+        EXPECT_EQ(std::vector<std::string>(rows.end() - 2, rows.end()),
+                  (std::vector<std::string>{"Open Corvane Bar Settings…", "Quit"}))
+            << section;
+        EXPECT_FALSE(std::any_of(rows.begin(), rows.end(),
+                                 [](const std::string& r) { return r.starts_with("User:"); }));
+    }
+    EXPECT_TRUE(has(texts(builders().dropdown("cpu")), "No processor figures"));
+    EXPECT_EQ(builders().summary("memory").label, "");
+    EXPECT_EQ(builders().dropdown("cpu").rows.back().action, kQuitAction);
+}
+
+TEST_F(Dropdowns, TheProcessorListsItsSharesCoresLoadAndUptime) {
+    cpu.advance({{30, 10}, {10, 10}});
+    queue.advance(1);
+    cpu.updateStats();
+    load.averages = {{1.5, 1.0, 0.25}};
+    load.updateStats();
+    std::filesystem::create_directories(procRoot / "proc");
+    std::ofstream(procRoot / "proc" / "uptime") << "93784.5 100.0\n";
+
+    const auto rows = texts(builders().dropdown("cpu"));
+    for (const char* expected :
+         {"User: 20%", "System: 10%", "Nice: 0%", "Idle: 70%", "Core 1: 40%", "Core 2: 20%",
+          "Load Averages: 1.50, 1.00, 0.25", "Uptime: 1 day 2:03"})
+        EXPECT_TRUE(has(rows, expected)) << expected;
+    const ItemSummary summary = builders().summary("cpu");
+    EXPECT_EQ(summary.label, "30%");
+    EXPECT_DOUBLE_EQ(summary.fraction, 0.3);
+    EXPECT_EQ(summary.tooltip, "CPU: 30%");
+}
+
+TEST_F(Dropdowns, MemoryShowsPressureSwapAndTheLargestProcesses) {
+    memory.reading.pageSize = 4096;
+    memory.reading.installedMemory = 8ull << 30;
+    memory.reading.wiredPages = 1u << 18;  // 1 GiB
+    memory.reading.activePages = 1u << 19; // 2 GiB
+    memory.reading.freePages = 1u << 20;
+    memory.reading.swapTotal = 2ull << 30;
+    memory.reading.swapUsed = 1ull << 29;
+    memory.pressure = 2;
+    memory.updateStats();
+    queue.advance(1);
+    memory.updateStats();
+    std::filesystem::create_directories(procRoot / "proc" / "7");
+    std::ofstream(procRoot / "proc" / "7" / "stat")
+        << "7 (database) S 1 1 1 0 -1 0 0 0 0 0 10 0 0 0 20 0 1 0 100 1000 262144\n";
+    processes.scan(1);
+
+    const auto rows = texts(builders().dropdown("memory"));
+    EXPECT_EQ(rows.front(), "Memory");
+    const auto pressure = std::find_if(
+        rows.begin(), rows.end(), [](const std::string& r) { return r.starts_with("Pressure: "); });
+    ASSERT_NE(pressure, rows.end());
+    EXPECT_TRUE(pressure->ends_with("% (Warning)")) << *pressure;
+    EXPECT_TRUE(has(rows, "Swap Used: 512 MB of 2.00 GB")) << ::testing::PrintToString(rows);
+    EXPECT_TRUE(has(rows, "database: 1.00 GB")) << ::testing::PrintToString(rows);
+    EXPECT_EQ(builders().summary("memory").label, "38%");
+}
+
+TEST_F(Dropdowns, EachPowerSourceWithItsChargeStateTimeAndHealth) {
+    battery.updateStats();
+    const auto rows = texts(builders().dropdown("battery"));
+    for (const char* expected : {"Battery", "Charge: 60%", "State: Discharging", "Time: 3:00",
+                                 "Health: 90%", "Cycles: 187", "Wireless Mouse MX", "Charge: 55%"})
+        EXPECT_TRUE(has(rows, expected)) << expected << " in " << ::testing::PrintToString(rows);
+    const ItemSummary summary = builders().summary("battery");
+    EXPECT_EQ(summary.label, "60%");
+    EXPECT_EQ(summary.batteryState, BatteryStatCollectorItem::Discharging);
+}
+
+} // namespace
+} // namespace corvane

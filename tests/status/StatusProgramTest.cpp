@@ -1,0 +1,397 @@
+#include "status/StatusProgram.h"
+
+#include "collectors/cpu/CPUStatCollectorLinux.h"
+#include "drawing/SectionItems.h"
+#include "engine/CollectorHistory.h"
+#include "engine/HistoryDatabase.h"
+#include "foundation/AtomicFile.h"
+#include "foundation/GLibMainQueue.h"
+#include "foundation/GVariantValue.h"
+#include "foundation/Json.h"
+#include "foundation/Log.h"
+#include "preferences/CVBPreferences.h"
+#include "status/BusTestSupport.h"
+#include "status/ItemPainter.h"
+#include "status/PanelAppearance.h"
+#include "status/PixelConversion.h"
+#include "status/StatusCollectors.h"
+#include "support/TemporaryDirectory.h"
+
+#include <cmath>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace corvane {
+namespace {
+
+using test::waitUntil;
+
+constexpr const char* kWatcherXml = R"xml(<node>
+  <interface name="org.kde.StatusNotifierWatcher">
+    <method name="RegisterStatusNotifierItem"><arg name="service" type="s" direction="in"/></method>
+    <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+  </interface>
+</node>)xml";
+
+// The settings window as the status program sees it: always running.
+class RunningApplication final : public ApplicationLauncher {
+public:
+    bool isRunning() override { return true; }
+    bool launch() override { return true; }
+    void sleep(double) override {}
+};
+
+// The status program in this process, on the test's session bus, with a watcher that lists
+// what registers with it.
+class StatusProgramTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        bus = test::clientConnection();
+        client = test::clientConnection();
+        if (!bus || !client)
+            GTEST_SKIP() << "no session bus";
+        center = std::make_unique<DistributedNotificationCenter>(bus.get());
+        watcher.onMethod("RegisterStatusNotifierItem",
+                         [this](const test::FakeDBusService::Call& c) {
+                             const gchar* name = nullptr;
+                             g_variant_get(c.parameters, "(&s)", &name);
+                             std::lock_guard lock(mutex);
+                             registrations.emplace_back(name);
+                             return test::FakeDBusService::Reply();
+                         });
+        ASSERT_TRUE(watcher.start());
+    }
+    void TearDown() override {
+        program.reset();
+        CVBPreferences::cleanup();
+        PreferenceDomain::forgetAll();
+    }
+
+    // Settings as stored by the settings window; the items of `order` are on.
+    void installPreferences(const Value& settings) {
+        CVBPreferences::Environment env;
+        env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, dir / "extras.plist");
+        for (const auto& [key, value] : settings.dictionaryItems())
+            env.domain->setValue(key, value);
+        if (!settings.dictionaryItems().empty())
+            env.domain->synchronize();
+        env.userDefaults =
+            std::make_shared<PreferenceDomain>(kApplicationDomain, dir / "app.plist");
+        env.previousDomain =
+            std::make_shared<PreferenceDomain>(kPreviousExtrasDomain, dir / "extras5.plist");
+        env.appearance = appearance;
+        env.queue = &queue;
+        env.center = &local;
+        CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(env)));
+    }
+
+    StatusProgram& startProgram(StatusProgram::Options options = {}, bool withBus = true) {
+        options.historyDirectory = dir / "history";
+        options.tray.callTimeoutMs = 500;
+        options.tray.retrySeconds = 0;
+        program = std::make_unique<StatusProgram>(
+            StatusProgram::Services{queue, *center, withBus ? bus.get() : nullptr, nullptr,
+                                    appearance.get(), std::make_shared<RunningApplication>(),
+                                    [this] { quitAsked = true; }},
+            std::move(options));
+        program->start();
+        return *program;
+    }
+
+    std::size_t registered() {
+        std::lock_guard lock(mutex);
+        return registrations.size();
+    }
+    Value itemProperties(const std::string& name) {
+        const auto all = test::callAndWait(client.get(), name, StatusNotifierItem::kItemPath,
+                                           "org.freedesktop.DBus.Properties", "GetAll",
+                                           g_variant_new("(s)", StatusNotifierItem::kInterface));
+        return all.reply ? fromGVariant(all.reply.get())[0] : Value();
+    }
+    // The dropdown's rows as the tray host reads them: label and id.
+    std::vector<std::pair<std::string, std::int64_t>> menuRows(const std::string& name) {
+        const auto layout = test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
+                                              DBusMenuExporter::kInterface, "GetLayout",
+                                              g_variant_new("(iias)", 0, -1, nullptr));
+        std::vector<std::pair<std::string, std::int64_t>> rows;
+        if (!layout.reply)
+            return rows;
+        const Value menu = fromGVariant(layout.reply.get());
+        for (const auto& row : menu[1][2].arrayItems())
+            rows.emplace_back(row[1]["label"].string(), row[0].integerValue());
+        return rows;
+    }
+    void click(const std::string& name, std::int64_t id) {
+        test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
+                          DBusMenuExporter::kInterface, "Event",
+                          g_variant_new("(isvu)", static_cast<gint32>(id), "clicked",
+                                        g_variant_new_int32(0), 0u));
+    }
+    std::string busName(const char* id) { return program->tray()->busNameOf(id); }
+
+    test::TemporaryDirectory dir;
+    GLibMainQueue queue;
+    NotificationCenter local;
+    std::shared_ptr<PanelAppearance> appearance =
+        std::make_shared<PanelAppearance>(makeFixedAppearanceSource(false));
+    GObjectRef<GDBusConnection> bus;
+    GObjectRef<GDBusConnection> client;
+    std::unique_ptr<DistributedNotificationCenter> center;
+    std::mutex mutex;
+    std::vector<std::string> registrations;
+    test::FakeDBusService watcher{StatusNotifierItem::kWatcherName,
+                                  StatusNotifierItem::kWatcherPath, kWatcherXml};
+    std::unique_ptr<StatusProgram> program;
+    bool quitAsked = false;
+};
+
+const Value kThreeItems =
+    Value::dict({{"StatusItems-Order", Value::array({1, 2, 6})}, {"Status_TrayStyle", "wide"}});
+
+TEST_F(StatusProgramTest, ItemsRegisterAtOnceShowWhatRenderDrawsAndHoldStillWhenUnchanged) {
+    installPreferences(kThreeItems);
+    startProgram();
+    ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
+
+    // The pixels on the bus are those `corvanebar render` draws from the same collectors: a
+    // view made now, drawn between two beats.
+    auto reference = makeSectionItem("cpu", EngineContext{queue});
+    ASSERT_TRUE(reference);
+    const auto& cpu = CPUStatCollectorLinux::sharedCPUCollector(EngineContext{queue});
+    bool compared = false;
+    for (int attempt = 0; attempt < 4 && !compared; ++attempt) {
+        waitUntil([&] { return cpu.hasReading(); }, 3.0);
+        const auto before = cpu.lastIDForType(0);
+        const Value pixmap = itemProperties(busName("cpu"))["IconPixmap"][0];
+        const PanelPicture drawn = ItemPainter::picture(*reference->view, 1.0);
+        if (cpu.lastIDForType(0) != before)
+            continue;
+        EXPECT_EQ(pixmap[0].integerValue(), drawn.width());
+        EXPECT_EQ(pixmap[1].integerValue(), 22);
+        EXPECT_EQ(pixmap[2].data(), straightArgbBytes(drawn));
+        compared = true;
+    }
+    EXPECT_TRUE(compared) << "every reading changed under the comparison";
+
+    // No power source here: the battery's picture never changes, and is never sent again.
+    test::SignalCounter icons(client.get(), busName("battery"), StatusNotifierItem::kInterface,
+                              "NewIcon");
+    const int frames = program->frames();
+    waitUntil([&] { return program->frames() >= frames + 2; }, 3.0);
+    itemProperties(busName("battery"));
+    EXPECT_EQ(icons.count(), 0);
+    EXPECT_EQ(itemProperties(busName("memory"))["Title"].string(), "Memory");
+}
+
+TEST_F(StatusProgramTest, SwitchingAnItemOffAndOnTakesEffectWithinASecond) {
+    installPreferences(kThreeItems);
+    startProgram();
+    ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
+    const std::string memory = busName("memory");
+
+    CVBSetObjectForKey(Value::array({1, 6}), "StatusItems-Order");
+    center->postNotificationName("CorvaneBarDisableStatusItem");
+    EXPECT_TRUE(waitUntil([&] { return !test::nameHasOwner(client.get(), memory); }, 1.0));
+    EXPECT_EQ(busName("memory"), "");
+
+    CVBSetObjectForKey(Value::array({2, 1, 6}), "StatusItems-Order");
+    center->postNotificationName("CorvaneBarEnableStatusItem");
+    EXPECT_TRUE(waitUntil([&] { return registered() == 4; }, 1.0));
+    ASSERT_TRUE(waitUntil([&] { return !program->shownItems().empty(); }));
+    EXPECT_EQ(program->shownItems().front().id, "memory");
+
+    // A panel that restarts gets every item again.
+    watcher.stop();
+    ASSERT_TRUE(watcher.start());
+    EXPECT_TRUE(waitUntil([&] { return registered() == 7; }, 2.0));
+}
+
+TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
+    installPreferences(kThreeItems);
+    startProgram();
+    ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
+    std::vector<std::string> heard;
+    auto opened = center->addObserver("", [&](const Notification& n) { heard.push_back(n.name); });
+
+    std::vector<std::pair<std::string, std::int64_t>> rows;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            rows = menuRows(busName("memory"));
+            return rows.size() > 3 && rows[1].first.starts_with("Pressure: ");
+        },
+        3.0));
+    EXPECT_EQ(rows.front().first, "Memory");
+    EXPECT_EQ(rows[rows.size() - 2].first, "Open Corvane Bar Settings…");
+    EXPECT_EQ(rows.back().first, "Quit");
+    click(busName("memory"), rows[rows.size() - 2].second);
+    EXPECT_TRUE(waitUntil(
+        [&] { return std::count(heard.begin(), heard.end(), "CorvaneBar-Open-Memory") == 1; }));
+
+    const auto cpuRows = menuRows(busName("cpu"));
+    const auto history = std::find_if(cpuRows.begin(), cpuRows.end(), [](const auto& row) {
+        return row.first == "History: 10 Minutes";
+    });
+    ASSERT_NE(history, cpuRows.end());
+    click(busName("cpu"), history->second);
+    EXPECT_EQ(CVBIntegerForKey("Status_DropdownGraphPeriod"), 1);
+    EXPECT_TRUE(waitUntil(
+        [&] { return std::count(heard.begin(), heard.end(), "CorvaneBarExternalChange") == 1; }));
+
+    click(busName("battery"), menuRows(busName("battery")).back().second);
+    EXPECT_TRUE(quitAsked);
+}
+
+TEST_F(StatusProgramTest, APanelThatSaysItIsDarkAndTallGetsPicturesToMatch) {
+    installPreferences(kThreeItems);
+    startProgram();
+    ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
+    EXPECT_FALSE(CVBPreferences::sharedPreferences().isMenubarDark());
+    GVariantBuilder style;
+    g_variant_builder_init(&style, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&style, "{sv}", "dark", g_variant_new_boolean(TRUE));
+    g_variant_builder_add(&style, "{sv}", "height", g_variant_new_int32(44));
+    const auto set = test::callAndWait(client.get(), g_dbus_connection_get_unique_name(bus.get()),
+                                       PanelService::kObjectPath, PanelService::kInterface,
+                                       "SetStyle", g_variant_new("(a{sv})", &style));
+    ASSERT_EQ(set.error, "");
+    EXPECT_TRUE(CVBPreferences::sharedPreferences().isMenubarDark());
+    EXPECT_TRUE(waitUntil([&] {
+        return itemProperties(busName("memory"))["IconPixmap"][0][1].integerValue() == 44;
+    }));
+}
+
+TEST_F(StatusProgramTest, HeadlessFramesFallOnWholeSecondsAndTheHistoryGrows) {
+    installPreferences(kThreeItems);
+    StatusProgram::Options options;
+    options.headlessDirectory = dir / "frames";
+    startProgram(std::move(options), false);
+    // A tier-1 period is six seconds; its row is written at the beat after it ends.
+    std::vector<double> offsets;
+    const double end = SystemClock::shared().now() + 10.5;
+    while (SystemClock::shared().now() < end) {
+        struct stat st {};
+        const int frames = program->frames();
+        waitUntil([&] { return program->frames() > frames; }, 1.5);
+        if (::stat((dir / "frames" / "cpu.png").c_str(), &st) == 0 && program->frames() > 1) {
+            const double fraction = static_cast<double>(st.st_mtim.tv_nsec) / 1e9;
+            offsets.push_back(std::min(fraction, 1 - fraction));
+        }
+    }
+    ASSERT_GE(offsets.size(), 5u);
+    EXPECT_LE(*std::max_element(offsets.begin(), offsets.end()), 0.05);
+    const Value memory = parseJson(*readFileContents(dir / "frames" / "memory.json"));
+    EXPECT_EQ(memory["title"].string(), "Memory");
+    EXPECT_EQ(memory["dropdown"].arrayItems().back()["action"].string(), "quit");
+    EXPECT_TRUE(std::filesystem::exists(dir / "frames" / "battery.png"));
+
+    const auto history = HistoryDatabase::open(dir / "history" / StatusCollectors::kHistoryFile);
+    ASSERT_TRUE(history);
+    EXPECT_GT(history->largestSample(CollectorHistory::tableName("cpu", 1)), 0);
+}
+
+TEST_F(StatusProgramTest, BadSettingsAndNoPanelAreLoggedAndTheItemsStillDraw) {
+    {
+        std::ofstream corrupt(dir / "extras.plist");
+        corrupt << "<?xml version=\"1.0\"?><plist><dict><key>StatusItems-Order";
+    }
+    LogCapture log;
+    installPreferences(Value::dict());
+    StatusProgram::Options options;
+    options.tray.busAddress = "unix:path=" + (dir / "no-bus").string();
+    startProgram(std::move(options), false);
+    ASSERT_TRUE(waitUntil([&] { return program->frames() > 0; }, 2.0));
+    // The built-in order: the processor and memory items of a desktop machine.
+    EXPECT_EQ(program->shownItems().front().id, "cpu");
+    EXPECT_TRUE(log.contains("did not read")) << log.lines();
+    EXPECT_TRUE(log.contains("Tray items: no session bus")) << log.lines();
+}
+
+// The built program, as the session starts it.
+class StatusProgramBinary : public ::testing::Test {
+protected:
+    // Runs the program to its end; its standard output in `out`.
+    int run(std::vector<std::string> arguments, std::string* out = nullptr) {
+        std::vector<char*> argv{const_cast<char*>(CVB_STATUS_PROGRAM)};
+        for (auto& a : arguments)
+            argv.push_back(a.data());
+        argv.push_back(nullptr);
+        gchar* text = nullptr;
+        gint status = -1;
+        g_spawn_sync(nullptr, argv.data(), environment().data(), G_SPAWN_DEFAULT, nullptr, nullptr,
+                     &text, nullptr, &status, nullptr);
+        if (out && text)
+            *out = text;
+        g_free(text);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    GPid spawn() {
+        const char* argv[] = {CVB_STATUS_PROGRAM, nullptr};
+        GPid pid = 0;
+        g_spawn_async(nullptr, const_cast<char**>(argv), environment().data(),
+                      G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid, nullptr);
+        return pid;
+    }
+    std::vector<char*> environment() {
+        if (variables.empty()) {
+            for (const char* name :
+                 {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME", "XDG_RUNTIME_DIR"})
+                variables.push_back(std::string(name) + "=" + (dir / name).string());
+            for (const char* name : {"DBUS_SESSION_BUS_ADDRESS", "PATH", "HOME"})
+                if (const char* value = std::getenv(name))
+                    variables.push_back(std::string(name) + "=" + value);
+        }
+        std::vector<char*> env;
+        for (auto& v : variables)
+            env.push_back(v.data());
+        env.push_back(nullptr);
+        return env;
+    }
+
+    test::TemporaryDirectory dir;
+    std::vector<std::string> variables;
+};
+
+TEST_F(StatusProgramBinary, ASecondStartSaysOneRunsAndTermClosesTheHistory) {
+    const GPid first = spawn();
+    ASSERT_GT(first, 0);
+    const auto history = dir / "XDG_DATA_HOME" / "corvanebar" / StatusCollectors::kHistoryFile;
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(history); }, 10.0));
+    std::string out;
+    EXPECT_EQ(run({}, &out), 0);
+    EXPECT_EQ(out, "corvanebar-status is already running\n");
+
+    ::kill(first, SIGTERM);
+    int status = -1;
+    ::waitpid(first, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    // The last connection to close folds the write-ahead log into the file.
+    EXPECT_FALSE(std::filesystem::exists(history.string() + "-wal"));
+}
+
+TEST_F(StatusProgramBinary, OnceWritesOneFrameWithReadings) {
+    EXPECT_EQ(run({"--headless", (dir / "frames").string(), "--once"}), 0);
+    const Value cpu = parseJson(readFileContents(dir / "frames" / "cpu.json").value_or(""));
+    EXPECT_TRUE(cpu["label"].string().ends_with("%")) << toJson(cpu);
+    EXPECT_EQ(run({"--once"}), 2);
+}
+
+TEST(StatusProgramUnit, TheUserUnitVerifies) {
+    // The user manager's lookup needs a runtime folder, which CI sessions lack.
+    gchar* runtime = g_dir_make_tmp("cvb-runtime-XXXXXX", nullptr);
+    ASSERT_NE(runtime, nullptr);
+    const std::string command = std::string("env XDG_RUNTIME_DIR=") + runtime +
+                                " systemd-analyze --user verify " + CVB_STATUS_UNIT;
+    const std::string runtimeFolder = runtime;
+    g_free(runtime);
+    gchar* errors = nullptr;
+    gint status = -1;
+    ASSERT_TRUE(g_spawn_command_line_sync(command.c_str(), nullptr, &errors, &status, nullptr));
+    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr)) << errors;
+    g_free(errors);
+    std::filesystem::remove_all(runtimeFolder);
+}
+
+} // namespace
+} // namespace corvane
