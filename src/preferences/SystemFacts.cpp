@@ -64,6 +64,22 @@ bool MachineFacts::isLaptop(const std::string& modelIdentifier, std::optional<in
                               std::end(kPortable);
 }
 
+namespace {
+
+// Machines without SMBIOS (most ARM laptops) say nothing of their chassis; a battery that
+// powers the machine itself, not a mouse or a UPS, tells instead.
+bool hasSystemBattery(const SysRoot& root) {
+    for (const auto& name : root.list("/sys/class/power_supply")) {
+        const std::string supply = "/sys/class/power_supply/" + name;
+        if (root.readAttribute(supply + "/type").value_or("") == "Battery" &&
+            root.readAttribute(supply + "/scope").value_or("System") == "System")
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 MachineFacts MachineFacts::read(const SysRoot& root) {
     MachineFacts facts;
     facts.modelIdentifier = dmiText(root, "product_name");
@@ -74,7 +90,7 @@ MachineFacts MachineFacts::read(const SysRoot& root) {
     std::optional<int> chassis;
     if (auto type = root.readInteger("/sys/class/dmi/id/chassis_type"))
         chassis = static_cast<int>(*type);
-    facts.laptop = isLaptop(facts.modelIdentifier, chassis);
+    facts.laptop = isLaptop(facts.modelIdentifier, chassis) || (!chassis && hasSystemBattery(root));
     // product_serial is readable by root only on most machines; the machine id is the stable
     // stand-in that tells one installation from another.
     facts.serial = dmiText(root, "product_serial");

@@ -98,11 +98,6 @@ DbusmenuMenuitem* rowItem(const DropdownRow& row, int id, std::string* pendingAc
     case DropdownRow::Kind::Separator:
         dbusmenu_menuitem_property_set(item, DBUSMENU_MENUITEM_PROP_TYPE, "separator");
         return item;
-    case DropdownRow::Kind::Picture:
-        if (const auto png = pngBytes(row.picture); !png.empty())
-            dbusmenu_menuitem_property_set_byte_array(item, DBUSMENU_MENUITEM_PROP_ICON_DATA,
-                                                      png.data(), png.size());
-        break;
     case DropdownRow::Kind::Action:
         g_signal_connect_data(
             item, DBUSMENU_MENUITEM_SIGNAL_ITEM_ACTIVATED, G_CALLBACK(RowAction::activated),
@@ -110,12 +105,14 @@ DbusmenuMenuitem* rowItem(const DropdownRow& row, int id, std::string* pendingAc
         break;
     case DropdownRow::Kind::Text:
     case DropdownRow::Kind::Header:
+    case DropdownRow::Kind::Picture:
         break;
     }
     dbusmenu_menuitem_property_set(item, DBUSMENU_MENUITEM_PROP_LABEL, menuLabel(row.text).c_str());
-    // Values read as disabled rows; a graph stays enabled, as hosts grey out a disabled icon.
-    const bool enabled = (row.kind == DropdownRow::Kind::Action && row.enabled) ||
-                         row.kind == DropdownRow::Kind::Picture;
+    // Hosts grey disabled rows: headers are greyed to stand apart, figures stay readable
+    // (a click on one does nothing).
+    const bool enabled =
+        row.kind == DropdownRow::Kind::Action ? row.enabled : row.kind != DropdownRow::Kind::Header;
     dbusmenu_menuitem_property_set_bool(item, DBUSMENU_MENUITEM_PROP_ENABLED, enabled);
     return item;
 }
@@ -175,6 +172,10 @@ void DBusMenuExporter::rebuild() {
                                    DBUSMENU_MENUITEM_CHILD_DISPLAY_SUBMENU);
     int id = 1;
     for (const auto& row : model_.rows) {
+        // Tray hosts show a menu item's picture at icon size, where a graph is a smudge;
+        // graphs are for the front ends that read Panel1.
+        if (row.kind == DropdownRow::Kind::Picture)
+            continue;
         DbusmenuMenuitem* item = rowItem(row, id++, &pendingAction_);
         dbusmenu_menuitem_child_append(root_.get(), item);
         g_object_unref(item);

@@ -270,8 +270,9 @@ void DropdownBuilders::addTopProcesses(std::vector<DropdownRow>& rows, bool byMe
     if (!sources_.processes.scanned() || (!byMemory && !sources_.processes.measured()))
         return;
     const std::size_t count = processCount(byMemory ? "Memory_ProcessCount" : "CPU_ProcessCount");
-    const auto top =
-        byMemory ? sources_.processes.topByMemory(count) : sources_.processes.topByCPU(count);
+    const bool combine = CVBBoolForKey("ProcessesCombine");
+    const auto top = byMemory ? sources_.processes.topByMemory(count, combine)
+                              : sources_.processes.topByCPU(count, combine);
     if (top.empty())
         return;
     rows.push_back(DropdownRow::header(translated("Top Processes")));

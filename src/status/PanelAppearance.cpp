@@ -16,7 +16,9 @@ PanelAppearance::PanelAppearance(std::shared_ptr<AppearanceSource> desktop)
 std::optional<bool> PanelAppearance::prefersDark() {
     if (panelDark_)
         return panelDark_;
-    return desktop_ ? desktop_->prefersDark() : std::nullopt;
+    if (auto desktop = desktop_ ? desktop_->prefersDark() : std::nullopt)
+        return desktop;
+    return hostDark_;
 }
 
 std::optional<bool> PanelAppearance::increaseContrast() {
@@ -25,6 +27,14 @@ std::optional<bool> PanelAppearance::increaseContrast() {
 
 void PanelAppearance::setChangeHandler(std::function<void()> handler) {
     *handler_ = std::move(handler);
+}
+
+void PanelAppearance::setHostDark(std::optional<bool> dark) {
+    if (dark == hostDark_)
+        return;
+    hostDark_ = dark;
+    if (*handler_)
+        (*handler_)();
 }
 
 void PanelAppearance::setPanelDark(std::optional<bool> dark) {

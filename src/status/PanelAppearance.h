@@ -23,10 +23,14 @@ public:
     // What a front end said; nothing hands the choice back to the desktop. A change calls the
     // change handler.
     void setPanelDark(std::optional<bool> dark);
+    // What the tray host is known to look like; used when neither the panel nor the desktop
+    // says. A change calls the change handler.
+    void setHostDark(std::optional<bool> dark);
 
 private:
     std::shared_ptr<AppearanceSource> desktop_;
     std::optional<bool> panelDark_;
+    std::optional<bool> hostDark_;
     std::shared_ptr<std::function<void()>> handler_ = std::make_shared<std::function<void()>>();
 };
 

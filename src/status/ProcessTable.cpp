@@ -36,6 +36,40 @@ bool isPid(std::string_view name) {
            std::all_of(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// The kernel keeps 15 bytes of a name; the command line has the rest. Only a name cut there is
+// worth the second read, and only a command whose first word starts with it replaces it
+// (a program may have renamed itself).
+std::string fullName(const SysRoot& root, const std::string& pid, std::string name) {
+    constexpr std::size_t kKernelNameLength = 15;
+    if (name.size() != kKernelNameLength)
+        return name;
+    const auto command = root.readFile("/proc/" + pid + "/cmdline", 4096);
+    if (!command)
+        return name;
+    std::string_view first(command->c_str()); // up to the first NUL
+    if (const auto slash = first.rfind('/'); slash != std::string_view::npos)
+        first.remove_prefix(slash + 1);
+    return first.starts_with(name) ? std::string(first) : name;
+}
+
+// Processes of one name as one row, as the "Combine Processes" choice asks.
+std::vector<ProcessUsage> combinedByName(const std::vector<ProcessUsage>& all) {
+    std::vector<ProcessUsage> combined;
+    std::unordered_map<std::string, std::size_t> at;
+    for (const auto& process : all) {
+        const auto [it, added] = at.emplace(process.name, combined.size());
+        if (added) {
+            combined.push_back(process);
+            continue;
+        }
+        auto& row = combined[it->second];
+        row.cpuPercent += process.cpuPercent;
+        row.residentKilobytes += process.residentKilobytes;
+        row.pid = std::min(row.pid, process.pid);
+    }
+    return combined;
+}
+
 template <class Better>
 std::vector<ProcessUsage> top(std::vector<ProcessUsage> all, std::size_t count, Better better) {
     const auto cut = std::min(count, all.size());
@@ -91,7 +125,7 @@ void ProcessTable::scan(double now) {
         if (!line)
             continue;
         const int pid = static_cast<int>(number(entry).value_or(0));
-        ProcessUsage usage{pid, line->name, 0.0,
+        ProcessUsage usage{pid, fullName(root_, entry, line->name), 0.0,
                            static_cast<double>(line->residentPages) * pageKilobytes_};
         const auto before = lastTicks_.find(pid);
         // Ticks that went backwards belong to a new process under an old pid.
@@ -107,12 +141,14 @@ void ProcessTable::scan(double now) {
     scannedAt_ = now;
 }
 
-std::vector<ProcessUsage> ProcessTable::topByCPU(std::size_t count) const {
-    return top(processes_, count, [](const ProcessUsage& p) { return p.cpuPercent; });
+std::vector<ProcessUsage> ProcessTable::topByCPU(std::size_t count, bool combine) const {
+    return top(combine ? combinedByName(processes_) : processes_, count,
+               [](const ProcessUsage& p) { return p.cpuPercent; });
 }
 
-std::vector<ProcessUsage> ProcessTable::topByMemory(std::size_t count) const {
-    return top(processes_, count, [](const ProcessUsage& p) { return p.residentKilobytes; });
+std::vector<ProcessUsage> ProcessTable::topByMemory(std::size_t count, bool combine) const {
+    return top(combine ? combinedByName(processes_) : processes_, count,
+               [](const ProcessUsage& p) { return p.residentKilobytes; });
 }
 
 } // namespace corvane

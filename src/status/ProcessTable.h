@@ -44,9 +44,10 @@ public:
     bool measured() const { return measured_; }
     std::optional<double> scannedAt() const { return scannedAt_; }
 
-    // The busiest and the largest first, at most `count`; ties by pid.
-    std::vector<ProcessUsage> topByCPU(std::size_t count) const;
-    std::vector<ProcessUsage> topByMemory(std::size_t count) const;
+    // The busiest and the largest first, at most `count`; ties by pid. `combine` sums the
+    // processes of one name into one row (under the lowest pid).
+    std::vector<ProcessUsage> topByCPU(std::size_t count, bool combine = false) const;
+    std::vector<ProcessUsage> topByMemory(std::size_t count, bool combine = false) const;
 
     // "pid (name) state ppid ..." as the kernel writes it; the name may hold blanks and
     // parentheses. Nothing for a line that is cut short or not numbers where numbers belong.

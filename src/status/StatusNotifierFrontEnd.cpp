@@ -180,6 +180,8 @@ void StatusNotifierFrontEnd::hostFound(GObject* source, GAsyncResult* result, gp
 void StatusNotifierFrontEnd::setHostProgram(std::string program) {
     const PictureShape before = pictureShape();
     hostProgram_ = std::move(program);
+    if (onHost_)
+        onHost_(hostProgram_);
     if (pictureShape() != before)
         for (auto& entry : entries_)
             publish(entry);

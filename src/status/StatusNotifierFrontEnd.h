@@ -6,6 +6,7 @@
 #include "status/TrayStyle.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,6 +41,10 @@ public:
     PictureShape pictureShape() const { return pictureShapeFor(style_, hostProgram_); }
     // The program that owns the watcher, once known.
     const std::string& hostProgram() const { return hostProgram_; }
+    // Called each time the host program is learned anew.
+    void setHostHandler(std::function<void(const std::string&)> handler) {
+        onHost_ = std::move(handler);
+    }
 
     bool isConnected() const { return static_cast<bool>(control_); }
     // The bus name an item is shown under; empty when it is not shown.
@@ -74,6 +79,7 @@ private:
     bool registrationWarned_ = false;
     bool itemWarned_ = false;
     std::string hostProgram_;
+    std::function<void(const std::string&)> onHost_;
     TrayStyle style_ = TrayStyle::Auto;
     double scale_ = 1.0;
     unsigned nextNumber_ = 1;

@@ -67,6 +67,10 @@ StatusProgram::StatusProgram(Services services, Options options)
             panel_ = std::make_unique<PanelService>(
                 services_.bus, onAction, [this](const PanelStyle& s) { styleChanged(s); });
         tray_ = std::make_unique<StatusNotifierFrontEnd>(onAction, options_.tray);
+        tray_->setHostHandler([this](const std::string& host) {
+            if (services_.appearance)
+                services_.appearance->setHostDark(hostBarIsDark(host));
+        });
         service_ = std::make_unique<StatusItemService>(
             services_.bus, StatusItemService::Handlers{{},
                                                        [this](std::function<void()> done) {

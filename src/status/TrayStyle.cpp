@@ -30,6 +30,13 @@ TrayStyle trayStyleNamed(std::string_view text) {
     return TrayStyle::Auto;
 }
 
+std::optional<bool> hostBarIsDark(std::string_view hostProgram) {
+    // Waybar's stock style is a dark bar, and it reads no colour scheme of the desktop.
+    if (hostProgram == "waybar")
+        return true;
+    return std::nullopt;
+}
+
 PictureShape pictureShapeFor(TrayStyle style, std::string_view hostProgram) {
     switch (style) {
     case TrayStyle::Wide:

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,10 @@ TrayStyle trayStyleNamed(std::string_view text);
 // panels known to keep a wide icon wide get the wide picture; the others shrink or square it,
 // and one refuses non-square icons, so a square picture is the safe choice.
 PictureShape pictureShapeFor(TrayStyle style, std::string_view hostProgram);
+
+// Whether a tray host's bar is dark unless its user styles it; nothing when it follows the
+// desktop or is unknown. Used only when neither the panel nor the desktop says.
+std::optional<bool> hostBarIsDark(std::string_view hostProgram);
 
 // The program name of a process, from its command line under `procRoot` (the first word, its
 // directory dropped), or from "comm" when that is empty; empty when neither can be read.

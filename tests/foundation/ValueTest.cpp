@@ -3,67 +3,59 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <ostream>
+#include <utility>
 
 using corvane::Date;
 using corvane::Value;
 
 namespace {
 
-struct IntegerCase {
-    Value value;
-    std::int64_t expected;
-    friend std::ostream& operator<<(std::ostream& out, const IntegerCase& c) {
-        return out << c.value << " -> " << c.expected;
-    }
-};
-
-class IntegerValue : public testing::TestWithParam<IntegerCase> {};
-
-TEST_P(IntegerValue, ReadsLikeATextFieldOrNumber) {
-    EXPECT_EQ(GetParam().value.integerValue(), GetParam().expected)
-        << GetParam().value.description();
+// Reads like a text field or number.
+TEST(IntegerValue, ConvertsEveryKind) {
+    const std::pair<Value, std::int64_t> cases[] = {
+        {Value(), 0},
+        {Value(true), 1},
+        {Value(-7), -7},
+        {Value(3.99), 3},
+        {Value(-3.99), -3},
+        {Value(NAN), 0},
+        {Value(1e300), std::numeric_limits<std::int64_t>::max()},
+        {Value(-1e300), std::numeric_limits<std::int64_t>::min()},
+        {Value("42"), 42},
+        {Value("  -12kg"), -12},
+        {Value("+8"), 8},
+        {Value("3.9"), 3},
+        {Value("1e3"), 1},
+        {Value("abc"), 0},
+        {Value(""), 0},
+        {Value("99999999999999999999"), std::numeric_limits<std::int64_t>::max()},
+        {Value("-9223372036854775808"), std::numeric_limits<std::int64_t>::min()},
+        {Value(Date{1234.9}), 1234},
+        {Value::array({1, 2}), 0},
+        {Value::data("12"), 0}};
+    for (const auto& [value, expected] : cases)
+        EXPECT_EQ(value.integerValue(), expected) << value.description();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Conversions, IntegerValue,
-    testing::Values(
-        IntegerCase{Value(), 0}, IntegerCase{Value(true), 1}, IntegerCase{Value(-7), -7},
-        IntegerCase{Value(3.99), 3}, IntegerCase{Value(-3.99), -3}, IntegerCase{Value(NAN), 0},
-        IntegerCase{Value(1e300), std::numeric_limits<std::int64_t>::max()},
-        IntegerCase{Value(-1e300), std::numeric_limits<std::int64_t>::min()},
-        IntegerCase{Value("42"), 42}, IntegerCase{Value("  -12kg"), -12},
-        IntegerCase{Value("+8"), 8}, IntegerCase{Value("3.9"), 3}, IntegerCase{Value("1e3"), 1},
-        IntegerCase{Value("abc"), 0}, IntegerCase{Value(""), 0},
-        IntegerCase{Value("99999999999999999999"), std::numeric_limits<std::int64_t>::max()},
-        IntegerCase{Value("-9223372036854775808"), std::numeric_limits<std::int64_t>::min()},
-        IntegerCase{Value(Date{1234.9}), 1234}, IntegerCase{Value::array({1, 2}), 0},
-        IntegerCase{Value::data("12"), 0}));
-
-struct DoubleCase {
-    Value value;
-    double expected;
-    friend std::ostream& operator<<(std::ostream& out, const DoubleCase& c) {
-        return out << c.value << " -> " << c.expected;
-    }
-};
-
-class DoubleValue : public testing::TestWithParam<DoubleCase> {};
-
-TEST_P(DoubleValue, ReadsTheLeadingDecimalNumber) {
-    EXPECT_DOUBLE_EQ(GetParam().value.doubleValue(), GetParam().expected)
-        << GetParam().value.description();
+// Reads the leading decimal number.
+TEST(DoubleValue, ConvertsEveryKind) {
+    const std::pair<Value, double> cases[] = {{Value(), 0},
+                                              {Value(false), 0},
+                                              {Value(12), 12},
+                                              {Value("2.5 GHz"), 2.5},
+                                              {Value(" -0.25"), -0.25},
+                                              {Value(".5"), 0.5},
+                                              {Value("1e3"), 1000},
+                                              {Value("1,5"), 1},
+                                              {Value("nan"), 0},
+                                              {Value("inf"), 0},
+                                              {Value("0x1A"), 0},
+                                              {Value("1e-400"), 0},
+                                              {Value(Date{10.5}), 10.5},
+                                              {Value::dict(), 0}};
+    for (const auto& [value, expected] : cases)
+        EXPECT_DOUBLE_EQ(value.doubleValue(), expected) << value.description();
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Conversions, DoubleValue,
-    testing::Values(DoubleCase{Value(), 0}, DoubleCase{Value(false), 0}, DoubleCase{Value(12), 12},
-                    DoubleCase{Value("2.5 GHz"), 2.5}, DoubleCase{Value(" -0.25"), -0.25},
-                    DoubleCase{Value(".5"), 0.5}, DoubleCase{Value("1e3"), 1000},
-                    DoubleCase{Value("1,5"), 1}, DoubleCase{Value("nan"), 0},
-                    DoubleCase{Value("inf"), 0}, DoubleCase{Value("0x1A"), 0},
-                    DoubleCase{Value("1e-400"), 0}, DoubleCase{Value(Date{10.5}), 10.5},
-                    DoubleCase{Value::dict(), 0}));
 
 TEST(DoubleValue, OverflowingTextIsInfiniteWithItsSign) {
     EXPECT_EQ(Value("1e999").doubleValue(), std::numeric_limits<double>::infinity());

@@ -241,4 +241,13 @@ TEST(MachineFacts, LaptopsByModelNameOrChassis) {
     EXPECT_FALSE(MachineFacts::isLaptop("", std::nullopt));
 }
 
+// Without SMBIOS a battery of the machine's own decides; a mouse's or a UPS's does not.
+TEST(MachineFacts, MachinesWithoutChassisAreLaptopsByTheirBattery) {
+    const std::string recorded = CVB_FIXTURES_DIR "/sysroot/";
+    EXPECT_TRUE(MachineFacts::read(SysRoot(recorded + "laptop-charge-counter")).laptop);
+    EXPECT_TRUE(MachineFacts::read(SysRoot(recorded + "laptop-discharging")).laptop);
+    EXPECT_FALSE(MachineFacts::read(SysRoot(recorded + "desktop-ups")).laptop);
+    EXPECT_FALSE(MachineFacts::read(SysRoot(recorded + "ht-4c8t")).laptop);
+}
+
 } // namespace

@@ -1,8 +1,8 @@
 #include "sky/SkyReport.h"
 
 #include "SkyTestSupport.h"
+#include "support/TemporaryDirectory.h"
 
-#include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
 #include <optional>
@@ -13,25 +13,17 @@ namespace {
 
 using skytest::utc;
 
+// Dates without a zone are read in the local zone: UTC here.
 class SkyReportTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const char* zone = std::getenv("TZ");
-        savedZone_ = zone ? std::optional<std::string>(zone) : std::nullopt;
-        setenv("TZ", "UTC", 1);
-        tzset();
-    }
+    void SetUp() override { tzset(); }
     void TearDown() override {
-        if (savedZone_) {
-            setenv("TZ", savedZone_->c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
+        zone_.reset();
         tzset();
     }
 
 private:
-    std::optional<std::string> savedZone_;
+    std::optional<test::ScopedEnvironment> zone_{std::in_place, "TZ", "UTC"};
 };
 
 TEST_F(SkyReportTest, ParsesIsoDatesWithAndWithoutTimeAndZone) {

@@ -104,6 +104,27 @@ TEST_F(RecordedProcesses, SharesAreMeasuredBetweenScans) {
     EXPECT_DOUBLE_EQ(large[0].residentKilobytes, 8000.0);
 }
 
+// The kernel cuts names at 15 bytes: the command line completes them, unless the program
+// renamed itself; "Combine Processes" sums a name's processes into one row.
+TEST_F(RecordedProcesses, CutNamesAreCompletedAndOneNameCanBeOneRow) {
+    process(7, "preference_writ", 0, 100);
+    std::ofstream(root / "proc/7/cmdline")
+        << std::string("/opt/bin/preference_writer\0--toggle", 35);
+    process(8, "preference_writ", 0, 300);
+    std::ofstream(root / "proc/8/cmdline") << std::string("/usr/bin/python3\0x", 18);
+    process(9, "preference_writ", 0, 50);
+    std::ofstream(root / "proc/9/cmdline") << std::string("/opt/bin/preference_writer\0", 27);
+    table.scan(1.0);
+    const auto separate = table.topByMemory(5);
+    ASSERT_EQ(separate.size(), 3u);
+    EXPECT_EQ(separate[0].name, "preference_writ"); // renamed: its command is another name
+    EXPECT_EQ(separate[1].name, "preference_writer");
+    const auto combined = table.topByMemory(5, true);
+    ASSERT_EQ(combined.size(), 2u);
+    EXPECT_EQ(combined[0], (ProcessUsage{8, "preference_writ", 0.0, 1200.0}));
+    EXPECT_EQ(combined[1], (ProcessUsage{7, "preference_writer", 0.0, 600.0}));
+}
+
 class ScriptedLoad final : public LoadStatCollector {
 public:
     using LoadStatCollector::LoadStatCollector;
