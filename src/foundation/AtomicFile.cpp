@@ -63,7 +63,8 @@ std::filesystem::path resolvedFile(const std::filesystem::path& file) {
     return file;
 }
 
-bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
+bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
+                         Durability durability) {
     // Replacing the link itself would cut it from the file the user keeps elsewhere.
     const std::filesystem::path target = resolvedFile(file);
     std::string temporary = target.string() + std::string(kTemporaryMarker) + "XXXXXX";
@@ -77,7 +78,8 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     }
     struct stat existing {};
     const mode_t mode = ::stat(target.c_str(), &existing) == 0 ? existing.st_mode & 07777 : 0644;
-    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, bytes) && ::fsync(fd) == 0;
+    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, bytes) &&
+              (durability == Durability::Visible || ::fsync(fd) == 0);
     ok = (::close(fd) == 0) && ok;
     ok = ok && ::rename(temporary.c_str(), target.c_str()) == 0;
     if (!ok) {

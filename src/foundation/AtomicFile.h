@@ -14,7 +14,11 @@ namespace corvane {
 //
 // A symbolic link stays a link: the file it points to is replaced. A replaced file keeps its
 // permissions; a new one is readable by all and writable by its owner. The folder must exist.
-bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+// `Durability::Visible` skips the flush: for files rewritten every second whose loss in a crash
+// costs nothing (pictures of the panel), where a flush a second would keep the disk awake.
+enum class Durability { Durable, Visible };
+bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
+                         Durability durability = Durability::Durable);
 
 // The file that `file` names once symbolic links are followed, also when that file does not
 // exist yet; `file` itself when the links go round in a circle.

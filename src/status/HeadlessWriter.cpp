@@ -72,8 +72,9 @@ void HeadlessWriter::show(const std::vector<PanelItem>& items) {
         const auto png = pngBytes(item.picture);
         const std::string json = toJson(describe(item, time), 2) + "\n";
         const std::string picture(png.begin(), png.end());
-        failed |= !writeFileAtomically(directory_ / (item.id + ".png"), picture);
-        failed |= !writeFileAtomically(directory_ / (item.id + ".json"), json);
+        failed |=
+            !writeFileAtomically(directory_ / (item.id + ".png"), picture, Durability::Visible);
+        failed |= !writeFileAtomically(directory_ / (item.id + ".json"), json, Durability::Visible);
         shown.push_back(item.id);
     }
     for (const auto& id : shown_) {
