@@ -52,13 +52,14 @@ insertLists(std::string_view insertText) {
 std::unique_ptr<HistoryDatabase> HistoryDatabase::open(const std::filesystem::path& file) {
     std::error_code error;
     std::filesystem::create_directories(file.parent_path(), error);
-    sqlite3* db = nullptr;
+    sqlite3* handle = nullptr;
     const int rc =
-        sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    Connection connection(handle);
+    sqlite3* db = connection.get();
     if (rc != SQLITE_OK) {
         CVBLog("history database %s cannot be opened (%s); history is off", file.c_str(),
                db ? sqlite3_errmsg(db) : sqlite3_errstr(rc));
-        sqlite3_close(db);
         return nullptr;
     }
     sqlite3_busy_timeout(db, 2000);
@@ -70,33 +71,37 @@ std::unique_ptr<HistoryDatabase> HistoryDatabase::open(const std::filesystem::pa
         CVBLog("history database %s is unreadable (%s); it is left as it is and history is off",
                file.c_str(), message ? message : sqlite3_errmsg(db));
         sqlite3_free(message);
-        sqlite3_close(db);
         return nullptr;
     }
     // Write-ahead logging lets a reader (a snapshot, a second process) in without stalling the
     // beat's writes; a lost last period after a power cut is acceptable, a sync per row is not.
     sqlite3_exec(db, "pragma synchronous=NORMAL", nullptr, nullptr, nullptr);
-    return std::unique_ptr<HistoryDatabase>(new HistoryDatabase(db, file));
+    return std::unique_ptr<HistoryDatabase>(new HistoryDatabase(std::move(connection), file));
 }
 
-HistoryDatabase::HistoryDatabase(sqlite3* db, std::filesystem::path file)
-    : db_(db)
+void HistoryDatabase::CloseDatabase::operator()(sqlite3* db) const {
+    sqlite3_close(db);
+}
+
+void HistoryDatabase::FinalizeStatement::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+
+HistoryDatabase::HistoryDatabase(Connection db, std::filesystem::path file)
+    : db_(std::move(db))
     , file_(std::move(file)) {}
 
 HistoryDatabase::~HistoryDatabase() {
     while (batchDepth_ > 0)
         commitBatch();
-    for (auto& [sql, stmt] : statements_)
-        sqlite3_finalize(stmt);
-    sqlite3_close(db_);
 }
 
 void HistoryDatabase::logFailure(const char* what, const std::string& detail) {
     // Once per statement: a full disk would otherwise repeat the line every period.
     if (!reported_.insert(std::string(what) + detail).second)
         return;
-    CVBLog("history database %s: %s failed (%s): %s", file_.c_str(), what, sqlite3_errmsg(db_),
-           detail.c_str());
+    CVBLog("history database %s: %s failed (%s): %s", file_.c_str(), what,
+           sqlite3_errmsg(db_.get()), detail.c_str());
 }
 
 std::string HistoryDatabase::statementFor(std::string_view text, std::string_view table) {
@@ -123,23 +128,23 @@ bool HistoryDatabase::validTableName(std::string_view name) {
 
 sqlite3_stmt* HistoryDatabase::statement(const std::string& sql) {
     if (auto it = statements_.find(sql); it != statements_.end()) {
-        sqlite3_reset(it->second);
-        sqlite3_clear_bindings(it->second);
-        return it->second;
+        sqlite3_reset(it->second.get());
+        sqlite3_clear_bindings(it->second.get());
+        return it->second.get();
     }
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_prepare_v2(db_, sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
+    sqlite3_stmt* handle = nullptr;
+    const int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), -1, &handle, nullptr);
+    Statement prepared(handle);
+    if (rc != SQLITE_OK) {
         logFailure("prepare", sql);
-        sqlite3_finalize(stmt);
         return nullptr;
     }
-    statements_.emplace(sql, stmt);
-    return stmt;
+    return statements_.emplace(sql, std::move(prepared)).first->second.get();
 }
 
 bool HistoryDatabase::execute(const std::string& sql) {
     char* message = nullptr;
-    if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
+    if (sqlite3_exec(db_.get(), sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
         CVBLog("history database %s: %s (%s)", file_.c_str(), message ? message : "error",
                sql.c_str());
         sqlite3_free(message);
@@ -318,7 +323,7 @@ bool HistoryDatabase::deleteRowsUpToSample(const std::string& table, double samp
 }
 
 void HistoryDatabase::beginBatch() {
-    if (batchDepth_++ == 0 && sqlite3_get_autocommit(db_))
+    if (batchDepth_++ == 0 && sqlite3_get_autocommit(db_.get()))
         execute("begin");
 }
 
@@ -327,7 +332,7 @@ void HistoryDatabase::commitBatch() {
         return;
     // A commit that fails (another process holds the file) leaves the transaction open; the
     // next batch joins it and tries again, so no row is dropped.
-    if (--batchDepth_ == 0 && !sqlite3_get_autocommit(db_))
+    if (--batchDepth_ == 0 && !sqlite3_get_autocommit(db_.get()))
         execute("commit");
 }
 

@@ -67,13 +67,23 @@ public:
     void commitBatch();
 
 private:
-    HistoryDatabase(sqlite3* db, std::filesystem::path file);
+    // Owners of SQLite's handles; statements go before the connection they belong to.
+    struct CloseDatabase {
+        void operator()(sqlite3* db) const;
+    };
+    struct FinalizeStatement {
+        void operator()(sqlite3_stmt* statement) const;
+    };
+    using Connection = std::unique_ptr<sqlite3, CloseDatabase>;
+    using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+    HistoryDatabase(Connection db, std::filesystem::path file);
     sqlite3_stmt* statement(const std::string& sql);
     void logFailure(const char* what, const std::string& detail);
 
-    sqlite3* db_;
+    Connection db_;
     std::filesystem::path file_;
-    std::unordered_map<std::string, sqlite3_stmt*> statements_;
+    std::unordered_map<std::string, Statement> statements_;
     std::unordered_set<std::string> reported_;
     int batchDepth_ = 0;
 };

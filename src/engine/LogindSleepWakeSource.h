@@ -1,9 +1,7 @@
 #pragma once
 
 #include "engine/SleepWakeSource.h"
-
-using GDBusConnection = struct _GDBusConnection;
-using GVariant = struct _GVariant;
+#include "foundation/GLibHandles.h"
 
 namespace corvane {
 
@@ -16,17 +14,15 @@ public:
     LogindSleepWakeSource();
     // On the given connection; nullptr for none.
     explicit LogindSleepWakeSource(GDBusConnection* connection);
-    ~LogindSleepWakeSource() override;
 
-    bool isConnected() const { return connection_ != nullptr; }
+    bool isConnected() const { return static_cast<bool>(subscription_); }
     // What the signal's argument means; public so that it is tested without a bus.
     void prepareForSleep(bool start) const;
 
 private:
-    void subscribe();
+    void subscribe(GDBusConnection* connection);
 
-    GDBusConnection* connection_ = nullptr;
-    unsigned subscription_ = 0;
+    ConnectionId subscription_;
 };
 
 } // namespace corvane

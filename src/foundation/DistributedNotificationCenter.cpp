@@ -14,14 +14,13 @@ std::unique_ptr<DistributedNotificationCenter>& defaultInstance() {
     return instance;
 }
 
-GDBusConnection* sessionBus() {
-    GError* error = nullptr;
-    GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error);
-    if (!connection) {
+GObjectRef<GDBusConnection> sessionBus() {
+    GErrorHolder error;
+    auto connection = GObjectRef<GDBusConnection>::adopt(
+        g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
+    if (!connection)
         CVBLog("Distributed notifications: no session bus (%s); delivering in this process only",
-               error ? error->message : "unknown error");
-        g_clear_error(&error);
-    }
+               error.message());
     return connection;
 }
 
@@ -30,10 +29,7 @@ GDBusConnection* sessionBus() {
 DistributedNotificationCenter& DistributedNotificationCenter::defaultCenter() {
     auto& instance = defaultInstance();
     if (!instance) {
-        GDBusConnection* connection = sessionBus();
-        instance = std::make_unique<DistributedNotificationCenter>(connection);
-        if (connection)
-            g_object_unref(connection);
+        instance = std::make_unique<DistributedNotificationCenter>(sessionBus().get());
     }
     return *instance;
 }
@@ -43,31 +39,18 @@ void DistributedNotificationCenter::cleanup() {
 }
 
 DistributedNotificationCenter::DistributedNotificationCenter(GDBusConnection* connection)
-    : connection_(connection ? G_DBUS_CONNECTION(g_object_ref(connection)) : nullptr) {
-    if (!connection_)
-        return;
-    subscription_ = g_dbus_connection_signal_subscribe(
-        connection_, nullptr, kInterface, kSignal, kObjectPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
-           GVariant* parameters, gpointer self) {
+    : connection_(GObjectRef<GDBusConnection>::share(connection)) {
+    // The subscription goes before local_, so no signal reaches a centre being taken apart.
+    subscription_ = subscribeSignal(
+        connection_.get(), {.interface = kInterface, .member = kSignal, .path = kObjectPath},
+        [this](const char*, GVariant* parameters) {
             if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv})")))
                 return;
             const gchar* name = nullptr;
             GVariant* userInfo = nullptr;
             g_variant_get(parameters, "(&s@a{sv})", &name, &userInfo);
-            Value info = fromGVariant(userInfo);
-            g_variant_unref(userInfo);
-            static_cast<const DistributedNotificationCenter*>(self)->received(name,
-                                                                              std::move(info));
-        },
-        this, nullptr);
-}
-
-DistributedNotificationCenter::~DistributedNotificationCenter() {
-    if (!connection_)
-        return;
-    g_dbus_connection_signal_unsubscribe(connection_, subscription_);
-    g_object_unref(connection_);
+            received(name, fromGVariant(VariantRef(userInfo).get()));
+        });
 }
 
 Observation DistributedNotificationCenter::addObserver(std::string name,
@@ -94,18 +77,16 @@ void DistributedNotificationCenter::postNotificationName(const std::string& name
         return;
     }
     GVariant* payload = toGVariant(info.isNull() ? Value(Value::Dictionary{}) : info);
-    GError* error = nullptr;
-    if (!g_dbus_connection_emit_signal(connection_, nullptr, kObjectPath, kInterface, kSignal,
-                                       g_variant_new("(s@a{sv})", name.c_str(), payload), &error)) {
-        CVBLog("Distributed notification %s not sent: %s", name.c_str(),
-               error ? error->message : "unknown error");
-        g_clear_error(&error);
-    }
+    GErrorHolder error;
+    if (!g_dbus_connection_emit_signal(connection_.get(), nullptr, kObjectPath, kInterface, kSignal,
+                                       g_variant_new("(s@a{sv})", name.c_str(), payload),
+                                       error.out()))
+        CVBLog("Distributed notification %s not sent: %s", name.c_str(), error.message());
 }
 
 void DistributedNotificationCenter::flush() {
     if (connection_)
-        g_dbus_connection_flush_sync(connection_, nullptr, nullptr);
+        g_dbus_connection_flush_sync(connection_.get(), nullptr, nullptr);
 }
 
 } // namespace corvane

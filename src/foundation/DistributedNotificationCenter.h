@@ -1,11 +1,10 @@
 #pragma once
 
+#include "foundation/GLibHandles.h"
 #include "foundation/NotificationCenter.h"
 
 #include <memory>
 #include <string>
-
-using GDBusConnection = struct _GDBusConnection;
 
 namespace corvane {
 
@@ -30,7 +29,6 @@ public:
 
     // A centre on the given connection; nullptr for one without a bus.
     explicit DistributedNotificationCenter(GDBusConnection* connection);
-    ~DistributedNotificationCenter();
     DistributedNotificationCenter(const DistributedNotificationCenter&) = delete;
     DistributedNotificationCenter& operator=(const DistributedNotificationCenter&) = delete;
 
@@ -41,14 +39,14 @@ public:
     // Waits until what was posted has left the process; for short-lived commands.
     void flush();
 
-    bool isConnected() const { return connection_ != nullptr; }
+    bool isConnected() const { return static_cast<bool>(connection_); }
 
 private:
     void received(const std::string& name, Value userInfo) const;
 
-    GDBusConnection* connection_ = nullptr;
-    unsigned subscription_ = 0;
+    GObjectRef<GDBusConnection> connection_;
     NotificationCenter local_;
+    ConnectionId subscription_;
 };
 
 } // namespace corvane

@@ -1,7 +1,8 @@
 #include "foundation/GVariantValue.h"
 
+#include "foundation/GLibHandles.h"
+
 #include <cstring>
-#include <glib.h>
 
 namespace corvane {
 
@@ -47,22 +48,26 @@ Value fromVariant(GVariant* variant, int depth) {
     case G_VARIANT_CLASS_SIGNATURE:
         return Value(g_variant_get_string(variant, nullptr));
     case G_VARIANT_CLASS_VARIANT: {
-        GVariant* inner = g_variant_get_variant(variant);
-        Value v = fromVariant(inner, depth + 1);
-        g_variant_unref(inner);
-        return v;
+        const VariantRef inner(g_variant_get_variant(variant));
+        return fromVariant(inner.get(), depth + 1);
     }
     case G_VARIANT_CLASS_MAYBE: {
-        GVariant* inner = g_variant_get_maybe(variant);
-        if (!inner)
-            return {};
-        Value v = fromVariant(inner, depth + 1);
-        g_variant_unref(inner);
-        return v;
+        const VariantRef inner(g_variant_get_maybe(variant));
+        return fromVariant(inner.get(), depth + 1);
     }
     default:
         return fromContainer(variant, depth);
     }
+}
+
+Value fromChildren(GVariant* variant, gsize count, int depth) {
+    Value::Array items;
+    items.reserve(count);
+    for (gsize i = 0; i < count; ++i) {
+        const VariantRef child(g_variant_get_child_value(variant, i));
+        items.push_back(fromVariant(child.get(), depth + 1));
+    }
+    return Value(std::move(items));
 }
 
 Value fromTuple(GVariant* variant, int depth) {
@@ -70,29 +75,16 @@ Value fromTuple(GVariant* variant, int depth) {
     if ((count == 1 || count == 2) &&
         g_variant_type_equal(g_variant_get_type(variant),
                              count == 1 ? G_VARIANT_TYPE("(s)") : G_VARIANT_TYPE("(sd)"))) {
-        GVariant* tag = g_variant_get_child_value(variant, 0);
-        const char* name = g_variant_get_string(tag, nullptr);
-        Value result;
-        bool matched = false;
-        if (count == 1 && std::strcmp(name, "null") == 0) {
-            matched = true;
-        } else if (count == 2 && std::strcmp(name, "date") == 0) {
-            GVariant* seconds = g_variant_get_child_value(variant, 1);
-            result = Value(Date{g_variant_get_double(seconds)});
-            g_variant_unref(seconds);
-            matched = true;
+        const VariantRef tag(g_variant_get_child_value(variant, 0));
+        const char* name = g_variant_get_string(tag.get(), nullptr);
+        if (count == 1 && std::strcmp(name, "null") == 0)
+            return {};
+        if (count == 2 && std::strcmp(name, "date") == 0) {
+            const VariantRef seconds(g_variant_get_child_value(variant, 1));
+            return Value(Date{g_variant_get_double(seconds.get())});
         }
-        g_variant_unref(tag);
-        if (matched)
-            return result;
     }
-    Value::Array items;
-    for (gsize i = 0; i < count; ++i) {
-        GVariant* child = g_variant_get_child_value(variant, i);
-        items.push_back(fromVariant(child, depth + 1));
-        g_variant_unref(child);
-    }
-    return Value(std::move(items));
+    return fromChildren(variant, count, depth);
 }
 
 Value fromContainer(GVariant* variant, int depth) {
@@ -113,25 +105,15 @@ Value fromContainer(GVariant* variant, int depth) {
         g_variant_type_equal(g_variant_type_key(element), G_VARIANT_TYPE_STRING)) {
         Value::Dictionary entries;
         for (gsize i = 0; i < count; ++i) {
-            GVariant* entry = g_variant_get_child_value(variant, i);
-            GVariant* key = g_variant_get_child_value(entry, 0);
-            GVariant* item = g_variant_get_child_value(entry, 1);
-            entries.insert_or_assign(g_variant_get_string(key, nullptr),
-                                     fromVariant(item, depth + 1));
-            g_variant_unref(item);
-            g_variant_unref(key);
-            g_variant_unref(entry);
+            const VariantRef entry(g_variant_get_child_value(variant, i));
+            const VariantRef key(g_variant_get_child_value(entry.get(), 0));
+            const VariantRef item(g_variant_get_child_value(entry.get(), 1));
+            entries.insert_or_assign(g_variant_get_string(key.get(), nullptr),
+                                     fromVariant(item.get(), depth + 1));
         }
         return Value(std::move(entries));
     }
-    Value::Array items;
-    items.reserve(count);
-    for (gsize i = 0; i < count; ++i) {
-        GVariant* child = g_variant_get_child_value(variant, i);
-        items.push_back(fromVariant(child, depth + 1));
-        g_variant_unref(child);
-    }
-    return Value(std::move(items));
+    return fromChildren(variant, count, depth);
 }
 
 } // namespace
@@ -150,11 +132,9 @@ GVariant* toGVariant(const Value& value) {
         // GVariant strings must be valid UTF-8; invalid bytes are replaced rather than lost.
         if (!g_utf8_validate(value.string().data(), static_cast<gssize>(value.string().size()),
                              nullptr)) {
-            gchar* valid = g_utf8_make_valid(value.string().data(),
-                                             static_cast<gssize>(value.string().size()));
-            GVariant* v = g_variant_new_string(valid);
-            g_free(valid);
-            return v;
+            const std::string valid = takeGString(g_utf8_make_valid(
+                value.string().data(), static_cast<gssize>(value.string().size())));
+            return g_variant_new_string(valid.c_str());
         }
         return g_variant_new_string(value.string().c_str());
     case Value::Kind::Data: {
@@ -174,9 +154,9 @@ GVariant* toGVariant(const Value& value) {
         GVariantBuilder builder;
         g_variant_builder_init(&builder, G_VARIANT_TYPE("a{sv}"));
         for (const auto& [key, item] : value.dictionaryItems()) {
-            gchar* validKey = g_utf8_make_valid(key.data(), static_cast<gssize>(key.size()));
-            g_variant_builder_add(&builder, "{sv}", validKey, toGVariant(item));
-            g_free(validKey);
+            const std::string validKey =
+                takeGString(g_utf8_make_valid(key.data(), static_cast<gssize>(key.size())));
+            g_variant_builder_add(&builder, "{sv}", validKey.c_str(), toGVariant(item));
         }
         return g_variant_builder_end(&builder);
     }

@@ -1,10 +1,10 @@
 #include "foundation/Json.h"
 
+#include "foundation/GLibHandles.h"
 #include "foundation/Log.h"
 
 #include <cmath>
 #include <ctime>
-#include <glib.h>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -85,10 +85,7 @@ Json toJsonTree(const Value& value) {
         return value.string();
     case Value::Kind::Data: {
         const auto& bytes = value.data();
-        gchar* text = g_base64_encode(bytes.data(), bytes.size());
-        Json encoded = std::string(text);
-        g_free(text);
-        return encoded;
+        return takeGString(g_base64_encode(bytes.data(), bytes.size()));
     }
     case Value::Kind::Date:
         return isoDate(value.date());

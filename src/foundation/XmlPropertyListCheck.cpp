@@ -1,11 +1,12 @@
 #include "foundation/XmlPropertyListCheck.h"
 
+#include "foundation/GLibHandles.h"
 #include "foundation/TextParsing.h"
 
 #include <charconv>
 #include <cstdint>
 #include <cstring>
-#include <glib.h>
+#include <memory>
 #include <vector>
 
 namespace corvane {
@@ -159,16 +160,16 @@ std::optional<std::string> xmlPropertyListProblem(std::string_view xml) {
         static_cast<Checker*>(data)->text(std::string_view(text, length));
     };
 
-    GMarkupParseContext* context =
-        g_markup_parse_context_new(&parser, G_MARKUP_DEFAULT_FLAGS, &checker, nullptr);
-    GError* error = nullptr;
-    const bool parsed = g_markup_parse_context_parse(context, xml.data(),
-                                                     static_cast<gssize>(xml.size()), &error) &&
-                        g_markup_parse_context_end_parse(context, &error);
+    const std::unique_ptr<GMarkupParseContext, decltype(&g_markup_parse_context_free)> context(
+        g_markup_parse_context_new(&parser, G_MARKUP_DEFAULT_FLAGS, &checker, nullptr),
+        g_markup_parse_context_free);
+    GErrorHolder error;
+    const bool parsed =
+        g_markup_parse_context_parse(context.get(), xml.data(), static_cast<gssize>(xml.size()),
+                                     error.out()) &&
+        g_markup_parse_context_end_parse(context.get(), error.out());
     if (!parsed)
-        checker.fail(std::string("malformed XML: ") + (error ? error->message : "unknown error"));
-    g_clear_error(&error);
-    g_markup_parse_context_free(context);
+        checker.fail(std::string("malformed XML: ") + error.message());
     if (!checker.problem && !checker.sawRoot)
         checker.fail("no value under <plist>");
     return checker.problem;

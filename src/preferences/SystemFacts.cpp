@@ -1,5 +1,6 @@
 #include "preferences/SystemFacts.h"
 
+#include "foundation/GLibHandles.h"
 #include "foundation/Log.h"
 #include "foundation/TextParsing.h"
 
@@ -172,24 +173,22 @@ public:
             g_clear_error(&error);
             return;
         }
-        subscription_ = g_dbus_connection_signal_subscribe(
-            bus_, "org.freedesktop.portal.Desktop", "org.freedesktop.portal.Settings",
-            "SettingChanged", "/org/freedesktop/portal/desktop", "org.freedesktop.appearance",
-            G_DBUS_SIGNAL_FLAGS_NONE,
-            [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,
-               gpointer self) {
-                auto* source = static_cast<PortalAppearanceSource*>(self);
-                if (source->handler_)
-                    source->handler_();
-            },
-            this, nullptr);
+        subscription_ = subscribeSignal(bus_,
+                                        {.sender = "org.freedesktop.portal.Desktop",
+                                         .interface = "org.freedesktop.portal.Settings",
+                                         .member = "SettingChanged",
+                                         .path = "/org/freedesktop/portal/desktop",
+                                         .arg0 = "org.freedesktop.appearance"},
+                                        [this](const char*, GVariant*) {
+                                            if (handler_)
+                                                handler_();
+                                        });
     }
 
     ~PortalAppearanceSource() override {
-        if (!bus_)
-            return;
-        g_dbus_connection_signal_unsubscribe(bus_, subscription_);
-        g_object_unref(bus_);
+        subscription_.reset();
+        if (bus_)
+            g_object_unref(bus_);
     }
 
     std::optional<bool> prefersDark() override {
@@ -241,7 +240,7 @@ private:
     }
 
     GDBusConnection* bus_ = nullptr;
-    unsigned subscription_ = 0;
+    ConnectionId subscription_;
     std::function<void()> handler_;
     bool warned_ = false;
 };

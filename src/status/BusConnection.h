@@ -1,6 +1,6 @@
 #pragma once
 
-#include "status/GLibHandles.h"
+#include "foundation/GLibHandles.h"
 
 #include <memory>
 #include <string>

@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <gio/gio.h>
-#include <optional>
 #include <string_view>
 
 namespace corvane {
@@ -15,10 +13,7 @@ namespace {
 
 constexpr const char* kService = "org.freedesktop.UPower";
 constexpr const char* kManagerPath = "/org/freedesktop/UPower";
-constexpr int kTimeoutMs = 500; // a hung daemon must not stall the one-second cycle
 constexpr std::int64_t kUpsType = 3;
-
-using ChangeFlag = std::shared_ptr<std::atomic<bool>>;
 
 // UPower's device types that are peripherals with a battery of their own.
 bool isPeripheral(std::int64_t type) {
@@ -59,34 +54,159 @@ void setMinutes(Value& source, const char* key, const Value& seconds) {
         source.set(key, static_cast<std::int64_t>(std::llround(static_cast<double>(s) / 60.0)));
 }
 
-void onDeviceListChanged(GDBusConnection*, const gchar*, const gchar*, const gchar*,
-                         const gchar* signal, GVariant*, gpointer data) {
-    const std::string_view name = signal;
-    if (name == "DeviceAdded" || name == "DeviceRemoved")
-        static_cast<ChangeFlag*>(data)->get()->store(true);
+} // namespace
+
+struct UPowerDevices::State : std::enable_shared_from_this<State> {
+    // Who a call's answer goes to, and about which object.
+    using Caller = std::pair<std::shared_ptr<State>, std::string>;
+    struct Device {
+        std::string path;
+        bool ignored = false; // neither a UPS nor a peripheral; a device keeps its type
+        Value properties;     // null until UPower answered
+    };
+
+    State(GObjectRef<GDBusConnection> bus, GCancellable* calls, const Clock& time)
+        : connection(std::move(bus))
+        , cancellable(GObjectRef<GCancellable>::share(calls))
+        , clock(time) {}
+
+    bool listIsStale() const {
+        const double now = clock.now();
+        return listChanged || now - listedAt >= kListLifetime || now < listedAt;
+    }
+    // One question at a time: a daemon that does not answer never has a pile of them.
+    void ask() {
+        if (pending > 0 || clock.now() < quietUntil)
+            return;
+        if (listIsStale()) {
+            // Cleared first, so that an announcement during the call is not lost.
+            listChanged = false;
+            call(kManagerPath, kService, "EnumerateDevices", nullptr, G_VARIANT_TYPE("(ao)"));
+            return;
+        }
+        readDevices();
+    }
+    void readDevices() {
+        for (const auto& device : devices)
+            if (!device.ignored)
+                call(device.path.c_str(), "org.freedesktop.DBus.Properties", "GetAll",
+                     g_variant_new("(s)", "org.freedesktop.UPower.Device"),
+                     G_VARIANT_TYPE("(a{sv})"));
+    }
+    void call(const char* path, const char* interface, const char* method, GVariant* arguments,
+              const GVariantType* replyType) {
+        ++pending;
+        auto* caller = new Caller(shared_from_this(), path);
+        g_dbus_connection_call(
+            connection.get(), kService, path, interface, method, arguments, replyType,
+            G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, cancellable.get(),
+            [](GObject*, GAsyncResult* result, gpointer data) {
+                const std::unique_ptr<Caller> answer(static_cast<Caller*>(data));
+                answer->first->answered(answer->second, result);
+            },
+            caller);
+    }
+    void answered(const std::string& path, GAsyncResult* result) {
+        --pending;
+        GErrorHolder error;
+        const VariantRef reply(
+            g_dbus_connection_call_finish(connection.get(), result, error.out()));
+        if (error.matches(G_IO_ERROR, G_IO_ERROR_CANCELLED))
+            return; // the owner is gone
+        if (path == kManagerPath)
+            listed(reply.get(), error);
+        else
+            read(path, reply.get(), error);
+    }
+    void listed(GVariant* reply, const GErrorHolder& error) {
+        if (!reply) {
+            giveUp(error.message());
+            return;
+        }
+        const Value paths = fromGVariant(reply)[0];
+        std::vector<Device> fresh;
+        for (const auto& path : paths.arrayItems()) {
+            auto known = std::find_if(devices.begin(), devices.end(),
+                                      [&](const Device& d) { return d.path == path.string(); });
+            fresh.push_back(known != devices.end() ? std::move(*known)
+                                                   : Device{path.string(), false, Value()});
+        }
+        devices = std::move(fresh);
+        listedAt = clock.now();
+        warned = false;
+        readDevices();
+    }
+    void read(const std::string& path, GVariant* reply, const GErrorHolder& error) {
+        auto device = std::find_if(devices.begin(), devices.end(),
+                                   [&](const Device& d) { return d.path == path; });
+        if (device == devices.end())
+            return; // the list was read again meanwhile
+        if (error.matches(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
+            giveUp(error.message());
+        } else if (!reply) {
+            // Gone since the list was read: read it again next time.
+            device->properties = Value();
+            listChanged = true;
+        } else {
+            device->properties = fromGVariant(reply)[0];
+            device->ignored = !isOfInterest(device->properties);
+        }
+    }
+    void giveUp(const char* message) {
+        quietUntil = clock.now() + kQuietAfterFailure;
+        listChanged = true;
+        devices.clear();
+        if (!warned)
+            CVBLog("Power sources: UPower does not answer (%s); peripherals come from the kernel "
+                   "only, asking again in a minute",
+                   message);
+        warned = true;
+    }
+    std::vector<Peripheral> sources(const std::vector<std::string>& known) const;
+
+    GObjectRef<GDBusConnection> connection;
+    GObjectRef<GCancellable> cancellable;
+    const Clock& clock;
+    std::vector<Device> devices;
+    bool listChanged = true;
+    double listedAt = 0;
+    double quietUntil = 0;
+    int pending = 0;
+    bool warned = false;
+};
+
+namespace {
+
+GObjectRef<GDBusConnection> systemBus() {
+    GErrorHolder error;
+    auto bus =
+        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
+    if (!bus)
+        CVBLog("Power sources: no system bus (%s); peripherals come from the kernel only",
+               error.message());
+    return bus;
 }
 
 } // namespace
 
-UPowerDevices::UPowerDevices(GDBusConnection* connection, const Clock* clock)
-    : clock_(clock ? *clock : SystemClock::shared())
-    , listChanged_(std::make_shared<std::atomic<bool>>(true)) {
-    connection_ = connection ? G_DBUS_CONNECTION(g_object_ref(connection))
-                             : g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
-    if (!connection_)
-        return;
-    subscription_ = g_dbus_connection_signal_subscribe(
-        connection_, kService, kService, nullptr, kManagerPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-        onDeviceListChanged, new ChangeFlag(listChanged_),
-        [](gpointer data) { delete static_cast<ChangeFlag*>(data); });
+UPowerDevices::UPowerDevices(GDBusConnection* connection, const Clock* clock) {
+    auto bus = connection ? GObjectRef<GDBusConnection>::share(connection) : systemBus();
+    state_ = std::make_shared<State>(std::move(bus), calls_.get(),
+                                     clock ? *clock : SystemClock::shared());
+    subscription_ = subscribeSignal(
+        state_->connection.get(), {.sender = kService, .interface = kService, .path = kManagerPath},
+        [state = std::weak_ptr<State>(state_)](const char* signal, GVariant*) {
+            const std::string_view name = signal;
+            if (auto alive = state.lock();
+                alive && (name == "DeviceAdded" || name == "DeviceRemoved"))
+                alive->listChanged = true;
+        });
 }
 
-UPowerDevices::~UPowerDevices() {
-    if (!connection_)
-        return;
-    if (subscription_)
-        g_dbus_connection_signal_unsubscribe(connection_, subscription_);
-    g_object_unref(connection_);
+UPowerDevices::~UPowerDevices() = default;
+
+bool UPowerDevices::waiting() const {
+    return state_->pending > 0;
 }
 
 Value UPowerDevices::upsPowerSource(const Value& p, const std::string& path) {
@@ -113,88 +233,31 @@ Value UPowerDevices::peripheralPowerSource(const Value& p, const std::string& pa
     return source;
 }
 
-bool UPowerDevices::listIsStale() const {
-    const double now = clock_.now();
-    return listChanged_->load() || now - listedAt_ >= kListLifetime || now < listedAt_;
-}
-
-bool UPowerDevices::enumerate() {
-    // Cleared first, so that an announcement during the call is not lost.
-    listChanged_->store(false);
-    GError* error = nullptr;
-    GVariant* reply = g_dbus_connection_call_sync(
-        connection_, kService, kManagerPath, kService, "EnumerateDevices", nullptr,
-        G_VARIANT_TYPE("(ao)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &error);
-    if (!reply) {
-        giveUp(error);
-        return false;
-    }
-    const Value paths = fromGVariant(reply)[0];
-    g_variant_unref(reply);
-    devices_.clear();
-    for (const auto& path : paths.arrayItems())
-        devices_.push_back({path.string()});
-    listedAt_ = clock_.now();
-    warned_ = false;
-    return true;
-}
-
-void UPowerDevices::giveUp(GError* error) {
-    quietUntil_ = clock_.now() + kQuietAfterFailure;
-    listChanged_->store(true);
-    if (!warned_)
-        CVBLog("Power sources: UPower does not answer (%s); peripherals come from the kernel "
-               "only, asking again in a minute",
-               error ? error->message : "unknown");
-    warned_ = true;
-    g_clear_error(&error);
-}
-
-std::optional<Value> UPowerDevices::readDevice(Device& device) {
-    GError* error = nullptr;
-    GVariant* all = g_dbus_connection_call_sync(
-        connection_, kService, device.path.c_str(), "org.freedesktop.DBus.Properties", "GetAll",
-        g_variant_new("(s)", "org.freedesktop.UPower.Device"), G_VARIANT_TYPE("(a{sv})"),
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &error);
-    if (!all) {
-        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
-            giveUp(error);
-            return std::nullopt;
-        }
-        // Gone since the list was read: read it again next time.
-        listChanged_->store(true);
-        g_clear_error(&error);
-        return Value();
-    }
-    Value properties = fromGVariant(all)[0];
-    g_variant_unref(all);
-    device.ignored = !isOfInterest(properties);
-    return properties;
+std::vector<UPowerDevices::Peripheral>
+UPowerDevices::peripheralBatteries(const std::vector<std::string>& known) {
+    if (!state_->connection)
+        return {};
+    auto sources = state_->sources(known);
+    state_->ask();
+    return sources;
 }
 
 std::vector<UPowerDevices::Peripheral>
-UPowerDevices::peripheralBatteries(const std::vector<std::string>& known) {
+UPowerDevices::State::sources(const std::vector<std::string>& known) const {
     std::vector<Peripheral> sources;
-    if (!connection_ || clock_.now() < quietUntil_ || (listIsStale() && !enumerate()))
-        return sources;
-    for (auto& device : devices_) {
-        if (device.ignored)
+    for (const auto& device : devices) {
+        const Value& p = device.properties;
+        if (device.ignored || !p.isDictionary() || !p["IsPresent"].boolValue() ||
+            std::find(known.begin(), known.end(), p["NativePath"].string()) != known.end())
             continue;
-        const auto p = readDevice(device);
-        if (!p)
-            break; // no answer: the others would keep this update waiting as long
-        const std::string& native = (*p)["NativePath"].string();
-        if (p->isNull() || device.ignored || !(*p)["IsPresent"].boolValue() ||
-            std::find(known.begin(), known.end(), native) != known.end())
-            continue;
-        if (isUps(*p)) {
-            sources.push_back({upsPowerSource(*p, device.path),
+        if (isUps(p)) {
+            sources.push_back({upsPowerSource(p, device.path),
                                BatteryStatCollectorItem::PowerSource, UnknownDevice});
             continue;
         }
-        sources.push_back({peripheralPowerSource(*p, device.path),
+        sources.push_back({peripheralPowerSource(p, device.path),
                            BatteryStatCollectorItem::WirelessDevice,
-                           deviceKindForUPowerType((*p)["Type"].integerValue())});
+                           deviceKindForUPowerType(p["Type"].integerValue())});
     }
     return sources;
 }

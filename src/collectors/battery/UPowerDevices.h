@@ -2,17 +2,13 @@
 
 #include "collectors/battery/BatteryStatCollectorItem.h"
 #include "collectors/battery/WirelessDeviceKind.h"
+#include "foundation/GLibHandles.h"
 #include "foundation/MainQueue.h"
 #include "foundation/Value.h"
 
-#include <atomic>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
-
-using GDBusConnection = struct _GDBusConnection;
-using GError = struct _GError;
 
 namespace corvane {
 
@@ -21,14 +17,16 @@ namespace corvane {
 // UPS units it reads over USB HID itself. Each comes back as a power-source dictionary. Without
 // UPower the list is empty.
 //
-// The calls are synchronous, on the caller's update. The device list is kept between updates
-// and read again only when UPower announces a device or a minute has passed, so an update costs
-// one property read per device of interest; a daemon that does not answer is left alone for a
-// minute, so that it cannot stall every update.
+// Nothing waits for UPower: an update hands out what UPower answered since the one before and
+// asks again, the answers arriving on the main context of the thread that made this object. The
+// device list is kept between updates and read again only when UPower announces a device or a
+// minute has passed; a daemon that does not answer in time is left alone for a minute.
 class UPowerDevices {
 public:
     static constexpr double kListLifetime = 60.0;
     static constexpr double kQuietAfterFailure = 60.0;
+    // An answer later than this counts as none: the daemon is taken to hang.
+    static constexpr int kTimeoutMs = 500;
 
     // connection nullptr: the system bus, where UPower runs; clock nullptr: the system clock.
     explicit UPowerDevices(GDBusConnection* connection = nullptr, const Clock* clock = nullptr);
@@ -43,6 +41,8 @@ public:
     };
     // Sources whose kernel name is in `known` are left out: the kernel's own reading wins.
     std::vector<Peripheral> peripheralBatteries(const std::vector<std::string>& known);
+    // A question to UPower is still unanswered.
+    bool waiting() const;
 
     // The power-source dictionary of a UPS from UPower's device properties.
     static Value upsPowerSource(const Value& properties, const std::string& path);
@@ -50,26 +50,12 @@ public:
     static Value peripheralPowerSource(const Value& properties, const std::string& path);
 
 private:
-    struct Device {
-        std::string path;
-        bool ignored = false; // neither a UPS nor a peripheral; a device keeps its type
-    };
-    bool listIsStale() const;
-    bool enumerate();
-    // The device's properties; null when it is gone, nothing when UPower did not answer.
-    std::optional<Value> readDevice(Device& device);
-    void giveUp(GError* error);
+    // What the answers change; shared with the calls under way, which may outlive this object.
+    struct State;
 
-    GDBusConnection* connection_ = nullptr;
-    const Clock& clock_;
-    // Set by UPower's DeviceAdded and DeviceRemoved; shared with the subscription, which may
-    // outlive this object by a turn of the main loop.
-    std::shared_ptr<std::atomic<bool>> listChanged_;
-    unsigned subscription_ = 0;
-    std::vector<Device> devices_;
-    double listedAt_ = 0;
-    double quietUntil_ = 0;
-    bool warned_ = false;
+    std::shared_ptr<State> state_;
+    CancelOnExit calls_;
+    ConnectionId subscription_;
 };
 
 } // namespace corvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <gio/gio.h>
 #include <string>
 #include <utility>
@@ -168,6 +169,23 @@ private:
     guint id_ = 0;
     Kind kind_ = Kind::Object;
 };
+
+// Which signals a subscription hears; nullptr matches any.
+struct SignalMatch {
+    const char* sender = nullptr;
+    const char* interface = nullptr;
+    const char* member = nullptr;
+    const char* path = nullptr;
+    const char* arg0 = nullptr;
+};
+
+// What a signal subscriber is told: the signal's name and its parameters.
+using SignalHandler = std::function<void(const char* signal, GVariant* parameters)>;
+
+// Subscribes `handler` to the signals that match; the handler lives until GIO lets go of it, and
+// the returned id ends the subscription. An empty id without a connection.
+ConnectionId subscribeSignal(GDBusConnection* connection, const SignalMatch& match,
+                             SignalHandler handler);
 
 // Cancels what it was handed to when it goes, so that no reply reaches a dead owner.
 class CancelOnExit {
