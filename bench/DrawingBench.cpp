@@ -6,6 +6,7 @@
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "drawing/Artwork.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/CVBCPUMenuExtraView.h"
 #include "drawing/CVBMemoryMenuExtraView.h"
@@ -16,6 +17,11 @@
 namespace {
 
 using namespace corvane;
+
+// The installed temporary preferences as a light host at scale 2 sees them.
+DrawingContext hostContext(CVBCache& artwork) {
+    return DrawingContext::forHost(CVBPreferences::sharedPreferences(), artwork, 2.0);
+}
 
 Value modes(std::initializer_list<int> codes) {
     Value list = Value::array();
@@ -40,6 +46,8 @@ struct Machine {
     CPUStatCollectorLinux cpu{context, SysRoot()};
     LoadStatCollectorLinux load{context, SysRoot()};
     MemoryStatCollectorLinux memory{context, SysRoot()};
+    CVBCache artwork;
+    DrawingContext drawing = hostContext(artwork);
 
     Machine() {
         cpu.setup();
@@ -58,7 +66,7 @@ struct Machine {
 
 void BM_CPUItemDefaults(benchmark::State& state) {
     Machine machine;
-    CVBCPUMenuExtraView view(machine.cpu, &machine.load);
+    CVBCPUMenuExtraView view(machine.drawing, machine.cpu, &machine.load);
     drawFrames(state, view);
 }
 BENCHMARK(BM_CPUItemDefaults);
@@ -71,7 +79,8 @@ void BM_BatteryItemDefaults(benchmark::State& state) {
     BatteryStatCollectorLinux battery{context,
                                       SysRoot(CVB_FIXTURES_DIR "/sysroot/laptop-discharging")};
     battery.updateStats();
-    CVBBatteryMenuExtraView view(battery);
+    CVBCache artwork;
+    CVBBatteryMenuExtraView view(hostContext(artwork), battery);
     drawFrames(state, view);
     battery.cleanup();
 }
@@ -87,7 +96,8 @@ void BM_HistoryGraph30Columns(benchmark::State& state) {
     for (int column = 0; column < 30; ++column)
         graph.samples.push_back(
             {0.1 + column % 7 * 0.1, 0.05 + column % 3 * 0.05, column % 2 * 0.02});
-    CVBModuleView view;
+    CVBCache artwork;
+    CVBModuleView view(hostContext(artwork));
     Image strip(60, Surface::kStripHeight, 2.0);
     Surface surface(strip);
     view.setSurface(&surface);
@@ -102,7 +112,7 @@ void BM_CPUItemEveryElementPerCore(benchmark::State& state) {
     CVBSetBoolForKey(false, "CPU_MenubarCombineCores");
     CVBSetBoolForKey(true, "CPU_MenubarGraphBreakdowns");
     CVBSetObjectForKey(modes({100, 0, 1, 2, 3, 4, 6, 7, 13}), "CPU_MenubarMode");
-    CVBCPUMenuExtraView view(machine.cpu, &machine.load);
+    CVBCPUMenuExtraView view(machine.drawing, machine.cpu, &machine.load);
     drawFrames(state, view);
 }
 BENCHMARK(BM_CPUItemEveryElementPerCore);
@@ -110,7 +120,7 @@ BENCHMARK(BM_CPUItemEveryElementPerCore);
 void BM_MemoryItemEveryElement(benchmark::State& state) {
     Machine machine;
     CVBSetObjectForKey(modes({100, 0, 1, 2, 3, 6, 7, 8, 9}), "Memory_MenubarMode");
-    CVBMemoryMenuExtraView view(machine.memory);
+    CVBMemoryMenuExtraView view(machine.drawing, machine.memory);
     drawFrames(state, view);
 }
 BENCHMARK(BM_MemoryItemEveryElement);
@@ -118,9 +128,10 @@ BENCHMARK(BM_MemoryItemEveryElement);
 // What `corvanebar render` does: measure, then draw on a picture of the item's width.
 void BM_RenderCPUItemPicture(benchmark::State& state) {
     Machine machine;
-    CVBCPUMenuExtraView view(machine.cpu, &machine.load);
+    CVBCPUMenuExtraView view(machine.drawing, machine.cpu, &machine.load);
     for (auto _ : state)
-        benchmark::DoNotOptimize(ItemRenderer::render(view, 2, ItemRenderer::Background::Light));
+        benchmark::DoNotOptimize(
+            ItemRenderer::render(view, machine.drawing, ItemRenderer::Background::Light));
 }
 BENCHMARK(BM_RenderCPUItemPicture);
 

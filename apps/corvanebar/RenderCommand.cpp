@@ -1,6 +1,7 @@
 #include "RenderCommand.h"
 
 #include "CommandLine.h"
+#include "drawing/Artwork.h"
 #include "drawing/ItemRenderer.h"
 #include "drawing/SectionItems.h"
 #include "foundation/GLibMainQueue.h"
@@ -35,11 +36,14 @@ int runRender(const RenderOptions& o) {
     corvane::GLibMainQueue queue;
     auto environment = corvane::CVBPreferences::systemEnvironment(queue);
     environment.appearance = corvane::makeFixedAppearanceSource(o.dark);
-    corvane::CVBPreferences::install(
-        std::make_unique<corvane::CVBPreferences>(std::move(environment)));
+    auto preferences = std::make_unique<corvane::CVBPreferences>(std::move(environment));
+    corvane::CVBPreferences& settings = *preferences;
+    corvane::CVBPreferences::install(std::move(preferences));
+    corvane::CVBCache artwork;
+    const auto drawing = corvane::DrawingContext::forHost(settings, artwork, o.scale);
 
     const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
-    auto item = corvane::makeSectionItem(o.section, context);
+    auto item = corvane::makeSectionItem(o.section, context, drawing);
     // Rates and shares need two readings: one now, then one a second for each second asked.
     item->sample();
     for (int second = 0; second < o.seconds; ++second) {
@@ -49,7 +53,7 @@ int runRender(const RenderOptions& o) {
     using Background = corvane::ItemRenderer::Background;
     const Background background =
         !o.background ? Background::Transparent : (o.dark ? Background::Dark : Background::Light);
-    const corvane::Image picture = corvane::ItemRenderer::render(*item->view, o.scale, background);
+    const corvane::Image picture = corvane::ItemRenderer::render(*item->view, drawing, background);
     item.reset();
     corvane::cleanupSectionItems();
     if (!picture.writePng(o.out)) {

@@ -8,6 +8,7 @@
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/Log.h"
 #include "foundation/MainQueue.h"
+#include "preferences/CVBPreferences.h"
 #include "preferences/PreferenceCommands.h"
 #include "preferences/SettingsFile.h"
 #include "sky/SkyReport.h"
@@ -243,6 +244,8 @@ int main(int argc, char** argv) {
     addCommands(app, commands);
     if (const auto status = corvane::cli::parseArguments(app, argc, argv, std::cout, std::cerr))
         return corvane::cli::finishOutput(*status, std::cerr);
+    // The commands that read settings read the user's own; `render` installs its own first.
+    corvane::CVBPreferences::installOnFirstUse(&corvane::CVBPreferences::systemEnvironment);
     const int status = runCommand(app, commands);
     // Whichever command loaded the settings says when their damaged file was set aside.
     corvane::reportSetAsideSettings(std::cerr);

@@ -1,72 +1,50 @@
 #include "drawing/Artwork.h"
 
-#include "drawing/CVBMenubarColorDetector.h"
-#include "drawing/DrawingStyle.h"
+#include "drawing/GraphicsHandles.h"
 #include "drawing/Surface.h"
+#include "foundation/GLibHandles.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "preferences/CVBPreferences.h"
 
-#include <cairo.h>
 #include <cmath>
 #include <librsvg/rsvg.h>
 
 namespace corvane {
-
-Artwork& Artwork::shared() {
-    static Artwork artwork;
-    return artwork;
-}
 
 std::shared_ptr<const Image> Artwork::imageNamed(const std::string& name, double scale) {
     const auto key = std::make_pair(name, scale);
     if (auto it = images_.find(key); it != images_.end())
         return it->second;
     const auto file = Paths::dataDirectory() / "images" / (name + ".svg");
-    GError* error = nullptr;
-    RsvgHandle* handle = rsvg_handle_new_from_file(file.c_str(), &error);
+    GErrorHolder error;
+    const auto handle =
+        GObjectRef<RsvgHandle>::adopt(rsvg_handle_new_from_file(file.c_str(), error.out()));
     std::shared_ptr<const Image> image;
+    const char* why = handle ? "no size" : error.message();
     gdouble width = 0;
     gdouble height = 0;
-    if (handle && rsvg_handle_get_intrinsic_size_in_pixels(handle, &width, &height)) {
+    if (handle && rsvg_handle_get_intrinsic_size_in_pixels(handle.get(), &width, &height)) {
         auto rendered = std::make_shared<Image>(width, height, scale);
-        cairo_t* cr = cairo_create(rendered->cairoSurface());
+        const CairoContext cr(cairo_create(rendered->cairoSurface()));
         const RsvgRectangle viewport{0, 0, width * scale, height * scale};
-        if (rsvg_handle_render_document(handle, cr, &viewport, &error))
+        if (rsvg_handle_render_document(handle.get(), cr.get(), &viewport, error.out()))
             image = rendered;
-        cairo_destroy(cr);
+        else
+            why = error.message();
     }
     if (!image)
-        CVBLog("Artwork %s: cannot be drawn (%s)", name.c_str(),
-               error ? error->message : "no size");
-    g_clear_error(&error);
-    if (handle)
-        g_object_unref(handle);
+        CVBLog("Artwork %s: cannot be drawn (%s)", name.c_str(), why);
     images_[key] = image; // a missing picture is asked for once
     return image;
 }
 
-CVBCache& CVBCache::cache() {
-    static CVBCache cache;
-    return cache;
-}
-
-std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name,
-                                                   const std::string& colorKey, bool disabled,
-                                                   bool down, double scale) {
-    Color tint = CVBMenubarColorDetector::sharedDetector().tintColor();
-    if (disabled)
-        tint.alpha = 0.3;
-    if (!colorKey.empty() && !CVBObjectForKey(colorKey).isNull())
-        tint = CVBColorForKey(colorKey);
-    if (down && !DrawingStyle::modern())
-        tint = Color::white();
-    // Keyed by the colour itself: a change of panel look or of the stored colour is a new
-    // picture, never a stale one.
+std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name, const Color& tint,
+                                                   double scale) {
     const auto cacheKey = std::make_pair("tint-" + name + "-" + stringFromColor(tint), scale);
-    if (auto it = images_.find(cacheKey); it != images_.end())
+    if (auto it = tinted_.find(cacheKey); it != tinted_.end())
         return it->second;
-    const auto original = Artwork::shared().imageNamed(name, scale);
+    const auto original = artwork_.imageNamed(name, scale);
     if (!original || original->size().width <= 0 || original->size().height <= 0)
         return nullptr;
     auto tinted = std::make_shared<Image>(original->size().width, original->size().height, scale);
@@ -74,7 +52,9 @@ std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name,
     s.drawImage(*original, {0, 0});
     cairo_set_operator(s.cairo(), CAIRO_OPERATOR_IN);
     s.fillRect({0, 0, original->size().width, original->size().height}, tint);
-    images_[cacheKey] = tinted;
+    if (tinted_.size() >= kMaximumTinted)
+        tinted_.clear();
+    tinted_[cacheKey] = tinted;
     return tinted;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "drawing/Image.h"
+#include "foundation/Color.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,8 +15,6 @@ namespace corvane {
 // <data>/images and rendered at the scale of the surface they go on.
 class Artwork {
 public:
-    static Artwork& shared();
-
     // The picture at the scale, or nothing (and one log line) when there is none.
     std::shared_ptr<const Image> imageNamed(const std::string& name, double scale = 1.0);
     void clear() { images_.clear(); }
@@ -23,19 +23,26 @@ private:
     std::map<std::pair<std::string, double>, std::shared_ptr<const Image>> images_;
 };
 
-// Tinted copies of the artwork, as labels and icons are drawn in the panel's colour or the
-// colour the user chose.
+// The artwork and its tinted copies, as labels and icons are drawn in the panel's colour or
+// the colour the user chose. One per host; the tinted copies are keyed by their colour, so
+// they are never stale, and dropped wholesale past a bound so that colour edits do not grow it.
 class CVBCache {
 public:
-    static CVBCache& cache();
+    static constexpr std::size_t kMaximumTinted = 128;
 
-    // The picture filled with the tint, its shape kept. `colorKey` empty: the panel's colour.
-    std::shared_ptr<const Image> tintedImage(const std::string& name, const std::string& colorKey,
-                                             bool disabled, bool down, double scale = 1.0);
-    void clear() { images_.clear(); }
+    // The picture filled with the tint, its shape kept.
+    std::shared_ptr<const Image> tintedImage(const std::string& name, const Color& tint,
+                                             double scale = 1.0);
+    Artwork& artwork() { return artwork_; }
+    std::size_t tintedCount() const { return tinted_.size(); }
+    void clear() {
+        artwork_.clear();
+        tinted_.clear();
+    }
 
 private:
-    std::map<std::pair<std::string, double>, std::shared_ptr<const Image>> images_;
+    Artwork artwork_;
+    std::map<std::pair<std::string, double>, std::shared_ptr<const Image>> tinted_;
 };
 
 } // namespace corvane

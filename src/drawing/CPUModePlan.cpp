@@ -1,6 +1,6 @@
 #include "drawing/CPUModePlan.h"
 
-#include "preferences/CVBPreferences.h"
+#include "drawing/DrawingContext.h"
 
 #include <set>
 
@@ -13,11 +13,11 @@ constexpr std::int64_t kLabel = 100;
 
 } // namespace
 
-CPUModePlan CPUModePlan::fromPreferences() {
+CPUModePlan CPUModePlan::fromPreferences(const DrawingContext& context) {
     CPUModePlan plan;
-    plan.combineCores = CVBBoolForKey("CPU_MenubarCombineCores");
-    plan.groupItems = CVBBoolForKey("CPU_MenubarGroupItems");
-    plan.singleHistoryGraph = CVBBoolForKey("CPU_MenubarSingleHistoryGraph");
+    plan.combineCores = context.boolean("CPU_MenubarCombineCores");
+    plan.groupItems = context.boolean("CPU_MenubarGroupItems");
+    plan.singleHistoryGraph = context.boolean("CPU_MenubarSingleHistoryGraph");
     return plan;
 }
 

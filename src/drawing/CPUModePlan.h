@@ -7,6 +7,8 @@
 
 namespace corvane {
 
+struct DrawingContext;
+
 // One element of the processor item: its mode entry and the core it shows, or the whole
 // machine.
 struct CPUModeEntry {
@@ -24,7 +26,7 @@ struct CPUModePlan {
     bool groupItems = false;         // each per-core element expanded in place
     bool singleHistoryGraph = false; // the history graph shows the whole machine
 
-    static CPUModePlan fromPreferences();
+    static CPUModePlan fromPreferences(const DrawingContext& context);
 
     // Elements drawn once per core.
     bool isPerCore(std::int64_t code) const;

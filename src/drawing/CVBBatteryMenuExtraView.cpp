@@ -110,8 +110,10 @@ CVBBatteryMenuExtraView::Reading::of(const BatteryStatCollectorItem& battery) {
             finite(battery.percentageRight)};
 }
 
-CVBBatteryMenuExtraView::CVBBatteryMenuExtraView(BatteryStatCollector& battery)
-    : battery_(battery) {
+CVBBatteryMenuExtraView::CVBBatteryMenuExtraView(const DrawingContext& context,
+                                                 BatteryStatCollector& battery)
+    : CVBModuleView(context)
+    , battery_(battery) {
     loadConfig();
 }
 
@@ -148,7 +150,7 @@ void CVBBatteryMenuExtraView::loadConfig() {
 std::vector<std::shared_ptr<BatteryStatCollectorItem>>
 CVBBatteryMenuExtraView::menubarBatteries() const {
     auto all = battery_.batteries();
-    const Value& records = CVBObjectForKey("Battery_MenubarItems");
+    const Value& records = context().object("Battery_MenubarItems");
     if (!records.isArray() || records.arrayItems().empty())
         return all;
     std::vector<std::shared_ptr<BatteryStatCollectorItem>> picked;
@@ -167,10 +169,10 @@ CVBBatteryMenuExtraView::menubarBatteries() const {
     return picked;
 }
 
-Value CVBBatteryMenuExtraView::currentModesForBattery(const Reading& battery) {
+Value CVBBatteryMenuExtraView::currentModesForBattery(const Reading& battery) const {
     const char* key = "Battery_MenubarMode";
     if (battery.type == 0 || battery.type == 1) {
-        if (CVBBoolForKey("Battery_MenubarCustomizeStates")) {
+        if (context().boolean("Battery_MenubarCustomizeStates")) {
             switch (battery.state) {
             case 0:
                 key = "Battery_MenubarModeCharged";
@@ -190,7 +192,7 @@ Value CVBBatteryMenuExtraView::currentModesForBattery(const Reading& battery) {
     } else {
         key = battery.earbuds() ? "Battery_MenubarModeAirpods" : "Battery_MenubarModeBluetooth";
     }
-    return CVBPreferences::sharedPreferences().menubarModesForKey(key);
+    return context().modes(key);
 }
 
 std::string CVBBatteryMenuExtraView::graphColorKey(const Reading& battery, bool standard) {
@@ -357,8 +359,7 @@ int CVBBatteryMenuExtraView::drawDeviceImage(const Reading& battery, int offset)
 }
 
 void CVBBatteryMenuExtraView::drawTinted(const std::string& image, int offset) {
-    if (const auto tinted =
-            CVBCache::cache().tintedImage(image, {}, false, isMenuDown, surface().scaleFactor()))
+    if (const auto tinted = tintedArtwork(image))
         surface().drawImage(*tinted, {static_cast<double>(offset), 2});
 }
 

@@ -27,7 +27,7 @@ public:
     };
 
     // The collector is not owned and must outlive the view.
-    explicit CVBBatteryMenuExtraView(BatteryStatCollector& battery);
+    CVBBatteryMenuExtraView(const DrawingContext& context, BatteryStatCollector& battery);
 
     static Value classConfig();
     void loadConfig() override;
@@ -36,7 +36,7 @@ public:
     // The sources of "Battery_MenubarItems" that exist, in its order.
     std::vector<std::shared_ptr<BatteryStatCollectorItem>> menubarBatteries() const;
     // The mode list for the source: by kind, and by state where the user set lists per state.
-    static Value currentModesForBattery(const Reading& battery);
+    Value currentModesForBattery(const Reading& battery) const;
     // The colour key of a coloured graph; `standard` gives the plain vertical graph's key.
     static std::string graphColorKey(const Reading& battery, bool standard);
     // "1:05", or the word for a state without an estimate.

@@ -33,8 +33,10 @@ statsample newestOf(const StatCollector& cpu, const StatCollectorItem* core) {
 
 } // namespace
 
-CVBCPUMenuExtraView::CVBCPUMenuExtraView(CPUStatCollector& cpu, LoadStatCollector* load)
-    : cpu_(cpu)
+CVBCPUMenuExtraView::CVBCPUMenuExtraView(const DrawingContext& context, CPUStatCollector& cpu,
+                                         LoadStatCollector* load)
+    : CVBModuleView(context)
+    , cpu_(cpu)
     , load_(load) {
     loadConfig();
 }
@@ -62,7 +64,7 @@ void CVBCPUMenuExtraView::loadConfig() {
 
 std::vector<const StatCollectorItem*> CVBCPUMenuExtraView::cores() const {
     std::vector<const StatCollectorItem*> result;
-    if (CVBBoolForKey("CPU_CombineLogicalCores") && cpu_.hyperThreading()) {
+    if (context().boolean("CPU_CombineLogicalCores") && cpu_.hyperThreading()) {
         for (const auto& core : cpu_.physicalCores())
             result.push_back(core.get());
     } else {
@@ -74,8 +76,8 @@ std::vector<const StatCollectorItem*> CVBCPUMenuExtraView::cores() const {
 
 int CVBCPUMenuExtraView::drawAtOffset(int offset) {
     const auto inPlay = cores();
-    const auto plan = CPUModePlan::fromPreferences().entries(
-        CVBPreferences::sharedPreferences().menubarModesForKey("CPU_MenubarMode"), inPlay.size());
+    const auto plan = CPUModePlan::fromPreferences(context()).entries(
+        context().modes("CPU_MenubarMode"), inPlay.size());
     int total = 0;
     for (const auto& entry : plan)
         total += drawEntry(entry, inPlay, offset + total);
@@ -138,21 +140,23 @@ CVBCPUMenuExtraView::Load CVBCPUMenuExtraView::newestLoad(const StatCollectorIte
 }
 
 std::vector<GraphComponent> CVBCPUMenuExtraView::components(const Load& load) const {
-    if (CVBBoolForKey("CPU_MenubarGraphBreakdowns"))
-        return {{fillColorForGraph2("CPU_MenubarGraphSystem", 1), (load.user + load.system) / 100},
-                {fillColorForGraph2("CPU_MenubarGraphUser", 0), load.user / 100}};
-    return {{fillColorForGraph2("CPU_MenubarGraphOverall", -1), (load.user + load.system) / 100}};
+    if (context().boolean("CPU_MenubarGraphBreakdowns"))
+        return {{fillColorForGraph2(context(), "CPU_MenubarGraphSystem", 1),
+                 (load.user + load.system) / 100},
+                {fillColorForGraph2(context(), "CPU_MenubarGraphUser", 0), load.user / 100}};
+    return {{fillColorForGraph2(context(), "CPU_MenubarGraphOverall", -1),
+             (load.user + load.system) / 100}};
 }
 
 HistoryGraph CVBCPUMenuExtraView::history(const StatCollectorItem* core) const {
-    const bool breakdowns = CVBBoolForKey("CPU_MenubarGraphBreakdowns");
+    const bool breakdowns = context().boolean("CPU_MenubarGraphBreakdowns");
     HistoryGraph graph;
-    graph.width = static_cast<int>(CVBIntegerForKey("CPU_MenubarGraphWidth"));
+    graph.width = static_cast<int>(context().integer("CPU_MenubarGraphWidth"));
     if (breakdowns)
-        graph.colors = {fillColorForGraph2("CPU_MenubarGraphSystem", 1),
-                        fillColorForGraph2("CPU_MenubarGraphUser", 0)};
+        graph.colors = {fillColorForGraph2(context(), "CPU_MenubarGraphSystem", 1),
+                        fillColorForGraph2(context(), "CPU_MenubarGraphUser", 0)};
     else
-        graph.colors = {fillColorForGraph2("CPU_MenubarGraphOverall", -1)};
+        graph.colors = {fillColorForGraph2(context(), "CPU_MenubarGraphOverall", -1)};
     const int columns = std::clamp(graph.width, 1, kMaximumColumns);
     for (int i = 0; i < columns; ++i) {
         const statsample s = core ? core->sampleAtIndex(i, 0) : cpu_.sampleAtIndex(i, 0);

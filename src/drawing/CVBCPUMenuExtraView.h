@@ -15,7 +15,8 @@ class StatCollectorItem;
 class CVBCPUMenuExtraView : public CVBModuleView {
 public:
     // The collectors are not owned and must outlive the view; `load` may be null.
-    CVBCPUMenuExtraView(CPUStatCollector& cpu, LoadStatCollector* load);
+    CVBCPUMenuExtraView(const DrawingContext& context, CPUStatCollector& cpu,
+                        LoadStatCollector* load);
 
     static Value classConfig();
     void loadConfig() override;

@@ -61,8 +61,10 @@ CVBMemoryMenuExtraView::Amounts amountsOf(const statsample& s) {
 
 } // namespace
 
-CVBMemoryMenuExtraView::CVBMemoryMenuExtraView(MemoryStatCollector& memory)
-    : memory_(memory) {
+CVBMemoryMenuExtraView::CVBMemoryMenuExtraView(const DrawingContext& context,
+                                               MemoryStatCollector& memory)
+    : CVBModuleView(context)
+    , memory_(memory) {
     loadConfig();
 }
 
@@ -111,27 +113,30 @@ void CVBMemoryMenuExtraView::loadConfig() {
 // comparable figure.
 bool CVBMemoryMenuExtraView::pressureMode() const {
     return memory_.sourceCapabilities().hasCompressor &&
-           CVBIntegerForKey("Memory_DisplayFormat") != 1;
+           context().integer("Memory_DisplayFormat") != 1;
 }
 
 std::vector<GraphComponent> CVBMemoryMenuExtraView::components(const Amounts& a) const {
     if (pressureMode())
-        return {{fillColorForGraph2("Memory_MenubarGraphOverall", -1), a.pressure / 100}};
-    const bool ignoreInactive = CVBBoolForKey("Memory_IgnoreInactive");
+        return {
+            {fillColorForGraph2(context(), "Memory_MenubarGraphOverall", -1), a.pressure / 100}};
+    const bool ignoreInactive = context().boolean("Memory_IgnoreInactive");
     const double t = a.total;
-    if (!CVBBoolForKey("Memory_MenubarGraphBreakdowns")) {
+    if (!context().boolean("Memory_MenubarGraphBreakdowns")) {
         const double used = a.wired + a.active + a.compressed + (ignoreInactive ? 0 : a.inactive);
-        return {{fillColorForGraph2("Memory_MenubarGraphOverall", -1), finiteOr0(used / t)}};
+        return {
+            {fillColorForGraph2(context(), "Memory_MenubarGraphOverall", -1), finiteOr0(used / t)}};
     }
     std::vector<GraphComponent> layers;
     if (!ignoreInactive)
-        layers.push_back({fillColorForGraph2("Memory_MenubarGraphInactive", 3),
+        layers.push_back({fillColorForGraph2(context(), "Memory_MenubarGraphInactive", 3),
                           finiteOr0((a.wired + a.active + a.compressed + a.inactive) / t)});
-    layers.push_back({fillColorForGraph2("Memory_MenubarGraphCompressed", 2),
+    layers.push_back({fillColorForGraph2(context(), "Memory_MenubarGraphCompressed", 2),
                       finiteOr0((a.wired + a.active + a.compressed) / t)});
+    layers.push_back({fillColorForGraph2(context(), "Memory_MenubarGraphActive", 1),
+                      finiteOr0((a.wired + a.active) / t)});
     layers.push_back(
-        {fillColorForGraph2("Memory_MenubarGraphActive", 1), finiteOr0((a.wired + a.active) / t)});
-    layers.push_back({fillColorForGraph2("Memory_MenubarGraphWired", 0), finiteOr0(a.wired / t)});
+        {fillColorForGraph2(context(), "Memory_MenubarGraphWired", 0), finiteOr0(a.wired / t)});
     return layers;
 }
 
@@ -139,8 +144,7 @@ int CVBMemoryMenuExtraView::drawAtOffset(int offset) {
     const statsample newest = memory_.sampleAtIndex(0, 0);
     const bool hasSample = newest.sampleID != 0;
     const Amounts amounts = amountsOf(newest);
-    const Value modes =
-        CVBPreferences::sharedPreferences().menubarModesForKey("Memory_MenubarMode");
+    const Value modes = context().modes("Memory_MenubarMode");
     int total = 0;
     for (const Value& mode : modes.arrayItems()) {
         const std::int64_t code = mode["key"].integerValue();
@@ -181,7 +185,7 @@ int CVBMemoryMenuExtraView::drawEntry(const Value& mode, const Amounts& amounts,
 
 HistoryGraph CVBMemoryMenuExtraView::history() const {
     HistoryGraph graph;
-    graph.width = static_cast<int>(CVBIntegerForKey("Memory_MenubarGraphWidth"));
+    graph.width = static_cast<int>(context().integer("Memory_MenubarGraphWidth"));
     const std::vector<GraphComponent> layout = components({});
     for (const auto& layer : layout)
         graph.colors.push_back(layer.color);
@@ -202,7 +206,7 @@ int CVBMemoryMenuExtraView::drawPercentage(const Amounts& a, int offset) {
     double percent = a.pressure;
     if (!pressureMode()) {
         const double used = a.wired + a.active + a.compressed +
-                            (CVBBoolForKey("Memory_IgnoreInactive") ? 0 : a.inactive);
+                            (context().boolean("Memory_IgnoreInactive") ? 0 : a.inactive);
         percent = finiteOr0(used / a.total) * 100;
     }
     char text[32];
@@ -213,12 +217,12 @@ int CVBMemoryMenuExtraView::drawPercentage(const Amounts& a, int offset) {
 int CVBMemoryMenuExtraView::drawUsedAndFree(const Amounts& a, int offset) {
     double used = a.wired + a.active + a.compressed + a.inactive;
     double free = a.free;
-    if (CVBBoolForKey("Memory_IgnoreInactive")) {
+    if (context().boolean("Memory_IgnoreInactive")) {
         used -= a.inactive;
         free += a.inactive;
     }
     int x = offset;
-    if (CVBBoolForKey("Memory_UFShowLabel")) {
+    if (context().boolean("Memory_UFShowLabel")) {
         drawSmallText(HLVLocalizedString("U:", {}, "common"),
                       smallTextAttributes("memory-used-label"), Point{static_cast<double>(x), 10});
         x += drawSmallText(HLVLocalizedString("F:", {}, "common"),
@@ -243,11 +247,11 @@ int CVBMemoryMenuExtraView::drawUsedAndFree(const Amounts& a, int offset) {
 int CVBMemoryMenuExtraView::drawPaging(const Amounts& a, bool arrows, int offset) {
     const double x = offset;
     const bool flatten =
-        CVBBoolForKey(arrows ? "Memory_MenubarArrowFlatten" : "Memory_MenubarDotFlatten");
-    const Color in =
-        fillColorForGraph2(arrows ? "Memory_MenubarArrowPageIn" : "Memory_MenubarDotPageIn", 0);
-    const Color out =
-        fillColorForGraph2(arrows ? "Memory_MenubarArrowPageOut" : "Memory_MenubarDotPageOut", 1);
+        context().boolean(arrows ? "Memory_MenubarArrowFlatten" : "Memory_MenubarDotFlatten");
+    const Color in = fillColorForGraph2(
+        context(), arrows ? "Memory_MenubarArrowPageIn" : "Memory_MenubarDotPageIn", 0);
+    const Color out = fillColorForGraph2(
+        context(), arrows ? "Memory_MenubarArrowPageOut" : "Memory_MenubarDotPageOut", 1);
     if (arrows) {
         drawArrow(a.pageinRate > 0, 1, in, {x, 12}, flatten);
         return drawArrow(a.pageoutRate > 0, 0, out, {x, 2}, flatten);

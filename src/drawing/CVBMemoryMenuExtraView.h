@@ -11,7 +11,7 @@ class MemoryStatCollector;
 class CVBMemoryMenuExtraView : public CVBModuleView {
 public:
     // The collector is not owned and must outlive the view.
-    explicit CVBMemoryMenuExtraView(MemoryStatCollector& memory);
+    CVBMemoryMenuExtraView(const DrawingContext& context, MemoryStatCollector& memory);
 
     static Value classConfig();
     void loadConfig() override;

@@ -9,17 +9,9 @@ CVBMenubarColorDetector& CVBMenubarColorDetector::sharedDetector() {
     return detector;
 }
 
-bool CVBMenubarColorDetector::isMenubarDark() const {
-    return CVBPreferences::sharedPreferences().isMenubarDark();
-}
-
 void CVBMenubarColorDetector::fetchColor() {
     if (CVBPreferences::hasSharedPreferences())
         CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
-}
-
-Color CVBMenubarColorDetector::color() const {
-    return isMenubarDark() ? Color::white() : Color::black();
 }
 
 } // namespace corvane

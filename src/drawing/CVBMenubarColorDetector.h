@@ -1,19 +1,13 @@
 #pragma once
 
-#include "foundation/Color.h"
-
 namespace corvane {
 
-// Whether the panel is dark, and the colour of text and outlines on it. The desktop's look
-// comes from the preferences, which follow the desktop portal.
+// Asks the desktop whether its panel is dark. Views never ask it: they draw with the look of
+// the context their host hands them.
 class CVBMenubarColorDetector {
 public:
     static CVBMenubarColorDetector& sharedDetector();
 
-    bool isMenubarDark() const;
-    // White on a dark panel, else black.
-    Color color() const;
-    Color tintColor() const { return color(); }
     // Asks the desktop again; on a change the preferences post "CorvaneBarMenubarThemeChanged".
     void fetchColor();
 };

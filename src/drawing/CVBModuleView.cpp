@@ -1,8 +1,6 @@
 #include "drawing/CVBModuleView.h"
 
 #include "drawing/Artwork.h"
-#include "drawing/CVBMenubarColorDetector.h"
-#include "drawing/DrawingStyle.h"
 #include "drawing/GraphColors.h"
 #include "drawing/ModuleText.h"
 #include "preferences/CVBPreferences.h"
@@ -14,18 +12,19 @@ namespace corvane {
 
 namespace {
 
-bool smallGraphs() {
-    return CVBIntegerForKey("MenubarGraphSize") == 1;
-}
-
 double finiteOr0(double v) {
     return std::isfinite(v) ? v : 0.0;
 }
 
 } // namespace
 
-CVBModuleView::CVBModuleView() = default;
+CVBModuleView::CVBModuleView(const DrawingContext& context)
+    : context_(context) {}
 CVBModuleView::~CVBModuleView() = default;
+
+bool CVBModuleView::smallGraphs() const {
+    return context_.integer("MenubarGraphSize") == 1;
+}
 
 int CVBModuleView::graphHeight() const {
     return smallGraphs() ? 16 : 18;
@@ -38,33 +37,32 @@ int CVBModuleView::graphFillHeight() const {
 }
 
 double CVBModuleView::alpha() const {
-    const bool modern = DrawingStyle::modern();
-    if (CVBMenubarColorDetector::sharedDetector().isMenubarDark())
-        return CVBDoubleForKey(modern ? "MenubarGraphOpacity-Dark-Modern"
+    const bool modern = context_.modern;
+    if (context_.dark)
+        return context_.number(modern ? "MenubarGraphOpacity-Dark-Modern"
                                       : "MenubarGraphOpacity-Dark");
-    if (CVBIntegerForKey("MenubarTheme") == 1)
+    if (context_.integer("MenubarTheme") == 1)
         return 1.0;
-    return CVBDoubleForKey(modern ? "MenubarGraphOpacity-Modern" : "MenubarGraphOpacity");
+    return context_.number(modern ? "MenubarGraphOpacity-Modern" : "MenubarGraphOpacity");
 }
 
 Color CVBModuleView::strokeColor() const {
-    const bool dark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
-    const bool modern = DrawingStyle::modern();
+    const bool dark = context_.dark;
+    const bool modern = context_.modern;
     if (dark && !modern)
         return {1, 1, 1, 0.502};
-    if (!dark && CVBIntegerForKey("MenubarTheme") == 1)
+    if (!dark && context_.integer("MenubarTheme") == 1)
         return Color::gray(0.1);
     if (!dark && !modern)
         return {0, 0, 0, 0.4};
-    return CVBMenubarColorDetector::sharedDetector().color();
+    return context_.foreground;
 }
 
 void CVBModuleView::drawBackgroundPath(const Path& path, bool fill) {
     Surface& s = surface();
     s.save();
     s.clipToPath(path);
-    const bool dark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
-    if (!dark && CVBIntegerForKey("MenubarTheme") == 1) {
+    if (!context_.dark && context_.integer("MenubarTheme") == 1) {
         // The shaded theme: a dark gradient and no outline.
         s.fillPathWithGradient(path, Color::gray(0.1), Color::gray(0.14), -90);
     } else {
@@ -77,7 +75,7 @@ void CVBModuleView::drawBackgroundPath(const Path& path, bool fill) {
 }
 
 Color CVBModuleView::highlighted(const Color& color) const {
-    if (CVBIntegerForKey("MenubarTheme") == 0 && isMenuDown && !DrawingStyle::modern())
+    if (context_.integer("MenubarTheme") == 0 && isMenuDown && !context_.modern)
         return Color::white();
     return color;
 }
@@ -359,10 +357,7 @@ double CVBModuleView::stableWidth(const std::string& key, std::string_view text,
 }
 
 int CVBModuleView::drawLabel(const std::string& image, const std::string& colorKey, int offset) {
-    const std::string key =
-        CVBMenubarColorDetector::sharedDetector().isMenubarDark() ? colorKey + "-Dark" : colorKey;
-    const auto tinted =
-        CVBCache::cache().tintedImage(image, key, false, isMenuDown, surface().scaleFactor());
+    const auto tinted = tintedArtwork(image, context_.dark ? colorKey + "-Dark" : colorKey);
     if (!tinted)
         return 0;
     surface().drawImage(*tinted, {static_cast<double>(offset), 2});
@@ -414,8 +409,7 @@ int CVBModuleView::drawBatteryGraph(const BatteryShape& shape, double percentage
     const double extent = std::clamp(std::floor(static_cast<float>(finiteOr0(percentage)) / 100.0F *
                                                 static_cast<float>(shape.longestFill)),
                                      1.0F, static_cast<float>(shape.longestFill));
-    Color fill = colorKey.empty() ? CVBMenubarColorDetector::sharedDetector().tintColor()
-                                  : CVBColorForKey(colorKey);
+    Color fill = colorKey.empty() ? context_.foreground : context_.color(colorKey);
     if (selectedLook())
         fill = Color::white();
     Image picture(shape.image.width, shape.image.height, scale);
@@ -427,16 +421,16 @@ int CVBModuleView::drawBatteryGraph(const BatteryShape& shape, double percentage
         s.clipToPath(body);
         s.fillPath(body, fill);
         s.restore();
-        const char* symbol = colorKey.empty() || CVBBoolForKey("Battery_ColorGraphShowIcons")
+        const char* symbol = colorKey.empty() || context_.boolean("Battery_ColorGraphShowIcons")
                                  ? stateSymbol(state)
                                  : nullptr;
         std::string outline = shape.name;
         if (symbol) {
             outline += symbol;
-            if (auto mask = Artwork::shared().imageNamed(outline + "-mask", scale))
+            if (auto mask = context_.artwork->artwork().imageNamed(outline + "-mask", scale))
                 s.drawImage(*mask, {0, 0}, 1.0, Compositing::DestinationOut);
         }
-        if (auto art = CVBCache::cache().tintedImage(outline, {}, false, isMenuDown, scale))
+        if (auto art = tintedArtwork(outline))
             s.drawImage(*art, {0, 0});
     }
     surface().drawImage(picture, {static_cast<double>(offset), 2});
@@ -445,21 +439,23 @@ int CVBModuleView::drawBatteryGraph(const BatteryShape& shape, double percentage
 
 int CVBModuleView::drawBatteryStandardVerticalGraph(const std::string& colorKey, double value,
                                                     int offset) {
-    return drawVerticalGraphWithPecentage(value, fillColorForGraph2(colorKey, -1), offset);
+    return drawVerticalGraphWithPecentage(value, fillColorForGraph2(context_, colorKey, -1),
+                                          offset);
 }
 
 bool CVBModuleView::selectedLook() const {
-    return isMenuDown && !DrawingStyle::modern();
+    return isMenuDown && !context_.modern;
 }
 
 const TextAttributes& CVBModuleView::cachedAttributes(const std::string& key,
                                                       const std::string& style,
-                                                      TextAttributes (*build)(const Value&, bool)) {
+                                                      TextAttributes (*build)(const DrawingContext&,
+                                                                              const Value&, bool)) {
     const bool selected = selectedLook();
     const std::string cacheKey = key + (selected ? "-selected-" : "-") + style;
     auto it = textCache_.find(cacheKey);
     if (it == textCache_.end())
-        it = textCache_.emplace(cacheKey, build(config[style], selected)).first;
+        it = textCache_.emplace(cacheKey, build(context_, config[style], selected)).first;
     return it->second;
 }
 
@@ -482,17 +478,27 @@ void CVBModuleView::mergeConfig(const Value& table) {
     }
 }
 
-void CVBModuleView::updateMenubarColor() {
-    const bool dark = CVBMenubarColorDetector::sharedDetector().isMenubarDark();
-    if (dark == isMenubarDark)
-        return;
-    isMenubarDark = dark;
-    // Text styles and backgrounds were made in the other look's colours.
-    resetCache();
+void CVBModuleView::setContext(const DrawingContext& context) {
+    // Text styles and backgrounds made for another look or settings are in the wrong colours.
+    const bool changed = context.dark != context_.dark || context.modern != context_.modern ||
+                         context.foreground != context_.foreground ||
+                         context.preferences != context_.preferences;
+    context_ = context;
+    if (changed)
+        resetCache();
+}
+
+std::shared_ptr<const Image> CVBModuleView::tintedArtwork(const std::string& name,
+                                                          const std::string& colorKey) {
+    Color tint = context_.foreground;
+    if (!colorKey.empty() && !context_.object(colorKey).isNull())
+        tint = context_.color(colorKey);
+    if (isMenuDown && !context_.modern)
+        tint = Color::white();
+    return context_.artwork->tintedImage(name, tint, surface().scaleFactor());
 }
 
 void CVBModuleView::resetCache() {
-    CVBCache::cache().clear();
     imageCache_.clear();
     uncached_.reset();
     textCache_.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "drawing/DrawingContext.h"
 #include "drawing/Image.h"
 #include "drawing/Path.h"
 #include "drawing/Surface.h"
@@ -40,7 +41,8 @@ class CVBModuleView {
 public:
     static constexpr int kMaximumColumns = 602;
 
-    CVBModuleView();
+    // The context it reads its settings from until the host gives another.
+    explicit CVBModuleView(const DrawingContext& context);
     virtual ~CVBModuleView();
     CVBModuleView(const CVBModuleView&) = delete;
     CVBModuleView& operator=(const CVBModuleView&) = delete;
@@ -48,6 +50,9 @@ public:
     // The surface the next operations draw on; the host sets it before each draw.
     void setSurface(Surface* surface) { surface_ = surface; }
     Surface& surface() const { return *surface_; }
+    // The host's context for the next frame; a change of look starts the caches afresh.
+    void setContext(const DrawingContext& context);
+    const DrawingContext& context() const { return context_; }
 
     virtual void loadConfig() {}
     virtual void update() {}
@@ -108,14 +113,10 @@ public:
     const TextAttributes& percentageAttributes(const std::string& style);
 
     void resetCache();
-    // Takes the panel's look from the detector, starting afresh when it changed; a host calls it
-    // when the desktop's look changes, and before drawing a picture.
-    void updateMenubarColor();
 
     bool switchUnits = false;
     bool ready = false;
     bool isMenuDown = false;
-    bool isMenubarDark = false;
     Value config = Value::dict();
 
 protected:
@@ -128,6 +129,9 @@ protected:
 
     // The colour a graph fills with: white while the menu is open in the older look.
     Color highlighted(const Color& color) const;
+    // Artwork in the stored colour of `colorKey`, else the host's foreground.
+    std::shared_ptr<const Image> tintedArtwork(const std::string& name,
+                                               const std::string& colorKey = {});
     // A stored background picture, made on first use unless the config forbids keeping it.
     const Image& background(const std::string& key, double width,
                             void (CVBModuleView::*make)(Surface&, double));
@@ -142,8 +146,11 @@ private:
     int drawBatteryGraph(const BatteryShape& shape, double percentage, const std::string& colorKey,
                          std::int64_t state, int offset);
     const TextAttributes& cachedAttributes(const std::string& key, const std::string& style,
-                                           TextAttributes (*build)(const Value&, bool));
+                                           TextAttributes (*build)(const DrawingContext&,
+                                                                   const Value&, bool));
+    bool smallGraphs() const;
 
+    DrawingContext context_;
     Surface* surface_ = nullptr;
     std::map<std::string, std::shared_ptr<Image>> imageCache_;
     std::shared_ptr<Image> uncached_;

@@ -1,7 +1,8 @@
 #include "drawing/GraphColors.h"
 
-#include "drawing/CVBMenubarColorDetector.h"
-#include "preferences/CVBPreferences.h"
+#include "drawing/DrawingContext.h"
+
+#include <optional>
 
 namespace corvane {
 
@@ -24,29 +25,27 @@ Color colorForIndex(std::int64_t index) {
     }
 }
 
-std::optional<Color> storedColor(std::string_view key) {
-    if (key.empty() || CVBObjectForKey(key).isNull())
+std::optional<Color> storedColor(const DrawingContext& context, std::string_view key) {
+    if (key.empty() || context.object(key).isNull())
         return std::nullopt;
-    return CVBColorForKey(key);
+    return context.color(key);
 }
 
 } // namespace
 
-std::int64_t skinColor() {
-    if (CVBMenubarColorDetector::sharedDetector().isMenubarDark())
-        return CVBIntegerForKey("MenubarSkinColor-Dark");
-    return CVBIntegerForKey(CVBBoolForKey("Theme-SeperateStyles") ? "MenubarSkinColor-Light"
-                                                                  : "MenubarSkinColor");
+std::int64_t skinColor(const DrawingContext& context) {
+    if (context.dark)
+        return context.integer("MenubarSkinColor-Dark");
+    return context.integer(context.boolean("Theme-SeperateStyles") ? "MenubarSkinColor-Light"
+                                                                   : "MenubarSkinColor");
 }
 
-std::int64_t menubarTheme() {
-    return CVBMenubarColorDetector::sharedDetector().isMenubarDark()
-               ? 0
-               : CVBIntegerForKey("MenubarTheme");
+std::int64_t menubarTheme(const DrawingContext& context) {
+    return context.dark ? 0 : context.integer("MenubarTheme");
 }
 
-Color defaultColorForTheme() {
-    switch (skinColor()) {
+Color defaultColorForTheme(const DrawingContext& context) {
+    switch (skinColor(context)) {
     case 1:
         return rgb(0.992, 0.545, 0.27);
     case 2:
@@ -72,21 +71,22 @@ Color defaultColorForTheme() {
     }
 }
 
-Color fillColorForGraph2(std::string_view key, std::int64_t defaultIndex) {
-    if (auto stored = storedColor(key))
+Color fillColorForGraph2(const DrawingContext& context, std::string_view key,
+                         std::int64_t defaultIndex) {
+    if (auto stored = storedColor(context, key))
         return *stored;
-    return defaultIndex == -1 ? defaultColorForTheme() : colorForIndex(defaultIndex);
+    return defaultIndex == -1 ? defaultColorForTheme(context) : colorForIndex(defaultIndex);
 }
 
-Color fillColorForGraph(const Value& series) {
-    if (auto stored = storedColor(series["colorKey"].string()))
+Color fillColorForGraph(const DrawingContext& context, const Value& series) {
+    if (auto stored = storedColor(context, series["colorKey"].string()))
         return *stored;
     const Value& index = series["defaultColor"];
-    return index.isNull() ? defaultColorForTheme() : colorForIndex(index.integerValue());
+    return index.isNull() ? defaultColorForTheme(context) : colorForIndex(index.integerValue());
 }
 
-Color strokeColorForGraph(const Value& series) {
-    if (auto stored = storedColor(series["colorKey"].string()))
+Color strokeColorForGraph(const DrawingContext& context, const Value& series) {
+    if (auto stored = storedColor(context, series["colorKey"].string()))
         return *stored;
     return colorForIndex(series["defaultStroke"].integerValue());
 }

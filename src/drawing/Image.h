@@ -4,6 +4,7 @@
 #include "foundation/Color.h"
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 using cairo_surface_t = struct _cairo_surface;
@@ -15,9 +16,8 @@ namespace corvane {
 class Image {
 public:
     Image(double width, double height, double scale = 1.0);
-    ~Image();
-    Image(Image&& other) noexcept;
-    Image& operator=(Image&& other) noexcept;
+    Image(Image&& other) noexcept = default;
+    Image& operator=(Image&& other) noexcept = default;
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
 
@@ -32,13 +32,17 @@ public:
     // A PNG file's pixels as a picture at the scale; nothing (and a log line) when unreadable.
     static std::optional<Image> readPng(const std::filesystem::path& file, double scale = 1.0);
 
-    cairo_surface_t* cairoSurface() const { return surface_; }
+    cairo_surface_t* cairoSurface() const { return surface_.get(); }
 
 private:
+    struct Release {
+        void operator()(cairo_surface_t* surface) const noexcept;
+    };
+
     double width_;
     double height_;
     double scale_;
-    cairo_surface_t* surface_;
+    std::unique_ptr<cairo_surface_t, Release> surface_;
 };
 
 } // namespace corvane

@@ -18,8 +18,10 @@ void paintBackground(Surface& surface, const Size& size, ItemRenderer::Backgroun
 
 } // namespace
 
-Image ItemRenderer::render(CVBModuleView& view, double scale, Background background) {
-    view.updateMenubarColor();
+Image ItemRenderer::render(CVBModuleView& view, const DrawingContext& context,
+                           Background background) {
+    view.setContext(context);
+    const double scale = context.scale;
     int width = 0;
     {
         // At the final scale, so that the backgrounds the view keeps fit the picture.

@@ -1,8 +1,6 @@
 #include "drawing/ModuleText.h"
 
-#include "drawing/CVBMenubarColorDetector.h"
-#include "drawing/DrawingStyle.h"
-#include "preferences/CVBPreferences.h"
+#include "drawing/DrawingContext.h"
 
 namespace corvane {
 
@@ -10,17 +8,13 @@ namespace {
 
 constexpr int kSemibold = 600;
 
-bool dark() {
-    return CVBMenubarColorDetector::sharedDetector().isMenubarDark();
+std::string themed(const DrawingContext& context, const std::string& key) {
+    return context.dark ? key + "-Dark" : key;
 }
 
-std::string themed(const std::string& key) {
-    return dark() ? key + "-Dark" : key;
-}
-
-std::int64_t fontStyle(const Value& style) {
+std::int64_t fontStyle(const DrawingContext& context, const Value& style) {
     const Value* key = style.find("font-style");
-    return key ? CVBIntegerForKey(key->string()) : 0;
+    return key ? context.integer(key->string()) : 0;
 }
 
 void applyFace(TextAttributes& a, std::int64_t face, double size) {
@@ -46,53 +40,57 @@ TextAlignment alignmentOf(const Value& style) {
 }
 
 // The shadow of the older look, where a style names one and its colour is not clear.
-void addShadow(TextAttributes& a, const Value& style, const std::string& key) {
+void addShadow(const DrawingContext& context, TextAttributes& a, const Value& style,
+               const std::string& key) {
     if (!style.contains("shadow"))
         return;
-    const Color shadow = CVBColorForKey(key);
+    const Color shadow = context.color(key);
     if (shadow.alpha != 0)
         a.shadow = shadow;
 }
 
 } // namespace
 
-TextAttributes ModuleText::textAttributes(const Value& style, bool selected) {
+TextAttributes ModuleText::textAttributes(const DrawingContext& context, const Value& style,
+                                          bool selected) {
     TextAttributes a;
-    applyFace(a, fontStyle(style), CVBDoubleForKey(style["font"].string()));
-    const std::string colorKey = themed(style["color"].string());
+    applyFace(a, fontStyle(context, style), context.number(style["font"].string()));
+    const std::string colorKey = themed(context, style["color"].string());
     if (selected)
         a.color = Color::white();
-    else if (DrawingStyle::modern() && CVBObjectForKey(colorKey).isNull())
-        a.color = CVBMenubarColorDetector::sharedDetector().color();
+    else if (context.modern && context.object(colorKey).isNull())
+        a.color = context.foreground;
     else
-        a.color = CVBColorForKey(colorKey);
+        a.color = context.color(colorKey);
     if (style.contains("alignment"))
         a.alignment = alignmentOf(style);
-    if (!DrawingStyle::modern() && !selected && !dark())
-        addShadow(a, style, style["shadow"].string());
+    if (!context.modern && !selected && !context.dark)
+        addShadow(context, a, style, style["shadow"].string());
     return a;
 }
 
-TextAttributes ModuleText::smallTextAttributes(const Value& style, bool selected) {
+TextAttributes ModuleText::smallTextAttributes(const DrawingContext& context, const Value& style,
+                                               bool selected) {
     TextAttributes a;
-    const std::int64_t face = fontStyle(style);
+    const std::int64_t face = fontStyle(context, style);
     applyFace(a, face, 9);
     if (face == 1)
         a.letterSpacing = 0.5;
-    a.color = selected ? Color::white() : CVBColorForKey(themed(style["color"].string()));
+    a.color = selected ? Color::white() : context.color(themed(context, style["color"].string()));
     a.alignment = alignmentOf(style);
-    if (!DrawingStyle::modern() && !selected)
-        addShadow(a, style, themed(style["shadow"].string()));
+    if (!context.modern && !selected)
+        addShadow(context, a, style, themed(context, style["shadow"].string()));
     return a;
 }
 
-TextAttributes ModuleText::percentageAttributes(const Value& style, bool selected) {
+TextAttributes ModuleText::percentageAttributes(const DrawingContext& context, const Value& style,
+                                                bool selected) {
     TextAttributes a;
-    applyFace(a, fontStyle(style), CVBDoubleForKey(style["font"].string()));
-    a.color = selected ? Color::white() : CVBColorForKey(themed(style["color"].string()));
+    applyFace(a, fontStyle(context, style), context.number(style["font"].string()));
+    a.color = selected ? Color::white() : context.color(themed(context, style["color"].string()));
     a.alignment = TextAlignment::Centre;
-    if (!selected && !dark())
-        addShadow(a, style, style["shadow"].string());
+    if (!selected && !context.dark)
+        addShadow(context, a, style, style["shadow"].string());
     return a;
 }
 

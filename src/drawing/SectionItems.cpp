@@ -14,7 +14,8 @@ std::vector<std::string> sectionItemNames() {
     return {"cpu", "memory", "battery"};
 }
 
-std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context) {
+std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context,
+                                           const DrawingContext& drawing) {
     if (section == "cpu") {
         auto& cpu = CPUStatCollectorLinux::sharedCPUCollector(context);
         auto& load = LoadStatCollectorLinux::sharedLoadCollector(context);
@@ -22,17 +23,17 @@ std::optional<SectionItem> makeSectionItem(std::string_view section, const Engin
                                cpu.updateStats();
                                load.updateStats();
                            },
-                           std::make_unique<CVBCPUMenuExtraView>(cpu, &load)};
+                           std::make_unique<CVBCPUMenuExtraView>(drawing, cpu, &load)};
     }
     if (section == "memory") {
         auto& memory = MemoryStatCollectorLinux::sharedMemoryCollector(context);
         return SectionItem{[&memory] { memory.updateStats(); },
-                           std::make_unique<CVBMemoryMenuExtraView>(memory)};
+                           std::make_unique<CVBMemoryMenuExtraView>(drawing, memory)};
     }
     if (section == "battery") {
         auto& battery = BatteryStatCollectorLinux::sharedBatteryCollector(context);
         return SectionItem{[&battery] { battery.updateStats(); },
-                           std::make_unique<CVBBatteryMenuExtraView>(battery)};
+                           std::make_unique<CVBBatteryMenuExtraView>(drawing, battery)};
     }
     return std::nullopt;
 }

@@ -22,7 +22,9 @@ struct SectionItem {
 // The sections that have a panel item drawn here, by the names the commands take.
 std::vector<std::string> sectionItemNames();
 // Nothing for a section without an item.
-std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context);
+// The view starts with `drawing` and takes the host's context again each frame.
+std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context,
+                                           const DrawingContext& drawing);
 // Lets go of the shared collectors the items use.
 void cleanupSectionItems();
 

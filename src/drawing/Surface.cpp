@@ -1,8 +1,10 @@
 #include "drawing/Surface.h"
 
-#include <cairo.h>
+#include "drawing/GraphicsHandles.h"
+#include "foundation/GLibHandles.h"
+#include "foundation/Log.h"
+
 #include <cmath>
-#include <pango/pangocairo.h>
 #include <string>
 
 namespace corvane {
@@ -22,30 +24,29 @@ cairo_operator_t cairoOperator(Compositing operation) {
 }
 
 // A layout of the text in the attributes' font; `width` < 0 lays out on one unbounded line.
-PangoLayout* makeLayout(cairo_t* cr, std::string_view text, const TextAttributes& a, double width) {
-    PangoLayout* layout = pango_cairo_create_layout(cr);
+GObjectRef<PangoLayout> makeLayout(cairo_t* cr, std::string_view text, const TextAttributes& a,
+                                   double width) {
+    auto owned = GObjectRef<PangoLayout>::adopt(pango_cairo_create_layout(cr));
+    PangoLayout* layout = owned.get();
     // Unhinted metrics keep widths the same at every scale, so items measure alike on any
     // screen.
-    cairo_font_options_t* options = cairo_font_options_create();
-    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
-    pango_cairo_context_set_font_options(pango_layout_get_context(layout), options);
-    cairo_font_options_destroy(options);
+    const CairoFontOptions options(cairo_font_options_create());
+    cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
+    pango_cairo_context_set_font_options(pango_layout_get_context(layout), options.get());
     pango_layout_context_changed(layout);
 
-    PangoFontDescription* font = pango_font_description_new();
-    pango_font_description_set_family(font, a.family.c_str());
-    pango_font_description_set_absolute_size(font, a.size * PANGO_SCALE);
-    pango_font_description_set_weight(font, static_cast<PangoWeight>(a.weight));
-    pango_layout_set_font_description(layout, font);
-    pango_font_description_free(font);
-    PangoAttrList* list = pango_attr_list_new();
+    const PangoFontDescriptionPtr font(pango_font_description_new());
+    pango_font_description_set_family(font.get(), a.family.c_str());
+    pango_font_description_set_absolute_size(font.get(), a.size * PANGO_SCALE);
+    pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(a.weight));
+    pango_layout_set_font_description(layout, font.get());
+    const PangoAttrListPtr list(pango_attr_list_new());
     if (a.tabularDigits)
-        pango_attr_list_insert(list, pango_attr_font_features_new("tnum=1"));
+        pango_attr_list_insert(list.get(), pango_attr_font_features_new("tnum=1"));
     if (a.letterSpacing != 0)
-        pango_attr_list_insert(
-            list, pango_attr_letter_spacing_new(static_cast<int>(a.letterSpacing * PANGO_SCALE)));
-    pango_layout_set_attributes(layout, list);
-    pango_attr_list_unref(list);
+        pango_attr_list_insert(list.get(), pango_attr_letter_spacing_new(
+                                               static_cast<int>(a.letterSpacing * PANGO_SCALE)));
+    pango_layout_set_attributes(layout, list.get());
     pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
     if (width >= 0) {
         pango_layout_set_width(layout, static_cast<int>(width * PANGO_SCALE));
@@ -54,35 +55,38 @@ PangoLayout* makeLayout(cairo_t* cr, std::string_view text, const TextAttributes
                                                ? PANGO_ALIGN_RIGHT
                                                : PANGO_ALIGN_LEFT);
     }
-    return layout;
+    return owned;
 }
 
 } // namespace
+
+void Surface::Release::operator()(cairo_t* cr) const noexcept {
+    cairo_destroy(cr);
+}
 
 Surface::Surface(Image& target)
     : cr_(cairo_create(target.cairoSurface()))
     , height_(target.size().height)
     , scale_(target.scale()) {
-    cairo_scale(cr_, target.scale(), target.scale());
+    // Checked once: a failed context ignores every operation drawn with it.
+    if (const cairo_status_t status = cairo_status(cairo()); status != CAIRO_STATUS_SUCCESS)
+        CVBLog("Cannot draw on the picture: %s", cairo_status_to_string(status));
+    cairo_scale(cairo(), target.scale(), target.scale());
     // Turn the picture over once: the layouts count y upward from the bottom.
-    cairo_translate(cr_, 0, height_);
-    cairo_scale(cr_, 1, -1);
-}
-
-Surface::~Surface() {
-    cairo_destroy(cr_);
+    cairo_translate(cairo(), 0, height_);
+    cairo_scale(cairo(), 1, -1);
 }
 
 void Surface::save() {
-    cairo_save(cr_);
+    cairo_save(cairo());
 }
 
 void Surface::restore() {
-    cairo_restore(cr_);
+    cairo_restore(cairo());
 }
 
 void Surface::setColor(const Color& c) {
-    cairo_set_source_rgba(cr_, c.red, c.green, c.blue, c.alpha);
+    cairo_set_source_rgba(cairo(), c.red, c.green, c.blue, c.alpha);
 }
 
 void Surface::clipToRect(const Rect& r) {
@@ -90,8 +94,8 @@ void Surface::clipToRect(const Rect& r) {
 }
 
 void Surface::clipToPath(const Path& path) {
-    path.apply(cr_);
-    cairo_clip(cr_);
+    path.apply(cairo());
+    cairo_clip(cairo());
 }
 
 void Surface::fillRect(const Rect& r, const Color& color) {
@@ -107,19 +111,19 @@ void Surface::fillRoundedRect(const Rect& r, double rx, double ry, const Color& 
 }
 
 void Surface::fillPath(const Path& path, const Color& color) {
-    path.apply(cr_);
+    path.apply(cairo());
     setColor(color);
-    cairo_fill(cr_);
+    cairo_fill(cairo());
 }
 
 void Surface::strokePath(const Path& path, const Color& color, double lineWidth,
                          const std::vector<double>& dashes, double dashPhase) {
-    path.apply(cr_);
+    path.apply(cairo());
     setColor(color);
-    cairo_set_line_width(cr_, lineWidth);
-    cairo_set_dash(cr_, dashes.data(), static_cast<int>(dashes.size()), dashPhase);
-    cairo_stroke(cr_);
-    cairo_set_dash(cr_, nullptr, 0, 0);
+    cairo_set_line_width(cairo(), lineWidth);
+    cairo_set_dash(cairo(), dashes.data(), static_cast<int>(dashes.size()), dashPhase);
+    cairo_stroke(cairo());
+    cairo_set_dash(cairo(), nullptr, 0, 0);
 }
 
 void Surface::fillPathWithGradient(const Path& path, const Color& from, const Color& to,
@@ -131,64 +135,62 @@ void Surface::fillPathWithGradient(const Path& path, const Color& from, const Co
     // Half the extent of the bounds along the direction, so both ends touch the corners.
     const double half = (std::fabs(dx) * b.width + std::fabs(dy) * b.height) / 2;
     const Point c = b.center();
-    cairo_pattern_t* gradient = cairo_pattern_create_linear(c.x - dx * half, c.y - dy * half,
-                                                            c.x + dx * half, c.y + dy * half);
-    cairo_pattern_add_color_stop_rgba(gradient, 0, from.red, from.green, from.blue, from.alpha);
-    cairo_pattern_add_color_stop_rgba(gradient, 1, to.red, to.green, to.blue, to.alpha);
-    path.apply(cr_);
-    cairo_set_source(cr_, gradient);
-    cairo_fill(cr_);
-    cairo_pattern_destroy(gradient);
+    const CairoPattern gradient(cairo_pattern_create_linear(c.x - dx * half, c.y - dy * half,
+                                                            c.x + dx * half, c.y + dy * half));
+    cairo_pattern_add_color_stop_rgba(gradient.get(), 0, from.red, from.green, from.blue,
+                                      from.alpha);
+    cairo_pattern_add_color_stop_rgba(gradient.get(), 1, to.red, to.green, to.blue, to.alpha);
+    path.apply(cairo());
+    cairo_set_source(cairo(), gradient.get());
+    cairo_fill(cairo());
 }
 
 void Surface::drawImage(const Image& image, Point at, double alpha, Compositing operation) {
     const Size size = image.size();
-    cairo_save(cr_);
+    cairo_save(cairo());
     // Images are stored top row first: turn the coordinates back for the copy.
-    cairo_translate(cr_, at.x, at.y + size.height);
-    cairo_scale(cr_, 1.0 / image.scale(), -1.0 / image.scale());
-    cairo_set_source_surface(cr_, image.cairoSurface(), 0, 0);
-    cairo_set_operator(cr_, cairoOperator(operation));
-    cairo_paint_with_alpha(cr_, alpha);
-    cairo_restore(cr_);
+    cairo_translate(cairo(), at.x, at.y + size.height);
+    cairo_scale(cairo(), 1.0 / image.scale(), -1.0 / image.scale());
+    cairo_set_source_surface(cairo(), image.cairoSurface(), 0, 0);
+    cairo_set_operator(cairo(), cairoOperator(operation));
+    cairo_paint_with_alpha(cairo(), alpha);
+    cairo_restore(cairo());
 }
 
 void Surface::drawText(std::string_view text, const Rect& in, const TextAttributes& attributes) {
-    PangoLayout* layout = makeLayout(cr_, text, attributes, in.width);
-    cairo_save(cr_);
-    cairo_translate(cr_, in.x, in.maxY());
-    cairo_scale(cr_, 1, -1);
+    const GObjectRef<PangoLayout> layout = makeLayout(cairo(), text, attributes, in.width);
+    cairo_save(cairo());
+    cairo_translate(cairo(), in.x, in.maxY());
+    cairo_scale(cairo(), 1, -1);
     if (attributes.shadow) {
-        cairo_move_to(cr_, 0, 1);
+        cairo_move_to(cairo(), 0, 1);
         setColor(*attributes.shadow);
-        pango_cairo_show_layout(cr_, layout);
+        pango_cairo_show_layout(cairo(), layout.get());
     }
-    cairo_move_to(cr_, 0, 0);
+    cairo_move_to(cairo(), 0, 0);
     setColor(attributes.color);
-    pango_cairo_show_layout(cr_, layout);
-    cairo_restore(cr_);
-    g_object_unref(layout);
+    pango_cairo_show_layout(cairo(), layout.get());
+    cairo_restore(cairo());
 }
 
 Size Surface::measureText(std::string_view text, const TextAttributes& attributes) const {
-    PangoLayout* layout = makeLayout(cr_, text, attributes, -1);
+    const GObjectRef<PangoLayout> layout = makeLayout(cairo(), text, attributes, -1);
     PangoRectangle logical{};
-    pango_layout_get_extents(layout, nullptr, &logical);
-    g_object_unref(layout);
+    pango_layout_get_extents(layout.get(), nullptr, &logical);
     return {static_cast<double>(logical.width) / PANGO_SCALE,
             static_cast<double>(logical.height) / PANGO_SCALE};
 }
 
 void Surface::translate(double dx, double dy) {
-    cairo_translate(cr_, dx, dy);
+    cairo_translate(cairo(), dx, dy);
 }
 
 void Surface::scale(double sx, double sy) {
-    cairo_scale(cr_, sx, sy);
+    cairo_scale(cairo(), sx, sy);
 }
 
 void Surface::rotate(double degrees) {
-    cairo_rotate(cr_, degrees * M_PI / 180.0);
+    cairo_rotate(cairo(), degrees * M_PI / 180.0);
 }
 
 } // namespace corvane

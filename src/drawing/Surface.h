@@ -4,6 +4,7 @@
 #include "drawing/Path.h"
 #include "drawing/TextAttributes.h"
 
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -22,7 +23,6 @@ public:
     static constexpr double kStripHeight = 22;
 
     explicit Surface(Image& target);
-    ~Surface();
     Surface(const Surface&) = delete;
     Surface& operator=(const Surface&) = delete;
 
@@ -55,14 +55,17 @@ public:
     void scale(double sx, double sy);
     void rotate(double degrees);
 
-    cairo_t* cairo() const { return cr_; }
+    cairo_t* cairo() const { return cr_.get(); }
     // Pixels per point of the target image.
     double scaleFactor() const { return scale_; }
 
 private:
+    struct Release {
+        void operator()(cairo_t* cr) const noexcept;
+    };
     void setColor(const Color& color);
 
-    cairo_t* cr_;
+    std::unique_ptr<cairo_t, Release> cr_;
     double height_;
     double scale_;
 };

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace corvane {
@@ -147,6 +148,10 @@ struct Checker {
 } // namespace
 
 std::optional<std::string> xmlPropertyListProblem(std::string_view xml) {
+    // XML holds no NUL; the markup parser passes one on inside text, and the property-list
+    // reader then stops at it and asserts.
+    if (const auto nul = xml.find('\0'); nul != std::string_view::npos)
+        return "malformed XML: a NUL byte at offset " + std::to_string(nul);
     Checker checker;
     GMarkupParser parser{};
     parser.start_element = [](GMarkupParseContext*, const gchar* name, const gchar**, const gchar**,

@@ -8,6 +8,7 @@
 #include "preferences/PreferenceMigration.h"
 
 #include <array>
+#include <cassert>
 #include <charconv>
 
 namespace corvane {
@@ -19,7 +20,13 @@ std::unique_ptr<CVBPreferences>& sharedInstance() {
     return instance;
 }
 
-// The fallback main queue of a process that never installed its preferences.
+// How a program that chose to make its preferences on first use makes them; empty in the rest.
+std::function<CVBPreferences::Environment(MainQueue&)>& firstUseEnvironment() {
+    static std::function<CVBPreferences::Environment(MainQueue&)> environment;
+    return environment;
+}
+
+// The main queue of preferences made on first use.
 GLibMainQueue& fallbackQueue() {
     static GLibMainQueue queue;
     return queue;
@@ -75,6 +82,21 @@ CVBPreferences::Environment CVBPreferences::systemEnvironment(MainQueue& queue) 
     return environment;
 }
 
+// Domains at paths that can be neither read nor written: the built-in defaults only.
+CVBPreferences::Environment CVBPreferences::detachedEnvironment(MainQueue& queue) {
+    const std::filesystem::path nowhere = "/dev/null";
+    Environment environment;
+    environment.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, nowhere / "extras");
+    environment.userDefaults =
+        std::make_shared<PreferenceDomain>(kApplicationDomain, nowhere / "application");
+    environment.previousDomain =
+        std::make_shared<PreferenceDomain>(kPreviousExtrasDomain, nowhere / "previous");
+    environment.locale = LocaleFacts::current();
+    environment.queue = &queue;
+    environment.migrateOnStart = false;
+    return environment;
+}
+
 CVBPreferences::CVBPreferences(Environment environment)
     : environment_(std::move(environment)) {
     if (!environment_.center)
@@ -105,13 +127,24 @@ CVBPreferences::~CVBPreferences() {
 
 CVBPreferences& CVBPreferences::sharedPreferences() {
     auto& instance = sharedInstance();
-    if (!instance)
-        instance = std::make_unique<CVBPreferences>(systemEnvironment(fallbackQueue()));
+    if (!instance && firstUseEnvironment()) {
+        instance = std::make_unique<CVBPreferences>(firstUseEnvironment()(fallbackQueue()));
+    } else if (!instance) {
+        // Making one on the system environment here would read, and migrate, the user's real
+        // settings behind the back of a test or tool that forgot to install its own.
+        CVBLog("Settings used before a program installed them; using the built-in defaults");
+        assert(!"CVBPreferences::sharedPreferences() used before CVBPreferences::install()");
+        instance = std::make_unique<CVBPreferences>(detachedEnvironment(fallbackQueue()));
+    }
     return *instance;
 }
 
 void CVBPreferences::install(std::unique_ptr<CVBPreferences> preferences) {
     sharedInstance() = std::move(preferences);
+}
+
+void CVBPreferences::installOnFirstUse(std::function<Environment(MainQueue&)> environment) {
+    firstUseEnvironment() = std::move(environment);
 }
 
 void CVBPreferences::cleanup() {
@@ -321,9 +354,10 @@ std::optional<GraphColors> graphColorsAt(std::int64_t index) {
 }
 
 // Themes 0 and 2 follow the background setting; the others always draw as without it.
-bool graphBackgroundOn() {
-    const std::int64_t theme = dropdownTheme();
-    return (theme == 0 || theme == 2) && CVBBoolForKey("DropdownGraphBackground");
+bool graphBackgroundOn(CVBPreferences& preferences) {
+    const std::int64_t theme = dropdownTheme(preferences);
+    return (theme == 0 || theme == 2) &&
+           preferences.objectForKey("DropdownGraphBackground").boolValue();
 }
 
 } // namespace
@@ -332,22 +366,25 @@ Color CVBPreferences::dropdownGraphFillColor(std::int64_t index) {
     const auto colors = graphColorsAt(index);
     if (!colors)
         return Color::black();
-    return graphBackgroundOn() ? colors->fillOn : colors->fillOff;
+    return graphBackgroundOn(*this) ? colors->fillOn : colors->fillOff;
 }
 
 Color CVBPreferences::dropdownGraphStrokeColor(std::int64_t index) {
     const auto colors = graphColorsAt(index);
     if (!colors)
         return Color::black();
-    return graphBackgroundOn() ? colors->strokeOn : colors->strokeOff;
+    return graphBackgroundOn(*this) ? colors->strokeOn : colors->strokeOff;
 }
 
 std::int64_t dropdownTheme() {
-    auto& preferences = CVBPreferences::sharedPreferences();
+    return dropdownTheme(CVBPreferences::sharedPreferences());
+}
+
+std::int64_t dropdownTheme(CVBPreferences& preferences) {
     const bool dark = preferences.isMenubarDark();
-    if (CVBBoolForKey("Theme-SeperateStyles") && !dark)
-        return CVBIntegerForKey("DropdownTheme-Light");
-    return CVBIntegerForKey(dark ? "DropdownTheme-Dark" : "DropdownTheme");
+    if (preferences.objectForKey("Theme-SeperateStyles").boolValue() && !dark)
+        return preferences.objectForKey("DropdownTheme-Light").integerValue();
+    return preferences.objectForKey(dark ? "DropdownTheme-Dark" : "DropdownTheme").integerValue();
 }
 
 std::vector<std::int64_t> statusItemOrder() {

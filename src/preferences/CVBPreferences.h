@@ -48,16 +48,22 @@ public:
     // The real sources: the domains under the configuration directory, the desktop portal,
     // DMI, the process locale. `queue` must outlive the preferences.
     static Environment systemEnvironment(MainQueue& queue);
+    // Nothing stored is read or written: the built-in defaults on this machine's locale.
+    static Environment detachedEnvironment(MainQueue& queue);
 
     explicit CVBPreferences(Environment environment);
     ~CVBPreferences();
     CVBPreferences(const CVBPreferences&) = delete;
     CVBPreferences& operator=(const CVBPreferences&) = delete;
 
-    // The instance of the process. A program installs one at start; without that, the first
-    // use makes one on the system environment and a GLib main queue of the default context.
+    // The instance of the process, which a program installs at start or on first use. Use
+    // without either is a fault: a debug build stops on it, and a release build logs and runs on
+    // the detached environment rather than on the user's real settings.
     static CVBPreferences& sharedPreferences();
     static void install(std::unique_ptr<CVBPreferences> preferences);
+    // For a program whose commands may never need them: the first use makes them on the
+    // environment this answers for a main queue that lives as long as they do.
+    static void installOnFirstUse(std::function<Environment(MainQueue&)> environment);
     static void cleanup();
     static bool hasSharedPreferences();
 
@@ -168,6 +174,7 @@ private:
 
 // The integer theme of the dropdowns for the current panel.
 std::int64_t dropdownTheme();
+std::int64_t dropdownTheme(CVBPreferences& preferences);
 // The section keys whose menu-bar items are on, in order.
 std::vector<std::int64_t> statusItemOrder();
 

@@ -17,14 +17,16 @@ namespace {
 // The square picture: one element of the strip, centred.
 class CompactView final : public CVBModuleView {
 public:
-    explicit CompactView(const ItemSummary& summary)
-        : summary_(summary) {}
+    CompactView(const DrawingContext& context, const ItemSummary& summary)
+        : CVBModuleView(context)
+        , summary_(summary) {}
 
     int drawAtOffset(int offset) override {
         if (summary_.batteryState)
             return drawBatteryVerticalGraph(summary_.fraction * 100, "", *summary_.batteryState,
                                             offset);
-        return drawPieGraphWithPecentage(summary_.fraction, defaultColorForTheme(), offset);
+        return drawPieGraphWithPecentage(summary_.fraction, defaultColorForTheme(context()),
+                                         offset);
     }
     // The width the element takes, so that it can be centred.
     int elementWidth() const { return summary_.batteryState ? 22 : graphHeight() + 4; }
@@ -33,7 +35,10 @@ private:
     const ItemSummary& summary_;
 };
 
-class GraphView final : public CVBModuleView {};
+class GraphView final : public CVBModuleView {
+public:
+    using CVBModuleView::CVBModuleView;
+};
 
 } // namespace
 
@@ -45,14 +50,14 @@ PanelPicture ItemPainter::fromImage(const Image& image) {
         cairo_image_surface_get_height(surface), cairo_image_surface_get_stride(surface));
 }
 
-PanelPicture ItemPainter::picture(CVBModuleView& view, double scale) {
-    return fromImage(ItemRenderer::render(view, scale, ItemRenderer::Background::Transparent));
+PanelPicture ItemPainter::picture(CVBModuleView& view, const DrawingContext& context) {
+    return fromImage(ItemRenderer::render(view, context, ItemRenderer::Background::Transparent));
 }
 
-PanelPicture ItemPainter::compactPicture(const ItemSummary& summary, double scale) {
-    CompactView view(summary);
-    view.updateMenubarColor();
-    Image image(Surface::kStripHeight, Surface::kStripHeight, scale);
+PanelPicture ItemPainter::compactPicture(const ItemSummary& summary,
+                                         const DrawingContext& context) {
+    CompactView view(context, summary);
+    Image image(Surface::kStripHeight, Surface::kStripHeight, context.scale);
     Surface surface(image);
     view.setSurface(&surface);
     view.drawAtOffset((static_cast<int>(Surface::kStripHeight) - view.elementWidth()) / 2);
@@ -60,13 +65,14 @@ PanelPicture ItemPainter::compactPicture(const ItemSummary& summary, double scal
     return fromImage(image);
 }
 
-PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier, double scale) {
+PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier,
+                                       const DrawingContext& context) {
     const auto ring = cpu.sampleIndex(tier).maximumSamples;
     const auto perColumn = std::max<std::int64_t>(1, ring / kGraphColumns);
     HistoryGraph graph;
     graph.width = kGraphColumns;
-    graph.colors = {fillColorForGraph2("CPU_MenubarGraphSystem", 1),
-                    fillColorForGraph2("CPU_MenubarGraphUser", 0)};
+    graph.colors = {fillColorForGraph2(context, "CPU_MenubarGraphSystem", 1),
+                    fillColorForGraph2(context, "CPU_MenubarGraphUser", 0)};
     for (std::int64_t column = 0; column < kGraphColumns; ++column) {
         double busy = 0, user = 0;
         int counted = 0;
@@ -84,9 +90,8 @@ PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier, do
             break;
         graph.samples.push_back({busy / counted / 100, user / counted / 100});
     }
-    GraphView view;
-    view.updateMenubarColor();
-    Image image(kGraphColumns, Surface::kStripHeight, scale);
+    GraphView view(context);
+    Image image(kGraphColumns, Surface::kStripHeight, context.scale);
     Surface surface(image);
     view.setSurface(&surface);
     view.drawHistoryGraph(graph, 0);

@@ -124,6 +124,11 @@ void StatusProgram::stopCycle() {
     graphStamp_.reset();
 }
 
+// The panel's look as the settings follow it, read once for the frame.
+DrawingContext StatusProgram::drawingContext(double scale) {
+    return DrawingContext::forHost(CVBPreferences::sharedPreferences(), artwork_, scale);
+}
+
 void StatusProgram::syncItems() {
     if (!collectors_)
         return;
@@ -137,7 +142,7 @@ void StatusProgram::syncItems() {
             items.push_back(std::move(*known));
             continue;
         }
-        auto made = makeSectionItem(section->name, collectors_->context());
+        auto made = makeSectionItem(section->name, collectors_->context(), drawingContext(1.0));
         if (!made)
             continue;
         items.push_back(std::make_unique<LiveItem>(section, std::move(made->view)));
@@ -227,13 +232,14 @@ bool StatusProgram::repaint(LiveItem& item) {
     // Drawn at the panel's height; the 2x pictures only for a panel that shows them.
     const double scale = std::max(1, style_.height) / Surface::kStripHeight;
     const bool sharp = style_.scale >= 1.5;
-    p.picture = ItemPainter::picture(*item.view, scale);
+    const DrawingContext drawing = drawingContext(scale);
+    p.picture = ItemPainter::picture(*item.view, drawing);
     if (sharp)
-        p.picture2x = ItemPainter::picture(*item.view, 2 * scale);
+        p.picture2x = ItemPainter::picture(*item.view, drawing.withScale(2 * scale));
     if (!headless_) {
-        p.compact = ItemPainter::compactPicture(summary, scale);
+        p.compact = ItemPainter::compactPicture(summary, drawing);
         if (sharp)
-            p.compact2x = ItemPainter::compactPicture(summary, 2 * scale);
+            p.compact2x = ItemPainter::compactPicture(summary, drawing.withScale(2 * scale));
     }
     if (name == "cpu") {
         const GraphPeriod& period = graphPeriod();
@@ -241,7 +247,8 @@ bool StatusProgram::repaint(LiveItem& item) {
         const double now = BeatQueue::steadySeconds();
         if (!graphStamp_ ||
             (*graphStamp_ != tierStamp && now - graphDrawnAt_ >= options_.processInterval)) {
-            graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier, sharp ? 2 : 1);
+            graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier,
+                                               drawing.withScale(sharp ? 2 : 1));
             graphStamp_ = tierStamp;
             graphDrawnAt_ = now;
         }

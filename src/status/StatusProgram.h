@@ -1,5 +1,7 @@
 #pragma once
 
+#include "drawing/Artwork.h"
+#include "drawing/DrawingContext.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/SysRoot.h"
 #include "preferences/SectionLauncher.h"
@@ -82,6 +84,7 @@ private:
     void redrawSoon();
     void readTrayStyle();
     bool readyForOnce() const;
+    DrawingContext drawingContext(double scale);
 
     void sectionChanged(const StatusSection& section, const Value& userInfo);
     void everythingChanged(const std::string& name);
@@ -101,6 +104,7 @@ private:
     std::vector<std::unique_ptr<LiveItem>> items_;
     std::vector<PanelItem> shown_;
     PanelStyle style_;
+    CVBCache artwork_;
     PanelPicture graph_;
     std::optional<std::uint64_t> graphStamp_;
     double graphDrawnAt_ = -1e9;

@@ -1,4 +1,4 @@
-#include "../preferences/PreferencesFixture.h"
+#include "DrawingFixture.h"
 #include "collectors/battery/BatteryStatCollector.h"
 #include "collectors/battery/WirelessDeviceKind.h"
 #include "drawing/Artwork.h"
@@ -11,8 +11,8 @@
 #include <optional>
 
 using namespace corvane;
+using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
-using corvane::test::PreferencesFixture;
 using Reading = CVBBatteryMenuExtraView::Reading;
 
 namespace {
@@ -70,11 +70,9 @@ BatteryStatCollector::PowerSource charging(const char* id, double level, int min
             {}};
 }
 
-class BatteryView : public PreferencesFixture {
+class BatteryView : public DrawingFixture {
 protected:
     void SetUp() override {
-        install();
-        CVBCache::cache().clear();
         scratch.emplace(600, Surface::kStripHeight);
         surface.emplace(*scratch);
         view.setSurface(&*surface);
@@ -105,15 +103,14 @@ protected:
         return view.sizeSmallText(text, view.smallTextAttributes("stacked-text")) + 4;
     }
     Image render(const Value& list, const char* key, bool dark) {
-        appearance->dark = dark;
-        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+        setDark(dark);
         CVBSetObjectForKey(list, key);
-        return ItemRenderer::render(view, 2, ItemRenderer::Background::Transparent);
+        return ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
     ScriptedBattery battery{context};
-    CVBBatteryMenuExtraView view{battery};
+    CVBBatteryMenuExtraView view{host(), battery};
     std::optional<Image> scratch;
     std::optional<Surface> surface;
 };
@@ -196,9 +193,7 @@ TEST_F(BatteryView, EachStateHasItsOwnListWhenTheUserSetsListsPerState) {
     };
     for (const auto& [key, list] : lists)
         CVBSetObjectForKey(list, key);
-    const auto chosen = [&](Reading r) {
-        return CVBBatteryMenuExtraView::currentModesForBattery(r);
-    };
+    const auto chosen = [&](Reading r) { return view.currentModesForBattery(r); };
     const auto at = [&](const char* key) { return lists.at(key); };
 
     for (std::int64_t state : {0, 1, 2, 3, 5})
@@ -309,7 +304,7 @@ TEST_F(BatteryView, EachKindOfDeviceHasItsOwnPicture) {
         SCOPED_TRACE(k.picture);
         item("device")->subtype = k.kind;
         const Image drawn = render(modes({8}), "Battery_MenubarModeBluetooth", false);
-        const auto art = CVBCache::cache().tintedImage(k.picture, {}, false, false, 2);
+        const auto art = artwork.tintedImage(k.picture, Color::black(), 2);
         ASSERT_TRUE(art);
         Image expected(drawn.size().width, drawn.size().height, 2);
         Surface(expected).drawImage(*art, {0, 2});
@@ -349,7 +344,7 @@ TEST_F(BatteryView, AMachineWithoutBatteriesShowsAnEmptyOne) {
     // The whole outline fits the item: its right wall is drawn as fully as its left one.
     for (double scale : {1.0, 2.0}) {
         const Image empty =
-            ItemRenderer::render(view, scale, ItemRenderer::Background::Transparent);
+            ItemRenderer::render(view, host(scale), ItemRenderer::Background::Transparent);
         const auto inkIn = [&](int x) {
             int ink = 0;
             for (int y = 0; y < empty.pixelHeight(); ++y)

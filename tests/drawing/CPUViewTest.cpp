@@ -1,4 +1,4 @@
-#include "../preferences/PreferencesFixture.h"
+#include "DrawingFixture.h"
 #include "collectors/cpu/LoadStatCollector.h"
 #include "drawing/Artwork.h"
 #include "drawing/CVBCPUMenuExtraView.h"
@@ -7,8 +7,8 @@
 #include "support/ScriptedProcessor.h"
 
 using namespace corvane;
+using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
-using corvane::test::PreferencesFixture;
 using corvane::test::ScriptedProcessor;
 
 namespace {
@@ -70,11 +70,9 @@ protected:
     std::optional<std::array<double, 3>> loadAverages() override { return averages; }
 };
 
-class CPUView : public PreferencesFixture {
+class CPUView : public DrawingFixture {
 protected:
     void SetUp() override {
-        install();
-        CVBCache::cache().clear();
         cpu.ticks.assign(8, {});
         cpu.setup();
         // Per logical core: user and system percent, three samples so histories show.
@@ -96,14 +94,15 @@ protected:
     }
     int widthOf(std::initializer_list<int> codes) {
         CVBSetObjectForKey(modes(codes), "CPU_MenubarMode");
-        CVBCPUMenuExtraView view(cpu, &load);
-        return ItemRenderer::render(view, 1, ItemRenderer::Background::Transparent).size().width;
+        CVBCPUMenuExtraView view(host(), cpu, &load);
+        return ItemRenderer::render(view, host(), ItemRenderer::Background::Transparent)
+            .size()
+            .width;
     }
     Image render(bool dark = false) {
-        appearance->dark = dark;
-        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
-        CVBCPUMenuExtraView view(cpu, &load);
-        return ItemRenderer::render(view, 2, ItemRenderer::Background::Transparent);
+        setDark(dark);
+        CVBCPUMenuExtraView view(host(), cpu, &load);
+        return ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
@@ -125,9 +124,10 @@ TEST_F(CPUView, WidthIsTheSumOfItsElementsLessTheLastGap) {
     spacerFirst.mutableArray().insert(spacerFirst.mutableArray().begin(),
                                       Value::dict({{"key", 101}, {"width", 7}}));
     CVBSetObjectForKey(spacerFirst, "CPU_MenubarMode");
-    CVBCPUMenuExtraView view(cpu, &load);
-    EXPECT_EQ(ItemRenderer::render(view, 1, ItemRenderer::Background::Transparent).size().width,
-              7 + 13 - 4);
+    CVBCPUMenuExtraView view(host(), cpu, &load);
+    EXPECT_EQ(
+        ItemRenderer::render(view, host(), ItemRenderer::Background::Transparent).size().width,
+        7 + 13 - 4);
 }
 
 TEST_F(CPUView, GraphicsElementsDrawNothingWithoutAGraphicsItem) {
@@ -147,7 +147,7 @@ TEST_F(CPUView, PerCoreElementsFollowTheGroupingSettings) {
 
 TEST_F(CPUView, TextsAreTheBusyPercentageAndTheLoadWithTwoDecimals) {
     CVBSetObjectForKey(modes({4}), "CPU_MenubarMode");
-    CVBCPUMenuExtraView view(cpu, &load);
+    CVBCPUMenuExtraView view(host(), cpu, &load);
     Image scratch(200, Surface::kStripHeight);
     Surface surface(scratch);
     view.setSurface(&surface);
@@ -164,8 +164,22 @@ TEST_F(CPUView, TextsAreTheBusyPercentageAndTheLoadWithTwoDecimals) {
     EXPECT_EQ(view.drawAtOffset(0), wide);
 }
 
-TEST_F(CPUView, DefaultsLookAsRecorded) {
-    EXPECT_TRUE(matchesGolden(render(false), "cpu-defaults-light"));
+// The status program draws one item for hosts of both looks in one process, and the settings
+// window a preview beside them: no view's caches and no shared artwork may leak across.
+TEST_F(CPUView, HostsOfBothLooksEachGetTheirOwnPicture) {
+    constexpr auto kClear = ItemRenderer::Background::Transparent;
+    const DrawingContext light = host(2);
+    const DrawingContext dark = host(2).withDark(true);
+    CVBCPUMenuExtraView forLight(light, cpu, &load);
+    CVBCPUMenuExtraView forDark(dark, cpu, &load);
+    for (int frame = 0; frame < 2; ++frame) {
+        EXPECT_TRUE(
+            matchesGolden(ItemRenderer::render(forLight, light, kClear), "cpu-defaults-light"));
+        EXPECT_TRUE(
+            matchesGolden(ItemRenderer::render(forDark, dark, kClear), "cpu-defaults-dark"));
+    }
+    // A view handed another host's context draws for that host.
+    EXPECT_TRUE(matchesGolden(ItemRenderer::render(forLight, dark, kClear), "cpu-defaults-dark"));
     EXPECT_TRUE(matchesGolden(render(true), "cpu-defaults-dark"));
 }
 

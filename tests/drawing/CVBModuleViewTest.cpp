@@ -1,29 +1,22 @@
 #include "drawing/CVBModuleView.h"
 
-#include "../preferences/PreferencesFixture.h"
-#include "drawing/Artwork.h"
-#include "drawing/DrawingStyle.h"
+#include "DrawingFixture.h"
 #include "drawing/GraphColors.h"
 
 #include <cmath>
 
 using namespace corvane;
-using corvane::test::PreferencesFixture;
+using corvane::test::DrawingFixture;
 
 namespace {
 
 const Color kRed{1, 0, 0, 1};
 
-class ModuleView : public PreferencesFixture {
+class ModuleView : public DrawingFixture {
 protected:
-    void SetUp() override {
-        install();
-        view.setSurface(&surface);
-    }
-    void TearDown() override {
-        DrawingStyle::setModern(true);
-        PreferencesFixture::TearDown();
-    }
+    void SetUp() override { view.setSurface(&surface); }
+    // The look of the host, as it hands it over before a frame.
+    void look(bool modern) { view.setContext(host(1, modern)); }
     // The filled height of a pixel column, counted in rows from the bottom of the strip.
     int redRows(int x) const {
         int rows = 0;
@@ -36,7 +29,7 @@ protected:
 
     Image image{120, Surface::kStripHeight};
     Surface surface{image};
-    CVBModuleView view;
+    CVBModuleView view{host()};
 };
 
 TEST_F(ModuleView, OperationsAnswerTheWidthTheyUse) {
@@ -109,18 +102,18 @@ TEST_F(ModuleView, BackgroundOpacityFollowsPanelAndTheme) {
     EXPECT_EQ(view.alpha(), 1.0); // the shaded theme
     CVBSetIntegerForKey(0, "MenubarTheme");
     EXPECT_DOUBLE_EQ(view.alpha(), 0.3);
-    DrawingStyle::setModern(false);
+    look(false);
     EXPECT_DOUBLE_EQ(view.alpha(), 0.5);
-    appearance->dark = true;
-    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    setDark(true);
+    look(false);
     EXPECT_DOUBLE_EQ(view.alpha(), 1.0);
-    DrawingStyle::setModern(true);
+    look(true);
     EXPECT_DOUBLE_EQ(view.alpha(), 0.2);
     EXPECT_EQ(view.strokeColor(), Color::white());
 }
 
 TEST_F(ModuleView, TheOlderLookFillsWhiteWhileTheMenuIsOpen) {
-    DrawingStyle::setModern(false);
+    look(false);
     CVBSetIntegerForKey(0, "MenubarTheme");
     view.isMenuDown = true;
     view.drawVerticalGraphWithPecentage(1.0, kRed, 0);
@@ -142,7 +135,7 @@ TEST_F(ModuleView, BatterySymbolsAreCrispAtOnePixelPerPoint) {
                 const std::string name =
                     std::string("menubar-battery-") + shape.shape + symbol + part;
                 SCOPED_TRACE(name);
-                const auto art = Artwork::shared().imageNamed(name, 1);
+                const auto art = artwork.artwork().imageNamed(name, 1);
                 ASSERT_TRUE(art);
                 const int left = static_cast<int>(shape.inside.x);
                 const int right = static_cast<int>(shape.inside.maxX()) - 1;
@@ -163,15 +156,17 @@ TEST_F(ModuleView, BatterySymbolsAreCrispAtOnePixelPerPoint) {
 }
 
 TEST_F(ModuleView, GraphColoursFallBackByIndexAndSkin) {
-    EXPECT_EQ(fillColorForGraph2("CPU_MenubarGraphUser", 1), (Color{0.10, 0.58, 0.94, 1.0}));
-    EXPECT_EQ(fillColorForGraph2("No_Such_Key", 1), (Color{0.988, 0.4, 0.396, 1}));
-    EXPECT_EQ(fillColorForGraph2("No_Such_Key", -1), (Color{0.078, 0.501, 1.0, 1}));
+    const DrawingContext c = host();
+    EXPECT_EQ(fillColorForGraph2(c, "CPU_MenubarGraphUser", 1), (Color{0.10, 0.58, 0.94, 1.0}));
+    EXPECT_EQ(fillColorForGraph2(c, "No_Such_Key", 1), (Color{0.988, 0.4, 0.396, 1}));
+    EXPECT_EQ(fillColorForGraph2(c, "No_Such_Key", -1), (Color{0.078, 0.501, 1.0, 1}));
     CVBSetIntegerForKey(3, "MenubarSkinColor");
-    EXPECT_EQ(defaultColorForTheme(), (Color{0.27, 0.717, 0.584, 1}));
-    EXPECT_EQ(fillColorForGraph(Value::dict({{"colorKey", "Nothing"}})), defaultColorForTheme());
-    EXPECT_EQ(fillColorForGraph(Value::dict({{"defaultColor", 2}})),
+    EXPECT_EQ(defaultColorForTheme(c), (Color{0.27, 0.717, 0.584, 1}));
+    EXPECT_EQ(fillColorForGraph(c, Value::dict({{"colorKey", "Nothing"}})),
+              defaultColorForTheme(c));
+    EXPECT_EQ(fillColorForGraph(c, Value::dict({{"defaultColor", 2}})),
               (Color{0.568, 0.321, 0.882, 1}));
-    EXPECT_EQ(strokeColorForGraph(Value::dict({{"defaultStroke", 3}})),
+    EXPECT_EQ(strokeColorForGraph(c, Value::dict({{"defaultStroke", 3}})),
               (Color{0.525, 0.592, 0.725, 1}));
 }
 

@@ -1,5 +1,4 @@
-#include "../preferences/PreferencesFixture.h"
-#include "drawing/Artwork.h"
+#include "DrawingFixture.h"
 #include "drawing/CVBModuleView.h"
 #include "drawing/GraphColors.h"
 #include "drawing/ModuleText.h"
@@ -8,8 +7,8 @@
 #include <functional>
 
 using namespace corvane;
+using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
-using corvane::test::PreferencesFixture;
 
 namespace {
 
@@ -89,11 +88,13 @@ std::vector<Operation> operations(int graphHeight) {
          [](CVBModuleView& v) { return v.drawLabel("menubar-label-cpu", "CPU_Label", 0); }},
         {"large-text", 0,
          [](CVBModuleView& v) {
-             return v.drawLargeText("42%", ModuleText::textAttributes(kPercentStyle, false), 0);
+             return v.drawLargeText(
+                 "42%", ModuleText::textAttributes(v.context(), kPercentStyle, false), 0);
          }},
         {"small-text", 0,
          [](CVBModuleView& v) {
-             const TextAttributes a = ModuleText::smallTextAttributes(kSmallStyle, false);
+             const TextAttributes a =
+                 ModuleText::smallTextAttributes(v.context(), kSmallStyle, false);
              v.drawSmallText("U:", a, Point{0, 10});
              return v.drawSmallText("F:", a, Point{0, 1});
          }},
@@ -113,19 +114,16 @@ std::vector<Operation> operations(int graphHeight) {
     };
 }
 
-class DrawingGolden : public PreferencesFixture, public ::testing::WithParamInterface<Look> {
+class DrawingGolden : public DrawingFixture, public ::testing::WithParamInterface<Look> {
 protected:
     void SetUp() override {
-        install();
-        appearance->dark = GetParam().dark;
-        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+        setDark(GetParam().dark);
         CVBSetIntegerForKey(GetParam().small ? 1 : 0, "MenubarGraphSize");
-        CVBCache::cache().clear();
     }
 };
 
 TEST_P(DrawingGolden, EachOperationDrawsItsShapeAndAnswersItsWidth) {
-    CVBModuleView view;
+    CVBModuleView view(host(2));
     for (const auto& op : operations(view.graphHeight())) {
         SCOPED_TRACE(op.name);
         Image image(40, Surface::kStripHeight, 2.0);

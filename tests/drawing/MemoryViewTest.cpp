@@ -1,4 +1,4 @@
-#include "../preferences/PreferencesFixture.h"
+#include "DrawingFixture.h"
 #include "drawing/Artwork.h"
 #include "drawing/CVBMemoryMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
@@ -6,8 +6,8 @@
 #include "support/ScriptedMemory.h"
 
 using namespace corvane;
+using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
-using corvane::test::PreferencesFixture;
 using corvane::test::ScriptedMemory;
 
 namespace {
@@ -26,11 +26,9 @@ std::vector<double> shares(const std::vector<GraphComponent>& layers) {
     return result;
 }
 
-class MemoryView : public PreferencesFixture {
+class MemoryView : public DrawingFixture {
 protected:
     void SetUp() override {
-        install();
-        CVBCache::cache().clear();
         // KiB: 4 GiB of 16 in use by kind, 2 GiB inactive.
         memory.reading.pageSize = 1024;
         memory.reading.wiredPages = 1u << 20;
@@ -51,15 +49,14 @@ protected:
         PreferencesFixture::TearDown();
     }
     Image render(std::initializer_list<int> codes, bool dark = false, double scale = 2) {
-        appearance->dark = dark;
-        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+        setDark(dark);
         CVBSetObjectForKey(modes(codes), "Memory_MenubarMode");
-        return ItemRenderer::render(view, scale, ItemRenderer::Background::Transparent);
+        return ItemRenderer::render(view, host(scale), ItemRenderer::Background::Transparent);
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
     ScriptedMemory memory{context};
-    CVBMemoryMenuExtraView view{memory};
+    CVBMemoryMenuExtraView view{host(), memory};
 };
 
 TEST_F(MemoryView, LayersAreCumulativeSharesLargestFirst) {
@@ -122,7 +119,7 @@ TEST_F(MemoryView, UsedAndFreeKeepTheirWidestWidth) {
 
 TEST_F(MemoryView, WithoutAReadingOnlyTheLabelShows) {
     ScriptedMemory fresh{context};
-    CVBMemoryMenuExtraView empty{fresh};
+    CVBMemoryMenuExtraView empty{host(), fresh};
     CVBSetObjectForKey(modes({100, 0, 2, 3}), "Memory_MenubarMode");
     Image scratch(400, Surface::kStripHeight);
     Surface surface(scratch);

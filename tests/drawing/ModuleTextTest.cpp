@@ -1,15 +1,13 @@
 #include "drawing/ModuleText.h"
 
-#include "../preferences/PreferencesFixture.h"
-#include "drawing/Artwork.h"
+#include "DrawingFixture.h"
 #include "drawing/CVBModuleView.h"
-#include "drawing/DrawingStyle.h"
 #include "foundation/Log.h"
 
 #include <cmath>
 
 using namespace corvane;
-using corvane::test::PreferencesFixture;
+using corvane::test::DrawingFixture;
 
 namespace {
 
@@ -19,23 +17,20 @@ const Value kCpuStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
                                      {"font-style", "CPU_MenubarFontStyle"},
                                      {"alignment", 1}});
 
-class Text : public PreferencesFixture {
+class Text : public DrawingFixture {
 protected:
-    void SetUp() override {
-        install();
-        view.setSurface(&surface);
+    void SetUp() override { view.setSurface(&surface); }
+    TextAttributes text(const Value& style, bool selected, bool modern = true) {
+        return ModuleText::textAttributes(host(1, modern), style, selected);
     }
-    void TearDown() override {
-        DrawingStyle::setModern(true);
-        PreferencesFixture::TearDown();
-    }
+
     Image image{200, Surface::kStripHeight};
     Surface surface{image};
-    CVBModuleView view;
+    CVBModuleView view{host()};
 };
 
 TEST_F(Text, StylesReadTheirFaceSizeAndColourFromThePreferences) {
-    TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    TextAttributes a = text(kCpuStyle, false);
     EXPECT_EQ(a.size, 13);
     EXPECT_EQ(a.family, TextAttributes::kSystemFont);
     EXPECT_EQ(a.color, (Color{0.22, 0.22, 0.22, 1.0}));
@@ -45,45 +40,44 @@ TEST_F(Text, StylesReadTheirFaceSizeAndColourFromThePreferences) {
 
     CVBSetIntegerForKey(1, "CPU_MenubarFontStyle");
     CVBSetIntegerForKey(20, "CPU_MenubarTextSize"); // out of range: 13
-    a = ModuleText::textAttributes(kCpuStyle, false);
+    a = text(kCpuStyle, false);
     EXPECT_TRUE(a.condensed);
     EXPECT_EQ(a.family, TextAttributes::kCondensedFont);
     EXPECT_EQ(a.size, 13);
     CVBSetIntegerForKey(2, "CPU_MenubarFontStyle");
-    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, false).weight, 600);
+    EXPECT_EQ(text(kCpuStyle, false).weight, 600);
 
-    appearance->dark = true;
-    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
-    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, false).color, Color::white());
-    EXPECT_EQ(ModuleText::textAttributes(kCpuStyle, true).color, Color::white());
+    setDark(true);
+    EXPECT_EQ(text(kCpuStyle, false).color, Color::white());
+    EXPECT_EQ(text(kCpuStyle, true).color, Color::white());
 }
 
 TEST_F(Text, TheOlderLookAddsAShadowOnALightPanel) {
-    DrawingStyle::setModern(false);
-    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    const TextAttributes a = text(kCpuStyle, false, false);
     ASSERT_TRUE(a.shadow);
     EXPECT_EQ(*a.shadow, (Color{1, 1, 1, 0.5}));
-    EXPECT_FALSE(ModuleText::textAttributes(kCpuStyle, true).shadow);
+    EXPECT_FALSE(text(kCpuStyle, true, false).shadow);
     CVBSetObjectForKey("1 1 1 0", "CPU_MenubarTextShadowColor");
-    EXPECT_FALSE(ModuleText::textAttributes(kCpuStyle, false).shadow);
+    EXPECT_FALSE(text(kCpuStyle, false, false).shadow);
 }
 
 TEST_F(Text, SmallTextIsNinePointsAndAlwaysAligned) {
     const Value style = Value::dict({{"color", "Memory_UFUsedColor"},
                                      {"font-style", "Memory_UFMenubarFontStyle"},
                                      {"alignment", 2}});
-    TextAttributes a = ModuleText::smallTextAttributes(style, false);
+    TextAttributes a = ModuleText::smallTextAttributes(host(), style, false);
     EXPECT_EQ(a.size, 9);
     EXPECT_EQ(a.alignment, TextAlignment::Right);
     CVBSetIntegerForKey(1, "Memory_UFMenubarFontStyle");
-    a = ModuleText::smallTextAttributes(style, false);
+    a = ModuleText::smallTextAttributes(host(), style, false);
     EXPECT_TRUE(a.condensed);
     EXPECT_EQ(a.letterSpacing, 0.5);
-    EXPECT_EQ(ModuleText::percentageAttributes(style, false).alignment, TextAlignment::Centre);
+    EXPECT_EQ(ModuleText::percentageAttributes(host(), style, false).alignment,
+              TextAlignment::Centre);
 }
 
 TEST_F(Text, WidthsOfChangingValuesNeverShrink) {
-    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    const TextAttributes a = text(kCpuStyle, false);
     const double wide = view.stableWidth("text-attributes-cpu-percentage-width", "100%", a);
     EXPECT_EQ(view.stableWidth("text-attributes-cpu-percentage-width", "5%", a), wide);
     EXPECT_EQ(view.config["text-attributes-cpu-percentage-width"].doubleValue(), wide);
@@ -92,7 +86,7 @@ TEST_F(Text, WidthsOfChangingValuesNeverShrink) {
 }
 
 TEST_F(Text, TextOperationsAnswerTheirWidths) {
-    const TextAttributes a = ModuleText::textAttributes(kCpuStyle, false);
+    const TextAttributes a = text(kCpuStyle, false);
     const int width = view.sizeLargeText("42%", a);
     EXPECT_EQ(view.drawLargeText("42%", a, 0), width + 4);
     EXPECT_EQ(view.drawLargeText("42%", a, Rect{10, 0, 30.7, 22}), 34);
@@ -132,9 +126,9 @@ TEST_F(Text, CondensedTextStandsWhereRegularTextDoes) {
         Surface s(strip);
         view.setSurface(&s);
         if (size > 0) {
-            view.drawLargeText("Hg42%", ModuleText::textAttributes(kCpuStyle, false), 0);
+            view.drawLargeText("Hg42%", text(kCpuStyle, false), 0);
         } else {
-            const TextAttributes a = ModuleText::smallTextAttributes(small, false);
+            const TextAttributes a = ModuleText::smallTextAttributes(host(), small, false);
             view.drawSmallText("Hg4.2", a, Point{0, 10});
             view.drawSmallText("Hg1.0", a, Point{0, 1});
         }
@@ -174,7 +168,6 @@ protected:
 };
 
 TEST_F(Labels, AreTheArtworkInTheLabelsColour) {
-    CVBCache::cache().clear();
     EXPECT_EQ(view.drawLabel("menubar-label-cpu", "CPU_Label", 0), 24);
     EXPECT_GT(inkOf(Color::black()), 10);
 
@@ -183,10 +176,17 @@ TEST_F(Labels, AreTheArtworkInTheLabelsColour) {
     view.drawLabel("menubar-label-cpu", "CPU_Label", 40);
     EXPECT_GT(inkOf({1, 0, 0, 1}), 10);
 
-    appearance->dark = true;
-    CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+    setDark(true);
+    view.setContext(host());
     view.drawLabel("menubar-label-cpu", "CPU_Label", 80); // "CPU_Label-Dark": white
     EXPECT_GT(inkOf(Color::white()), 10);
+}
+
+TEST_F(Labels, TintedCopiesStayBoundedWhateverTheColours) {
+    for (int i = 0; i < 300; ++i)
+        ASSERT_TRUE(artwork.tintedImage("menubar-label-cpu", Color{i / 300.0, 0, 0, 1}));
+    EXPECT_GT(artwork.tintedCount(), 0u);
+    EXPECT_LE(artwork.tintedCount(), CVBCache::kMaximumTinted);
 }
 
 TEST_F(Labels, MissingArtworkDrawsNothing) {

@@ -141,6 +141,8 @@ INSTANTIATE_TEST_SUITE_P(
                  "unknown element <number>"},
         BadInput{"notAPlist", "<html><body>hello</body></html>", "root element is <html>"},
         BadInput{"emptyPlist", xmlPlist(""), "no value"},
+        // Found by the fuzzer: the reader asserted on a NUL inside a string.
+        BadInput{"nulInText", xmlPlist(std::string("<string>a\0b</string>", 19)), "NUL byte"},
         // libplist would read these as -1 and as INT64_MAX.
         BadInput{"hugeInteger", xmlPlist("<integer>99999999999999999999</integer>"),
                  "no 64-bit whole number"},

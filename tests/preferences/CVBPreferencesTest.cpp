@@ -127,6 +127,27 @@ TEST_F(Preferences, DropdownThemeFollowsSeparateStylesAndThePanel) {
     EXPECT_EQ(dropdownTheme(), 3);
 }
 
+TEST_F(Preferences, GraphColoursComeFromTheirOwnSettingsNotTheInstalledOnes) {
+    install();
+    CVBSetBoolForKey(true, "DropdownGraphBackground");
+    auto env = environment();
+    env.domain = std::make_shared<PreferenceDomain>(kExtrasDomain, dir.path() / "other.plist");
+    CVBPreferences own(std::move(env));
+    own.setBool(false, "DropdownGraphBackground");
+    EXPECT_EQ(own.dropdownGraphFillColor(0), (Color{0.054, 0.38, 0.537, 1}));
+    EXPECT_EQ(own.dropdownGraphStrokeColor(0), (Color{0.168, 0.729, 0.988, 1}));
+    EXPECT_EQ(CVBPreferences::sharedPreferences().dropdownGraphFillColor(0),
+              (Color{0.168, 0.729, 0.988, 1}));
+}
+
+#ifndef NDEBUG
+// Making one on the fly would read, and migrate, the settings of whoever runs the tests.
+TEST(PreferencesBeforeInstall, StopADebugBuild) {
+    ASSERT_FALSE(CVBPreferences::hasSharedPreferences());
+    EXPECT_DEATH(CVBPreferences::sharedPreferences(), "used before CVBPreferences::install");
+}
+#endif
+
 TEST_F(Preferences, AGraphColourOutsideTheTableIsBlackWithALogLine) {
     auto& prefs = install();
     LogCapture log;

@@ -1,6 +1,7 @@
 #include "status/StatusProgram.h"
 
 #include "collectors/cpu/CPUStatCollectorLinux.h"
+#include "drawing/Artwork.h"
 #include "drawing/SectionItems.h"
 #include "engine/CollectorHistory.h"
 #include "engine/HistoryDatabase.h"
@@ -157,7 +158,9 @@ TEST_F(StatusProgramTest, ItemsRegisterAtOnceShowWhatRenderDrawsAndHoldStillWhen
 
     // The pixels on the bus are those `corvanebar render` draws from the same collectors: a
     // view made now, drawn between two beats.
-    auto reference = makeSectionItem("cpu", EngineContext{queue});
+    CVBCache artwork;
+    const auto drawing = DrawingContext::forHost(CVBPreferences::sharedPreferences(), artwork, 1.0);
+    auto reference = makeSectionItem("cpu", EngineContext{queue}, drawing);
     ASSERT_TRUE(reference);
     const auto& cpu = CPUStatCollectorLinux::sharedCPUCollector(EngineContext{queue});
     bool compared = false;
@@ -165,7 +168,7 @@ TEST_F(StatusProgramTest, ItemsRegisterAtOnceShowWhatRenderDrawsAndHoldStillWhen
         waitUntil([&] { return cpu.hasReading(); }, 3.0);
         const auto before = cpu.lastIDForType(0);
         const Value pixmap = itemProperties(busName("cpu"))["IconPixmap"][0];
-        const PanelPicture drawn = ItemPainter::picture(*reference->view, 1.0);
+        const PanelPicture drawn = ItemPainter::picture(*reference->view, drawing);
         if (cpu.lastIDForType(0) != before)
             continue;
         EXPECT_EQ(pixmap[0].integerValue(), drawn.width());
