@@ -9,39 +9,6 @@
 
 namespace corvane {
 
-namespace {
-
-const char* rowType(DropdownRow::Kind kind) {
-    switch (kind) {
-    case DropdownRow::Kind::Header:
-        return "header";
-    case DropdownRow::Kind::Separator:
-        return "separator";
-    case DropdownRow::Kind::Picture:
-        return "picture";
-    case DropdownRow::Kind::Action:
-        return "action";
-    case DropdownRow::Kind::Text:
-        break;
-    }
-    return "text";
-}
-
-Value describeRow(const DropdownRow& row) {
-    Value entry = Value::dict({{"type", rowType(row.kind)}, {"text", row.text}});
-    if (row.kind == DropdownRow::Kind::Action) {
-        entry.set("action", row.action);
-        entry.set("enabled", row.enabled);
-    }
-    if (row.kind == DropdownRow::Kind::Picture) {
-        entry.set("width", row.picture.width());
-        entry.set("height", row.picture.height());
-    }
-    return entry;
-}
-
-} // namespace
-
 HeadlessWriter::HeadlessWriter(std::filesystem::path directory, std::function<double()> time)
     : directory_(std::move(directory))
     , time_(std::move(time)) {}
@@ -49,7 +16,7 @@ HeadlessWriter::HeadlessWriter(std::filesystem::path directory, std::function<do
 Value HeadlessWriter::describe(const PanelItem& item, double time) {
     Value rows = Value::array();
     for (const auto& row : item.dropdown.rows)
-        rows.append(describeRow(row));
+        rows.append(describedRow(row));
     return Value::dict({{"id", item.id},
                         {"title", item.title},
                         {"label", item.label},

@@ -52,4 +52,37 @@ const PanelPicture& pictureFor(const PanelItem& item, PictureShape shape, double
     return wide.empty() ? square : wide;
 }
 
+namespace {
+
+const char* rowType(DropdownRow::Kind kind) {
+    switch (kind) {
+    case DropdownRow::Kind::Header:
+        return "header";
+    case DropdownRow::Kind::Separator:
+        return "separator";
+    case DropdownRow::Kind::Picture:
+        return "picture";
+    case DropdownRow::Kind::Action:
+        return "action";
+    case DropdownRow::Kind::Text:
+        break;
+    }
+    return "text";
+}
+
+} // namespace
+
+Value describedRow(const DropdownRow& row) {
+    Value entry = Value::dict({{"type", rowType(row.kind)}, {"text", row.text}});
+    if (row.kind == DropdownRow::Kind::Action) {
+        entry.set("action", row.action);
+        entry.set("enabled", row.enabled);
+    }
+    if (row.kind == DropdownRow::Kind::Picture) {
+        entry.set("width", row.picture.width());
+        entry.set("height", row.picture.height());
+    }
+    return entry;
+}
+
 } // namespace corvane

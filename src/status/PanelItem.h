@@ -1,5 +1,7 @@
 #pragma once
 
+#include "foundation/Value.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -99,5 +101,9 @@ public:
     virtual ~PanelFrontEnd() = default;
     virtual void show(const std::vector<PanelItem>& items) = 0;
 };
+
+// A row as the front ends read it: its type ("text", "header", "separator", "picture",
+// "action"), its text, and an action's name and state or a picture's size.
+Value describedRow(const DropdownRow& row);
 
 } // namespace corvane

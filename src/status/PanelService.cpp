@@ -46,22 +46,6 @@ constexpr const char* kIntrospection = R"xml(<node>
   </interface>
 </node>)xml";
 
-const char* rowType(DropdownRow::Kind kind) {
-    switch (kind) {
-    case DropdownRow::Kind::Text:
-        return "text";
-    case DropdownRow::Kind::Header:
-        return "header";
-    case DropdownRow::Kind::Separator:
-        return "separator";
-    case DropdownRow::Kind::Picture:
-        return "picture";
-    case DropdownRow::Kind::Action:
-        return "action";
-    }
-    return "text";
-}
-
 Value summary(const PanelItem& item) {
     const PanelPicture& square = pictureFor(item, PictureShape::Compact, 1);
     return Value::dict({{"id", item.id},
@@ -93,16 +77,9 @@ GVariant* dictionaryArray(const std::vector<Value>& dictionaries) {
 std::vector<Value> dropdownRows(const DropdownModel& model) {
     std::vector<Value> rows;
     for (const auto& row : model.rows) {
-        Value value = Value::dict({{"type", rowType(row.kind)}, {"text", row.text}});
-        if (row.kind == DropdownRow::Kind::Action) {
-            value.set("action", row.action);
-            value.set("enabled", row.enabled);
-        }
-        if (row.kind == DropdownRow::Kind::Picture) {
-            value.set("width", row.picture.width());
-            value.set("height", row.picture.height());
+        Value value = describedRow(row);
+        if (row.kind == DropdownRow::Kind::Picture)
             value.set("pixels", Value(nativeArgbBytes(row.picture)));
-        }
         rows.push_back(std::move(value));
     }
     return rows;
