@@ -62,15 +62,6 @@ struct Converter {
     }
 };
 
-std::string isoDate(Date date) {
-    const auto seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
-    std::tm tm{};
-    gmtime_r(&seconds, &tm);
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%SZ", &tm);
-    return buffer;
-}
-
 Json toJsonTree(const Value& value) {
     switch (value.kind()) {
     case Value::Kind::Null:
@@ -88,7 +79,7 @@ Json toJsonTree(const Value& value) {
         return takeGString(g_base64_encode(bytes.data(), bytes.size()));
     }
     case Value::Kind::Date:
-        return isoDate(value.date());
+        return iso8601Date(value.date());
     case Value::Kind::Array: {
         Json array = Json::array();
         for (const auto& item : value.arrayItems())
@@ -106,6 +97,15 @@ Json toJsonTree(const Value& value) {
 }
 
 } // namespace
+
+std::string iso8601Date(Date date) {
+    const auto seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
+    std::tm tm{};
+    gmtime_r(&seconds, &tm);
+    char buffer[32];
+    std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%SZ", &tm);
+    return buffer;
+}
 
 Value parseJson(std::string_view text, std::string_view origin) {
     Json json = Json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);

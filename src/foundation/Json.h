@@ -17,4 +17,7 @@ Value parseJson(std::string_view text, std::string_view origin = "JSON");
 // and null entries become null. Invalid UTF-8 in strings is replaced, never an error.
 std::string toJson(const Value& value, int indent = -1);
 
+// "2026-11-22T08:15:00Z": how JSON and property lists write a moment, to the whole second.
+std::string iso8601Date(Date date);
+
 } // namespace corvane

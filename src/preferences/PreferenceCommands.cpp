@@ -187,15 +187,6 @@ void appendTagged(std::string& out, const char* tag, std::string_view text) {
     out += std::string("</") + tag + ">";
 }
 
-std::string dateText(Date date) {
-    const auto seconds = static_cast<std::time_t>(std::floor(date.secondsSince1970));
-    std::tm tm{};
-    gmtime_r(&seconds, &tm);
-    char buffer[32];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%SZ", &tm);
-    return buffer;
-}
-
 void appendPropertyList(std::string& out, const Value& value) {
     switch (value.kind()) {
     case Value::Kind::Null:
@@ -220,7 +211,7 @@ void appendPropertyList(std::string& out, const Value& value) {
         break;
     }
     case Value::Kind::Date:
-        appendTagged(out, "date", dateText(value.date()));
+        appendTagged(out, "date", iso8601Date(value.date()));
         break;
     case Value::Kind::Array:
         out += "<array>";

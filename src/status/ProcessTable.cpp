@@ -115,6 +115,7 @@ std::optional<ProcessTable::StatLine> ProcessTable::parseStatLine(std::string_vi
 void ProcessTable::scan(double now) {
     const double elapsed = scannedAt_ ? now - *scannedAt_ : 0.0;
     std::unordered_map<int, std::uint64_t> ticks;
+    std::unordered_map<int, std::string> names;
     std::vector<ProcessUsage> processes;
     for (const auto& entry : root_.list("/proc")) {
         if (!isPid(entry))
@@ -125,7 +126,13 @@ void ProcessTable::scan(double now) {
         if (!line)
             continue;
         const int pid = static_cast<int>(number(entry).value_or(0));
-        ProcessUsage usage{pid, fullName(root_, entry, line->name), 0.0,
+        // A process keeps its name: the command line is read once, not every scan.
+        const auto known = lastNames_.find(pid);
+        std::string name = known != lastNames_.end() && known->second.starts_with(line->name)
+                               ? known->second
+                               : fullName(root_, entry, line->name);
+        names.emplace(pid, name);
+        ProcessUsage usage{pid, std::move(name), 0.0,
                            static_cast<double>(line->residentPages) * pageKilobytes_};
         const auto before = lastTicks_.find(pid);
         // Ticks that went backwards belong to a new process under an old pid.
@@ -137,6 +144,7 @@ void ProcessTable::scan(double now) {
     }
     measured_ = elapsed > 0;
     lastTicks_ = std::move(ticks);
+    lastNames_ = std::move(names);
     processes_ = std::move(processes);
     scannedAt_ = now;
 }

@@ -60,6 +60,7 @@ private:
     std::optional<double> scannedAt_;
     bool measured_ = false;
     std::unordered_map<int, std::uint64_t> lastTicks_;
+    std::unordered_map<int, std::string> lastNames_;
     std::vector<ProcessUsage> processes_;
 };
 
