@@ -3,7 +3,7 @@
 #include "CommandLine.h"
 #include "drawing/Artwork.h"
 #include "drawing/ItemRenderer.h"
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"

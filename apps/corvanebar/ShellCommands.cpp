@@ -2,7 +2,7 @@
 
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/Log.h"
-#include "preferences/SectionLauncher.h"
+#include "shell/SectionLauncher.h"
 #include "shell/SectionCommands.h"
 #include "shell/SectionManager.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "preferences/PreferenceCommands.h"
-#include "preferences/SectionLauncher.h"
+#include "shell/SectionLauncher.h"
 #include "shell/SectionManager.h"
 
 #include <filesystem>

@@ -3,7 +3,7 @@
 #include "drawing/CVBMenubarColorDetector.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
-#include "preferences/SectionLauncher.h"
+#include "shell/SectionLauncher.h"
 #include "shell/SectionViewContainer.h"
 #include "shell/SectionWindow.h"
 #include "shell/Sections.h"

@@ -4,7 +4,7 @@
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 #include "foundation/Paths.h"
 
 #include <cstdlib>

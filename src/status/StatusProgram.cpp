@@ -3,7 +3,7 @@
 #include "collectors/cpu/CPUStatCollector.h"
 #include "collectors/memory/MemoryStatCollector.h"
 #include "drawing/CVBModuleView.h"
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 #include "drawing/Surface.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"

@@ -4,7 +4,7 @@
 #include "drawing/DrawingContext.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/SysRoot.h"
-#include "preferences/SectionLauncher.h"
+#include "shell/SectionLauncher.h"
 #include "status/BeatQueue.h"
 #include "status/DropdownBuilders.h"
 #include "status/PanelItem.h"

@@ -1,6 +1,6 @@
 #include "status/StatusSections.h"
 
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 
 #include <algorithm>
 #include <array>

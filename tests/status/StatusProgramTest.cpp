@@ -2,7 +2,7 @@
 
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "drawing/Artwork.h"
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 #include "engine/CollectorHistory.h"
 #include "engine/HistoryDatabase.h"
 #include "foundation/AtomicFile.h"

@@ -1,4 +1,4 @@
-#include "preferences/SectionLauncher.h"
+#include "shell/SectionLauncher.h"
 
 #include "foundation/ManualMainQueue.h"
 

@@ -1,4 +1,4 @@
-#include "drawing/SectionItems.h"
+#include "shell/SectionItems.h"
 
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"

@@ -1,6 +1,6 @@
-#include "preferences/BoundControls.h"
+#include "shell/BoundControls.h"
 
-#include "PreferencesFixture.h"
+#include "preferences/PreferencesFixture.h"
 #include "foundation/Log.h"
 #include "preferences/SettingsFile.h"
 

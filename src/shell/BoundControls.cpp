@@ -1,4 +1,4 @@
-#include "preferences/BoundControls.h"
+#include "shell/BoundControls.h"
 
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
