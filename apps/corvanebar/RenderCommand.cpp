@@ -3,11 +3,11 @@
 #include "CommandLine.h"
 #include "drawing/Artwork.h"
 #include "drawing/ItemRenderer.h"
-#include "shell/SectionItems.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 #include "preferences/SystemFacts.h"
+#include "shell/SectionItems.h"
 
 #include <glib.h>
 #include <iostream>

@@ -2,8 +2,8 @@
 
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/Log.h"
-#include "shell/SectionLauncher.h"
 #include "shell/SectionCommands.h"
+#include "shell/SectionLauncher.h"
 #include "shell/SectionManager.h"
 
 #include <iostream>

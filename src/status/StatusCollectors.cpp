@@ -4,8 +4,8 @@
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
-#include "shell/SectionItems.h"
 #include "foundation/Paths.h"
+#include "shell/SectionItems.h"
 
 #include <cstdlib>
 

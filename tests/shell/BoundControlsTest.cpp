@@ -1,7 +1,7 @@
 #include "shell/BoundControls.h"
 
-#include "preferences/PreferencesFixture.h"
 #include "foundation/Log.h"
+#include "preferences/PreferencesFixture.h"
 #include "preferences/SettingsFile.h"
 
 #include <initializer_list>

@@ -2,7 +2,6 @@
 
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "drawing/Artwork.h"
-#include "shell/SectionItems.h"
 #include "engine/CollectorHistory.h"
 #include "engine/HistoryDatabase.h"
 #include "foundation/AtomicFile.h"
@@ -11,6 +10,7 @@
 #include "foundation/Json.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
+#include "shell/SectionItems.h"
 #include "status/BusTestSupport.h"
 #include "status/ItemPainter.h"
 #include "status/PanelAppearance.h"
