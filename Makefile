@@ -1,5 +1,5 @@
 # The two set-up commands: `make run` and `make test`. Each installs what is missing first.
-.PHONY: deps run test release bench fuzz format format-check tidy clean
+.PHONY: deps run test test-desktop release bench fuzz format format-check tidy clean
 
 JOBS ?= 2
 FUZZ_SECONDS ?= 60
@@ -24,6 +24,14 @@ run: deps build/release/build.ninja
 test: deps build/dev/build.ninja
 	@cmake --build --preset dev -j$(JOBS)
 	@dbus-run-session -- ctest --preset dev -j$(JOBS)
+
+# The GNOME Shell extension end to end in a headless GNOME Shell, then what it costs the Shell;
+# minutes, and about 150 more packages on first use. Screenshots go to build/dev/desktop-test.
+test-desktop: deps build/dev/build.ninja
+	@scripts/install-deps --desktop
+	@cmake --build --preset dev -j$(JOBS) --target corvanebar corvanebar-status gnome_extension
+	@tests/desktop/gnome_shell_test.py build/dev
+	@tests/desktop/gnome_shell_cost.py build/dev
 
 release: deps build/release/build.ninja
 	@cmake --build --preset release -j$(JOBS)

@@ -3,6 +3,7 @@
 #include "foundation/ManualMainQueue.h"
 #include "preferences/CVBPreferences.h"
 #include "text/CVBTranslations.h"
+#include "text/TextContext.h"
 #include "text/ValueFormatters.h"
 
 #include <benchmark/benchmark.h>
@@ -18,48 +19,50 @@ struct Installed {
         CVBSetIntegerForKey(3, "Network_MenubarUnitLevel");
     }
     bench::TemporaryPreferences preferences{"text"};
+    TextCaches caches;
+    TextContext text = caches.with(CVBPreferences::sharedPreferences());
 };
 
-Installed& installed() {
+const TextContext& installed() {
     static Installed i;
-    return i;
+    return i.text;
 }
 
 void BM_formattedBandwidthFormatter(benchmark::State& state) {
-    installed();
+    const TextContext& text = installed();
     double v = 123456;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(formattedBandwidthFormatter(false, v));
+        benchmark::DoNotOptimize(formattedBandwidthFormatter(text, false, v));
         v += 1;
     }
 }
 BENCHMARK(BM_formattedBandwidthFormatter);
 
 void BM_formattedMemory(benchmark::State& state) {
-    installed();
+    const TextContext& text = installed();
     double v = 16777216;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(formattedMemory(v));
+        benchmark::DoNotOptimize(formattedMemory(text, v));
         v += 1;
     }
 }
 BENCHMARK(BM_formattedMemory);
 
 void BM_formattedTemperature(benchmark::State& state) {
-    installed();
+    const TextContext& text = installed();
     double v = 45.5;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(formattedTemperature(v));
+        benchmark::DoNotOptimize(formattedTemperature(text, v));
         v += 0.001;
     }
 }
 BENCHMARK(BM_formattedTemperature);
 
 void BM_cachedLocalizedString(benchmark::State& state) {
-    installed();
-    HLVLocalizedString("KB/s", {}, "common"); // loads the table
+    const TextContext& text = installed();
+    HLVLocalizedString(text, "KB/s", {}, "common"); // loads the table
     for (auto _ : state)
-        benchmark::DoNotOptimize(HLVLocalizedString("KB/s", {}, "common"));
+        benchmark::DoNotOptimize(HLVLocalizedString(text, "KB/s", {}, "common"));
 }
 BENCHMARK(BM_cachedLocalizedString);
 

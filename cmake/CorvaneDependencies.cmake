@@ -1,7 +1,6 @@
 # Every library here comes from Debian 12 packages installed by scripts/install-deps.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(nlohmann_json 3.10 REQUIRED)
 find_package(CLI11 REQUIRED)
 

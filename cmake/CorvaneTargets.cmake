@@ -9,6 +9,8 @@ if(CVB_WARNINGS_AS_ERRORS)
 endif()
 target_include_directories(cvb_options INTERFACE ${PROJECT_SOURCE_DIR}/src
                                                  ${PROJECT_BINARY_DIR}/generated)
+# A library no object of a program calls is not loaded: each costs memory at start.
+target_link_options(cvb_options INTERFACE -Wl,--as-needed)
 if(CVB_SANITIZE)
   target_compile_options(cvb_options INTERFACE -fsanitize=address,undefined
                                                -fno-sanitize-recover=undefined

@@ -21,6 +21,7 @@ namespace {
 struct Arguments {
     std::string headless;
     bool once = false;
+    bool dropdowns = false;
 };
 
 std::optional<int> parse(int argc, char** argv, Arguments& a) {
@@ -31,6 +32,10 @@ std::optional<int> parse(int argc, char** argv, Arguments& a) {
                                     "Write DIR/<item>.png and DIR/<item>.json each second "
                                     "instead of showing the items on the panel");
     app.add_flag("--once", a.once, "With --headless: write one frame with readings and stop")
+        ->needs(headless);
+    app.add_flag("--dropdowns", a.dropdowns,
+                 "With --headless: keep every dropdown's rows live and write them, as if all "
+                 "were open")
         ->needs(headless);
     try {
         app.parse(argc, argv);
@@ -91,6 +96,7 @@ int main(int argc, char** argv) {
     if (headless)
         options.headlessDirectory = arguments.headless;
     options.once = arguments.once;
+    options.dropdowns = arguments.dropdowns;
     int status = 0;
     {
         StatusProgram program(

@@ -1,9 +1,13 @@
 // corvanebar: the settings application's command.
 #include "CommandLine.h"
+#include "GnomeExtensionCommand.h"
+#include "LayoutCommand.h"
 #include "MenuCommands.h"
 #include "RenderCommand.h"
 #include "ShellCommands.h"
 #include "StatusCommand.h"
+#include "WaybarCommand.h"
+#include "WindowCommand.h"
 #include "corvane/BuildInfo.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/Log.h"
@@ -190,6 +194,10 @@ struct Commands {
     RenderOptions render;
     ShellOptions shell;
     MenuOptions menu;
+    GnomeExtensionOptions gnomeExtension;
+    WaybarOptions waybar;
+    LayoutOptions layout;
+    WindowCommandOptions window;
 };
 
 void addCommands(CLI::App& app, Commands& c) {
@@ -201,6 +209,10 @@ void addCommands(CLI::App& app, Commands& c) {
     addRenderCommand(app, c.render);
     addShellCommands(app, c.shell);
     addMenuCommands(app, c.menu);
+    addGnomeExtensionCommand(app, c.gnomeExtension);
+    addWaybarCommand(app, c.waybar);
+    addLayoutCommand(app, c.layout);
+    addWindowCommand(app, c.window);
 }
 
 int runCommand(const CLI::App& app, const Commands& c) {
@@ -210,6 +222,14 @@ int runCommand(const CLI::App& app, const Commands& c) {
         return runStatus(c.status);
     if (c.render.command->parsed())
         return runRender(c.render);
+    if (c.gnomeExtension.command->parsed())
+        return runGnomeExtensionCommand(c.gnomeExtension);
+    if (c.waybar.command->parsed())
+        return runWaybar(c.waybar);
+    if (c.window.command->parsed())
+        return runWindow(c.window);
+    if (c.layout.command->parsed())
+        return runLayout(c.layout);
     if (menuCommandParsed(c.menu))
         return runMenuCommand(c.menu);
     if (shellCommandParsed(c.shell))
@@ -225,6 +245,9 @@ int runCommand(const CLI::App& app, const Commands& c) {
         corvane::setupLog("App");
         return runPrefs(c.prefs);
     }
+    // Started from a desktop with nothing asked: the window, as a launcher would open it.
+    if (!c.showVersion && hasGraphicalSession())
+        return runWindow(c.window);
     std::cout << "Corvane Bar " << versionText() << "\n";
     if (c.showVersion)
         return 0;

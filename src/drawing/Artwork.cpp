@@ -2,39 +2,30 @@
 
 #include "drawing/GraphicsHandles.h"
 #include "drawing/Surface.h"
-#include "foundation/GLibHandles.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
 #include "preferences/CVBPreferences.h"
 
 #include <cmath>
-#include <librsvg/rsvg.h>
 
 namespace corvane {
+
+Artwork::Artwork() = default;
+Artwork::~Artwork() = default;
 
 std::shared_ptr<const Image> Artwork::imageNamed(const std::string& name, double scale) {
     const auto key = std::make_pair(name, scale);
     if (auto it = images_.find(key); it != images_.end())
         return it->second;
-    const auto file = Paths::dataDirectory() / "images" / (name + ".svg");
-    GErrorHolder error;
-    const auto handle =
-        GObjectRef<RsvgHandle>::adopt(rsvg_handle_new_from_file(file.c_str(), error.out()));
-    std::shared_ptr<const Image> image;
-    const char* why = handle ? "no size" : error.message();
-    gdouble width = 0;
-    gdouble height = 0;
-    if (handle && rsvg_handle_get_intrinsic_size_in_pixels(handle.get(), &width, &height)) {
-        auto rendered = std::make_shared<Image>(width, height, scale);
-        const CairoContext cr(cairo_create(rendered->cairoSurface()));
-        const RsvgRectangle viewport{0, 0, width * scale, height * scale};
-        if (rsvg_handle_render_document(handle.get(), cr.get(), &viewport, error.out()))
-            image = rendered;
-        else
-            why = error.message();
+    if (!svgTried_) {
+        svgTried_ = true;
+        svg_ = SvgLibrary::load();
     }
+    std::string why = "no SVG library";
+    const auto file = Paths::dataDirectory() / "images" / (name + ".svg");
+    auto image = svg_ ? svg_->render(file, scale, why) : nullptr;
     if (!image)
-        CVBLog("Artwork %s: cannot be drawn (%s)", name.c_str(), why);
+        CVBLog("Artwork %s: cannot be drawn (%s)", name.c_str(), why.c_str());
     images_[key] = image; // a missing picture is asked for once
     return image;
 }

@@ -62,8 +62,8 @@ std::string percentText(double percentage) {
 }
 
 // One earbud's level as the stacked lines show it; a side that reports nothing is a dash.
-std::string earbudText(double percentage) {
-    return percentage == 0 ? std::string("-") : formattedPercentage(0, percentage);
+std::string earbudText(const TextContext& text, double percentage) {
+    return percentage == 0 ? std::string("-") : formattedPercentage(text, 0, percentage);
 }
 
 // The level a pair of earbuds shows as one: the weaker side, or the only side that reports.
@@ -223,21 +223,22 @@ std::string CVBBatteryMenuExtraView::graphColorKey(const Reading& battery, bool 
     return standard ? key + "-Standard" : key;
 }
 
-std::string CVBBatteryMenuExtraView::formattedBatteryTime(std::int64_t state, std::int64_t time) {
+std::string CVBBatteryMenuExtraView::formattedBatteryTime(const TextContext& text,
+                                                          std::int64_t state, std::int64_t time) {
     if (state == 5)
-        return HLVLocalizedString("Paused", {}, "battery");
+        return HLVLocalizedString(text, "Paused", {}, "battery");
     if (state == 3)
-        return HLVLocalizedString("Not Charging", {}, "battery");
+        return HLVLocalizedString(text, "Not Charging", {}, "battery");
     if (time == -1)
-        return HLVLocalizedString("Calculating", {}, "battery");
+        return HLVLocalizedString(text, "Calculating", {}, "battery");
     if (time == -3)
-        return HLVLocalizedString("Unknown Time", {}, "battery");
+        return HLVLocalizedString(text, "Unknown Time", {}, "battery");
     if (state == 0)
-        return HLVLocalizedString("Charged", {}, "battery");
-    char text[48];
-    std::snprintf(text, sizeof text, "%lli:%02lli", static_cast<long long>(time / 60),
+        return HLVLocalizedString(text, "Charged", {}, "battery");
+    char clock[48];
+    std::snprintf(clock, sizeof clock, "%lli:%02lli", static_cast<long long>(time / 60),
                   static_cast<long long>(time % 60));
-    return text;
+    return clock;
 }
 
 int CVBBatteryMenuExtraView::drawAtOffset(int offset) {
@@ -330,7 +331,7 @@ int CVBBatteryMenuExtraView::drawPercentage(const Reading& battery, int offset) 
 int CVBBatteryMenuExtraView::drawTime(const Reading& battery, int offset) {
     if (battery.type == 2 || (battery.type == 1 && battery.time == -3))
         return 0;
-    return drawLargeText(formattedBatteryTime(battery.state, battery.time),
+    return drawLargeText(formattedBatteryTime(context().text(), battery.state, battery.time),
                          textAttributes("battery-time"), offset);
 }
 
@@ -340,10 +341,10 @@ int CVBBatteryMenuExtraView::drawStackedText(const Reading& battery, int offset)
     std::string upper;
     std::string lower;
     if (battery.subtype == 1) {
-        upper = earbudText(battery.percentageLeft);
-        lower = earbudText(battery.percentageRight);
+        upper = earbudText(context().text(), battery.percentageLeft);
+        lower = earbudText(context().text(), battery.percentageRight);
     } else {
-        upper = formattedBatteryTime(battery.state, battery.time);
+        upper = formattedBatteryTime(context().text(), battery.state, battery.time);
         lower = percentText(battery.percentage);
     }
     const TextAttributes& attributes = smallTextAttributes("stacked-text");

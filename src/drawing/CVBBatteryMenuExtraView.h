@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drawing/CVBModuleView.h"
+#include "text/TextContext.h"
 
 #include <cstdint>
 #include <memory>
@@ -40,7 +41,8 @@ public:
     // The colour key of a coloured graph; `standard` gives the plain vertical graph's key.
     static std::string graphColorKey(const Reading& battery, bool standard);
     // "1:05", or the word for a state without an estimate.
-    static std::string formattedBatteryTime(std::int64_t state, std::int64_t time);
+    static std::string formattedBatteryTime(const TextContext& text, std::int64_t state,
+                                            std::int64_t time);
 
 private:
     int drawBattery(const Reading& battery, int offset);

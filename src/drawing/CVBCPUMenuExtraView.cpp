@@ -136,7 +136,7 @@ CVBCPUMenuExtraView::Load CVBCPUMenuExtraView::newestLoad(const StatCollectorIte
     const statsample sample = newestOf(cpu_, core);
     if (sample.sampleID == 0 || !sample.values)
         return {};
-    return {sample.values[0], sample.values[1]};
+    return {sample.values[CPUStatCollectorItem::User], sample.values[CPUStatCollectorItem::System]};
 }
 
 std::vector<GraphComponent> CVBCPUMenuExtraView::components(const Load& load) const {
@@ -162,8 +162,10 @@ HistoryGraph CVBCPUMenuExtraView::history(const StatCollectorItem* core) const {
         const statsample s = core ? core->sampleAtIndex(i, 0) : cpu_.sampleAtIndex(i, 0);
         if (s.sampleID == 0)
             break;
-        const double user = s.empty ? 0 : s.values[0];
-        const double busy = s.empty ? 0 : s.values[0] + s.values[1];
+        const double user = s.empty ? 0 : s.values[CPUStatCollectorItem::User];
+        const double busy =
+            s.empty ? 0
+                    : s.values[CPUStatCollectorItem::User] + s.values[CPUStatCollectorItem::System];
         if (breakdowns)
             graph.samples.push_back({busy / 100, user / 100});
         else
@@ -187,7 +189,8 @@ int CVBCPUMenuExtraView::drawLoadAverage(int offset) {
     const statsample sample = load_->sampleAtIndex(0, 0);
     if (sample.sampleID == 0 || sample.empty)
         return 0;
-    const std::string text = CVBFormatters::sharedFormatter().stringFromDouble2(sample.values[0]);
+    const std::string text =
+        context().formatters->stringFromDouble2(sample.values[LoadStatCollector::OneMinute]);
     return drawLargeText(text, textAttributes("load-text"), offset);
 }
 

@@ -56,7 +56,16 @@ CVBMemoryMenuExtraView::Amounts amountsOf(const statsample& s) {
     if (s.sampleID == 0 || s.empty || !s.values)
         return {};
     const double* v = s.values;
-    return {v[0], v[1], v[10], v[11], v[12], v[13], v[14], v[5], v[6]};
+    using Slot = MemoryStatCollector::Slot;
+    return {v[Slot::Total],
+            v[Slot::Free],
+            v[Slot::Wired],
+            v[Slot::Active],
+            v[Slot::Inactive],
+            v[Slot::Compressed],
+            v[Slot::WiredAndCompressed],
+            v[Slot::PageInsSince],
+            v[Slot::PageOutsSince]};
 }
 
 } // namespace
@@ -221,17 +230,18 @@ int CVBMemoryMenuExtraView::drawUsedAndFree(const Amounts& a, int offset) {
         used -= a.inactive;
         free += a.inactive;
     }
+    const TextContext text = context().text();
     int x = offset;
     if (context().boolean("Memory_UFShowLabel")) {
-        drawSmallText(HLVLocalizedString("U:", {}, "common"),
+        drawSmallText(HLVLocalizedString(text, "U:", {}, "common"),
                       smallTextAttributes("memory-used-label"), Point{static_cast<double>(x), 10});
-        x += drawSmallText(HLVLocalizedString("F:", {}, "common"),
+        x += drawSmallText(HLVLocalizedString(text, "F:", {}, "common"),
                            smallTextAttributes("memory-free-label"),
                            Point{static_cast<double>(x), 1}) +
              4;
     }
-    const std::string usedText = formattedMemory(used);
-    const std::string freeText = formattedMemory(free);
+    const std::string usedText = formattedMemory(text, used);
+    const std::string freeText = formattedMemory(text, free);
     const TextAttributes& usedStyle = smallTextAttributes("memory-used");
     const TextAttributes& freeStyle = smallTextAttributes("memory-free");
     // One width for both lines, kept so the item does not jitter.

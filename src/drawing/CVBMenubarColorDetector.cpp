@@ -9,9 +9,8 @@ CVBMenubarColorDetector& CVBMenubarColorDetector::sharedDetector() {
     return detector;
 }
 
-void CVBMenubarColorDetector::fetchColor() {
-    if (CVBPreferences::hasSharedPreferences())
-        CVBPreferences::sharedPreferences().updateMenubarThemeIfNeeded();
+void CVBMenubarColorDetector::fetchColor(CVBPreferences& preferences) {
+    preferences.updateMenubarThemeIfNeeded();
 }
 
 } // namespace corvane

@@ -2,6 +2,8 @@
 
 namespace corvane {
 
+class CVBPreferences;
+
 // Asks the desktop whether its panel is dark. Views never ask it: they draw with the look of
 // the context their host hands them.
 class CVBMenubarColorDetector {
@@ -9,7 +11,7 @@ public:
     static CVBMenubarColorDetector& sharedDetector();
 
     // Asks the desktop again; on a change the preferences post "CorvaneBarMenubarThemeChanged".
-    void fetchColor();
+    void fetchColor(CVBPreferences& preferences);
 };
 
 } // namespace corvane

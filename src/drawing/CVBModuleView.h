@@ -53,6 +53,10 @@ public:
     // The host's context for the next frame; a change of look starts the caches afresh.
     void setContext(const DrawingContext& context);
     const DrawingContext& context() const { return context_; }
+    // Points the last whole drawing took, so that the next picture is made at that size; 0
+    // before the first.
+    double lastWidth() const { return lastWidth_; }
+    void setLastWidth(double width) { lastWidth_ = width; }
 
     virtual void loadConfig() {}
     virtual void update() {}
@@ -151,6 +155,7 @@ private:
     bool smallGraphs() const;
 
     DrawingContext context_;
+    double lastWidth_ = 0;
     Surface* surface_ = nullptr;
     std::map<std::string, std::shared_ptr<Image>> imageCache_;
     std::shared_ptr<Image> uncached_;

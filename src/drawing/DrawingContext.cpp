@@ -1,6 +1,8 @@
 #include "drawing/DrawingContext.h"
 
+#include "drawing/Artwork.h"
 #include "preferences/CVBPreferences.h"
+#include "text/TextContext.h"
 
 namespace corvane {
 
@@ -9,6 +11,8 @@ DrawingContext DrawingContext::forHost(CVBPreferences& preferences, CVBCache& ar
     DrawingContext context;
     context.preferences = &preferences;
     context.artwork = &artwork;
+    context.formatters = &artwork.text().formatters;
+    context.translations = &artwork.text().translations;
     context.modern = modern;
     context.scale = scale;
     return context.withDark(preferences.isMenubarDark());
@@ -38,7 +42,13 @@ Color DrawingContext::color(std::string_view key) const {
 }
 
 Value DrawingContext::modes(std::string_view key) const {
+    if (previewModes)
+        return *previewModes;
     return preferences->menubarModesForKey(key);
+}
+
+TextContext DrawingContext::text() const {
+    return {*preferences, *formatters, *translations};
 }
 
 } // namespace corvane

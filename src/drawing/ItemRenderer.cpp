@@ -21,23 +21,23 @@ void paintBackground(Surface& surface, const Size& size, ItemRenderer::Backgroun
 Image ItemRenderer::render(CVBModuleView& view, const DrawingContext& context,
                            Background background) {
     view.setContext(context);
-    const double scale = context.scale;
-    int width = 0;
-    {
-        // At the final scale, so that the backgrounds the view keeps fit the picture.
-        Image scratch(kMaximumWidth, Surface::kStripHeight, scale);
-        Surface surface(scratch);
+    // Items keep their width while their values change, so the width of the last drawing is
+    // nearly always right: one pass at that size, a second only when the width moved. A pass
+    // at the largest width first would clear and draw a surface of megabytes every frame.
+    double width = view.lastWidth() > 0 ? view.lastWidth() : kMaximumWidth;
+    for (int pass = 0;; ++pass) {
+        Image picture(width, Surface::kStripHeight, context.scale);
+        Surface surface(picture);
+        paintBackground(surface, picture.size(), background);
         view.setSurface(&surface);
-        width = view.drawAtOffset(0);
+        const double drawn =
+            std::clamp(static_cast<double>(view.drawAtOffset(0)), 1.0, kMaximumWidth);
+        view.setSurface(nullptr);
+        view.setLastWidth(drawn);
+        if (drawn == width || pass == 1)
+            return picture;
+        width = drawn;
     }
-    Image picture(std::clamp(static_cast<double>(width), 1.0, kMaximumWidth), Surface::kStripHeight,
-                  scale);
-    Surface surface(picture);
-    paintBackground(surface, picture.size(), background);
-    view.setSurface(&surface);
-    view.drawAtOffset(0);
-    view.setSurface(nullptr);
-    return picture;
 }
 
 } // namespace corvane

@@ -1,5 +1,6 @@
 #include "engine/CollectorHistory.h"
 
+#include "engine/HistoryFiles.h"
 #include "engine/StatCollector.h"
 #include "foundation/Log.h"
 
@@ -25,6 +26,13 @@ const std::string& CollectorHistory::text(const char* key) const {
     return collector_.config()[key].string();
 }
 
+std::shared_ptr<HistoryDatabase>
+CollectorHistory::openFile(const std::filesystem::path& file) const {
+    if (HistoryFiles* files = collector_.historyFiles())
+        return files->open(file);
+    return HistoryDatabase::open(file);
+}
+
 HistoryDatabase* CollectorHistory::databaseFor(int tier) const {
     return tier == kLongTermTier ? long_.get() : main_.get();
 }
@@ -38,7 +46,7 @@ bool CollectorHistory::prepare() {
         CVBLog("history table prefix \"%s\" refused; no history for it", prefix.c_str());
         return false;
     }
-    main_ = HistoryDatabase::open(collector_.dbpath());
+    main_ = openFile(collector_.dbpath());
     if (!main_)
         return false;
     const int tiers = collector_.tierCount();
@@ -48,7 +56,7 @@ bool CollectorHistory::prepare() {
     const bool hasLongTexts =
         !text("sqlCreateLong").empty() && (!items || !text("sqlCreateIDLong").empty());
     if (tiers > kLongTermTier && hasLongTexts) {
-        long_ = HistoryDatabase::open(collector_.dbpathLong());
+        long_ = openFile(collector_.dbpathLong());
         if (long_)
             kept_[kLongTermTier] = prepareTier(kLongTermTier);
     }

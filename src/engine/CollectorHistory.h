@@ -52,8 +52,10 @@ private:
     const std::string& text(const char* key) const;
 
     StatCollector& collector_;
-    std::unique_ptr<HistoryDatabase> main_;
-    std::unique_ptr<HistoryDatabase> long_;
+    std::shared_ptr<HistoryDatabase> openFile(const std::filesystem::path& file) const;
+
+    std::shared_ptr<HistoryDatabase> main_;
+    std::shared_ptr<HistoryDatabase> long_;
     std::vector<bool> kept_; // by tier: whether the tier has its tables
 };
 

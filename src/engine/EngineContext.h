@@ -4,6 +4,7 @@
 
 namespace corvane {
 
+class HistoryFiles;
 class MainQueue;
 class SleepWakeSource;
 
@@ -16,6 +17,8 @@ struct EngineContext {
     int tierCount = kSettingsTierCount;
     // Sleep and wake of the machine; nullptr where nothing tells.
     SleepWakeSource* sleepWake = nullptr;
+    // A logging build's history files, shared by its collectors; nullptr: each opens its own.
+    HistoryFiles* historyFiles = nullptr;
 };
 
 } // namespace corvane

@@ -79,6 +79,9 @@ private:
 
     HistoryDatabase(Connection db, std::filesystem::path file);
     sqlite3_stmt* statement(const std::string& sql);
+    void joinBatch();
+    // Runs a kept statement without parameters.
+    bool step(const std::string& sql);
     void logFailure(const char* what, const std::string& detail);
 
     Connection db_;

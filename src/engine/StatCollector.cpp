@@ -49,6 +49,7 @@ std::uint64_t identifierValue(const Value& value) {
 
 StatCollector::StatCollector(const EngineContext& context, std::int64_t sampleCount)
     : queue_(context.queue)
+    , historyFiles_(context.historyFiles)
     , tierCount_(std::clamp(context.tierCount, 1, kMaximumTierCount))
     , sampleValueCount_(std::max<std::int64_t>(sampleCount, 0))
     , sampleIndex_(static_cast<std::size_t>(tierCount_))

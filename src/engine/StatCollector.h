@@ -44,6 +44,7 @@ public:
     static std::int64_t sampleCount() { return 0; }
 
     MainQueue& mainQueue() const { return queue_; }
+    HistoryFiles* historyFiles() const { return historyFiles_; }
     int tierCount() const { return tierCount_; }
     // A build with more than the live tier runs the logging cycle and keeps history.
     bool loggingBuild() const { return tierCount_ > 1; }
@@ -223,6 +224,7 @@ private:
     void later(double delay, Task task, MainQueue::TimerId* id = nullptr);
 
     MainQueue& queue_;
+    HistoryFiles* historyFiles_;
     int tierCount_;
     std::int64_t sampleValueCount_;
     std::vector<sampleindexconfig> sampleIndex_;

@@ -3,6 +3,7 @@
 #include "foundation/Log.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
@@ -87,6 +88,32 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
         CVBLog("Cannot write %s: %s", target.c_str(), std::strerror(error));
         ::unlink(temporary.c_str());
         errno = error; // for a caller that tells the user why
+    }
+    return ok;
+}
+
+std::filesystem::path swapFileOf(const std::filesystem::path& file) {
+    return file.parent_path() / ("." + file.filename().string() + ".swap");
+}
+
+bool replaceFrequentlyWrittenFile(const std::filesystem::path& file, std::string_view bytes) {
+    const std::filesystem::path side = swapFileOf(file);
+    const int fd = ::open(side.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+    if (fd < 0)
+        return writeFileAtomically(file, bytes, Durability::Visible);
+    // Cut to size after the write, never to nothing before it: ext4 writes out a file that was
+    // emptied by a truncation when it is closed.
+    bool ok = writeAll(fd, bytes) && ::ftruncate(fd, static_cast<off_t>(bytes.size())) == 0;
+    ok = (::close(fd) == 0) && ok;
+    if (ok && ::renameat2(AT_FDCWD, side.c_str(), AT_FDCWD, file.c_str(), RENAME_EXCHANGE) == 0)
+        return true;
+    // A first write has nothing to trade with; some file systems cannot exchange at all.
+    ok = ok && (errno == ENOENT || errno == EINVAL) && ::rename(side.c_str(), file.c_str()) == 0;
+    if (!ok) {
+        const int error = errno;
+        CVBLog("Cannot write %s: %s", file.c_str(), std::strerror(error));
+        ::unlink(side.c_str());
+        errno = error;
     }
     return ok;
 }

@@ -20,6 +20,15 @@ enum class Durability { Durable, Visible };
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
                          Durability durability = Durability::Durable);
 
+// For a file rewritten every second (the pictures of a headless run): the bytes go into a side
+// file beside it (swapFileOf), which then trades places with it in one step. A reader sees the
+// old content or the new, whole, as with writeFileAtomically without the flush; but no file is
+// made or deleted each time, which on ext4 costs a new inode and a forced write-out of the data
+// for every rename over a file. Falls back to a rename where the file system cannot exchange.
+// The side file keeps the content before; remove it with the file.
+bool replaceFrequentlyWrittenFile(const std::filesystem::path& file, std::string_view bytes);
+std::filesystem::path swapFileOf(const std::filesystem::path& file);
+
 // The file that `file` names once symbolic links are followed, also when that file does not
 // exist yet; `file` itself when the links go round in a circle.
 std::filesystem::path resolvedFile(const std::filesystem::path& file);

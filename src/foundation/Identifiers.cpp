@@ -1,8 +1,7 @@
 #include "foundation/Identifiers.h"
 
-#include "foundation/TextParsing.h"
+#include "foundation/GLibHandles.h"
 
-#include <openssl/evp.h>
 #include <uuid/uuid.h>
 
 namespace corvane {
@@ -15,12 +14,10 @@ std::string newUUIDString() {
     return text;
 }
 
+// GLib's digest: already loaded by every program, where a crypto library would add megabytes
+// of resident memory for one hash.
 std::string md5Hex(std::span<const std::uint8_t> bytes) {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_md5(), nullptr) != 1)
-        return {};
-    return hexEncoded(std::span<const std::uint8_t>(digest, length));
+    return takeGString(g_compute_checksum_for_data(G_CHECKSUM_MD5, bytes.data(), bytes.size()));
 }
 
 std::string md5Hex(std::string_view bytes) {

@@ -3,8 +3,8 @@
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 #include "preferences/PreferenceCommands.h"
+#include "shell/ApplicationText.h"
 #include "shell/HelpMenu.h"
-#include "text/CVBTranslations.h"
 
 #include <array>
 
@@ -77,12 +77,13 @@ ApplicationMenus::~ApplicationMenus() {
         queue_.cancel(retranslation_);
 }
 
-void ApplicationMenus::processMenu(Menu& menu) {
+void ApplicationMenus::processMenu(Menu& menu) const {
+    const TextContext text = applicationText(preferences_);
     for (const auto& item : menu.items()) {
         if (!item->isSeparator())
-            item->title = HLVLocalizedMenuString(item->title);
+            item->title = HLVLocalizedMenuString(text, item->title);
         if (Menu* submenu = item->submenu()) {
-            submenu->title = HLVLocalizedMenuString(submenu->title);
+            submenu->title = HLVLocalizedMenuString(text, submenu->title);
             processMenu(*submenu);
         }
     }
@@ -100,8 +101,8 @@ void ApplicationMenus::translateMainMenu() {
 
 std::unique_ptr<MenuItem> ApplicationMenus::makeItem(const char* title,
                                                      MenuItem::Action action) const {
-    auto item =
-        std::make_unique<MenuItem>(HLVLocalizedString(title, {}, "prefs"), std::move(action));
+    auto item = std::make_unique<MenuItem>(
+        HLVLocalizedString(applicationText(preferences_), title, {}, "prefs"), std::move(action));
     item->identifier = title;
     return item;
 }
@@ -127,7 +128,7 @@ void ApplicationMenus::buildAppMenu() {
 }
 
 void ApplicationMenus::buildHelpMenu() {
-    corvane::buildHelpMenu(*helpMenu_, queue_, actions_);
+    corvane::buildHelpMenu(*helpMenu_, applicationText(preferences_), queue_, actions_);
 }
 
 void ApplicationMenus::buildStatsMenu() {
@@ -166,7 +167,7 @@ void ApplicationMenus::updateAboutTitle() {
     std::string key = kAboutTitle;
     if (const auto at = key.find(kToken); at != std::string::npos)
         key.replace(at, kToken.size(), kApplicationName);
-    appMenu_->itemAtIndex(0).title = HLVLocalizedMenuString(key);
+    appMenu_->itemAtIndex(0).title = HLVLocalizedMenuString(applicationText(preferences_), key);
 }
 
 void ApplicationMenus::addWindowItem(const std::string& title) {

@@ -33,7 +33,7 @@ public:
     Menu& helpMenu() { return *helpMenu_; }
 
     // Translates every title of the menu and its submenus through the menu table.
-    static void processMenu(Menu& menu);
+    void processMenu(Menu& menu) const;
     // processMenu on the menu bar now, and once more a second later, when late tables are in.
     void translateMainMenu();
 

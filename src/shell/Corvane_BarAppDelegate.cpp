@@ -6,11 +6,11 @@
 #include "preferences/CVBPreferences.h"
 #include "preferences/PreferenceMigration.h"
 #include "preferences/SettingsFile.h"
+#include "shell/ApplicationText.h"
 #include "shell/GeneralController.h"
 #include "shell/OverlayController.h"
 #include "shell/ProductSite.h"
 #include "shell/SectionManager.h"
-#include "text/CVBTranslations.h"
 
 #include <charconv>
 
@@ -28,8 +28,8 @@ std::shared_ptr<T> orDefault(std::shared_ptr<T> given) {
 }
 
 // A label's translated format with its one "%@" filled in.
-std::string label(const char* format, const std::string& text) {
-    return formattedString(HLVLocalizedString(format, {}, "prefs"), text);
+std::string label(const TextContext& language, const char* format, const std::string& text) {
+    return formattedString(HLVLocalizedString(language, format, {}, "prefs"), text);
 }
 
 } // namespace
@@ -226,7 +226,8 @@ std::string Corvane_BarAppDelegate::versionText(double version, std::int64_t bui
 }
 
 void Corvane_BarAppDelegate::updateVersionLabels() {
-    versionLabel_ = label("Version: %@", versionText(build::kVersion, build::kBuildNumber));
+    versionLabel_ = label(applicationText(preferences_), "Version: %@",
+                          versionText(build::kVersion, build::kBuildNumber));
     menus_.updateAboutTitle();
 }
 
@@ -356,20 +357,20 @@ void Corvane_BarAppDelegate::askVersion(VersionPeer& peer, std::string& target, 
                                         bool logIt) {
     after(1.0, [this, &peer, &target, format, logIt] {
         std::weak_ptr<int> alive = alive_;
-        peer.version(
-            [&queue = queue_, alive, &target, format, logIt](double version, std::int64_t build) {
-                // The reply comes on the peer's thread; labels belong to the main queue.
-                queue.async([alive, &target, format, logIt, version, build] {
-                    if (alive.expired()) {
-                        CVBLog("A version reply came after the window closed; dropped");
-                        return;
-                    }
-                    const std::string text = versionText(version, build);
-                    target = label(format, text);
-                    if (logIt)
-                        CVBLog("status version %s", text.c_str());
-                });
+        peer.version([&queue = queue_, &preferences = preferences_, alive, &target, format,
+                      logIt](double version, std::int64_t build) {
+            // The reply comes on the peer's thread; labels belong to the main queue.
+            queue.async([&preferences, alive, &target, format, logIt, version, build] {
+                if (alive.expired()) {
+                    CVBLog("A version reply came after the window closed; dropped");
+                    return;
+                }
+                const std::string text = versionText(version, build);
+                target = label(applicationText(preferences), format, text);
+                if (logIt)
+                    CVBLog("status version %s", text.c_str());
             });
+        });
     });
 }
 

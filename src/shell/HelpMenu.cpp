@@ -1,9 +1,9 @@
 #include "shell/HelpMenu.h"
 
 #include "foundation/MainQueue.h"
+#include "shell/ApplicationText.h"
 #include "shell/Menu.h"
 #include "shell/MenuActions.h"
-#include "text/CVBTranslations.h"
 
 namespace corvane {
 
@@ -37,7 +37,7 @@ std::string helpAddress(const HelpEntry& entry) {
     return std::string(kProductSiteAddress) + entry.path;
 }
 
-void buildHelpMenu(Menu& menu, MainQueue& queue, MenuActions& actions) {
+void buildHelpMenu(Menu& menu, const TextContext& text, MainQueue& queue, MenuActions& actions) {
     menu.removeAllItems();
     for (const auto& entry : helpEntries()) {
         if (!entry.title) {
@@ -46,7 +46,7 @@ void buildHelpMenu(Menu& menu, MainQueue& queue, MenuActions& actions) {
         }
         // The workspace is asked after the menu has closed.
         auto& item =
-            menu.addItem(HLVLocalizedString(entry.title, {}, "prefs"),
+            menu.addItem(HLVLocalizedString(text, entry.title, {}, "prefs"),
                          [&queue, &actions, address = helpAddress(entry)](MenuItem&) {
                              queue.async([&actions, address] { actions.openURL(address); });
                          });

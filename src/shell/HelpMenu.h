@@ -10,6 +10,7 @@ namespace corvane {
 class MainQueue;
 class Menu;
 class MenuActions;
+struct TextContext;
 
 struct HelpEntry {
     const char* title; // null for a separator
@@ -22,6 +23,6 @@ std::string helpAddress(const HelpEntry& entry);
 
 // Empties `menu` and fills it with the help entries, titles translated through "prefs". Each
 // opens its page one turn of the queue after it was chosen.
-void buildHelpMenu(Menu& menu, MainQueue& queue, MenuActions& actions);
+void buildHelpMenu(Menu& menu, const TextContext& text, MainQueue& queue, MenuActions& actions);
 
 } // namespace corvane

@@ -3,8 +3,8 @@
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 #include "preferences/PreferenceCommands.h"
+#include "shell/ApplicationText.h"
 #include "shell/Menu.h"
-#include "text/CVBTranslations.h"
 
 namespace corvane {
 
@@ -75,9 +75,9 @@ void LanguageMenu::build(Menu& menu) {
     menu_ = &menu;
     menu.removeAllItems();
     auto add = [&](const char* name, const char* key) {
-        auto& item = menu.addItem(HLVLocalizedString(name, {}, "prefs"), [this](MenuItem& chosen) {
-            selectLanguage(chosen.representedObject.string());
-        });
+        auto& item = menu.addItem(
+            HLVLocalizedString(applicationText(preferences_), name, {}, "prefs"),
+            [this](MenuItem& chosen) { selectLanguage(chosen.representedObject.string()); });
         item.identifier = name;
         item.representedObject = key;
         item.checkable = true;

@@ -31,7 +31,7 @@ MenuCommandLine::MenuCommandLine(CVBPreferences& preferences, DistributedNotific
     , menus_(preferences, center, queue, actions_)
     , language_(preferences, center, *noRestart_, *noRestart_, std::filesystem::path()) {
     // As start-up has them, without the window.
-    ApplicationMenus::processMenu(menus_.mainMenu());
+    menus_.processMenu(menus_.mainMenu());
     menus_.buildAppMenu();
     menus_.buildHelpMenu();
     menus_.buildStatsMenu();

@@ -3,11 +3,11 @@
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 #include "preferences/SettingsFile.h"
+#include "shell/ApplicationText.h"
 #include "shell/CombinedController.h"
 #include "shell/DropdownHotkeyController.h"
 #include "shell/DropdownOrderController.h"
 #include "shell/SectionManager.h"
-#include "text/CVBTranslations.h"
 
 #include <algorithm>
 #include <cctype>
@@ -19,8 +19,12 @@ namespace {
 constexpr const char* kOrderKey = "StatusItems-Order";
 constexpr std::int64_t kCombinedKey = 8;
 
+TextContext sectionText() {
+    return applicationText(CVBPreferences::sharedPreferences());
+}
+
 std::string prefsString(std::string_view key) {
-    return HLVLocalizedString(key, std::nullopt, "prefs");
+    return HLVLocalizedString(sectionText(), key, std::nullopt, "prefs");
 }
 
 Value integerList(const std::vector<std::int64_t>& keys) {
@@ -58,7 +62,7 @@ void SectionController::initWithXib(std::string xibName, std::int64_t key) {
 
     const std::string name = prefsString(sectionName());
     sourceItem_.label.text = name;
-    sourceItem_.label.alignment = textAlignmentForLanguage();
+    sourceItem_.label.alignment = textAlignmentForLanguage(sectionText());
     setupIcon();
     sourceItem_.toggle.title = formattedString(prefsString("Toggle %@"), name);
     sourceItem_.toggle.action = [this](const SectionSwitch& sender) { toggle(sender); };

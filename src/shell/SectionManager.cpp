@@ -65,7 +65,9 @@ SectionManager::SectionManager(SectionServices services)
         services_.pages = std::make_shared<SectionPageFactory>();
     if (!services_.fetchMenubarColor)
         services_.fetchMenubarColor = [] {
-            CVBMenubarColorDetector::sharedDetector().fetchColor();
+            if (CVBPreferences::hasSharedPreferences())
+                CVBMenubarColorDetector::sharedDetector().fetchColor(
+                    CVBPreferences::sharedPreferences());
         };
 }
 

@@ -75,8 +75,12 @@ void BeatQueue::fire() {
         Task task = std::move(first->second);
         keys_.erase(first->first.second);
         tasks_.erase(first);
-        task();
+        if (!ran && beforeBatch_) {
+            const auto hook = beforeBatch_;
+            hook();
+        }
         ran = true;
+        task();
     }
     if (ran && afterBatch_) {
         const auto hook = afterBatch_;

@@ -31,7 +31,8 @@ public:
     void cancel(TimerId id) override;
     const Clock& clock() const override { return inner_.clock(); }
 
-    // Runs once after the tasks of each firing, when any ran.
+    // Run once before and once after the tasks of each firing, when any runs.
+    void setBeforeBatch(std::function<void()> hook) { beforeBatch_ = std::move(hook); }
     void setAfterBatch(std::function<void()> hook) { afterBatch_ = std::move(hook); }
     std::size_t pendingCount() const { return tasks_.size(); }
 
@@ -50,6 +51,7 @@ private:
     TimerId nextId_ = 1;
     TimerId innerTimer_ = 0;
     double armedFor_ = 0; // monotonic time the inner timer fires at, while one is armed
+    std::function<void()> beforeBatch_;
     std::function<void()> afterBatch_;
     std::shared_ptr<int> alive_ = std::make_shared<int>(0);
 };

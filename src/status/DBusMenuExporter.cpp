@@ -260,6 +260,8 @@ void DBusMenuExporter::event(GVariant* parameters, GDBusMethodInvocation* invoca
     guint32 timestamp = 0;
     g_variant_get(parameters, "(i&svu)", &id, &name, &data, &timestamp);
     const VariantRef dataRef(data);
+    if (id == 0)
+        noteOpenOrClose(name);
     if (!deliver(id, name, data, timestamp))
         return returnInvalidArguments(invocation, "No menu item " + std::to_string(id));
     g_dbus_method_invocation_return_value(invocation, nullptr);
@@ -276,6 +278,8 @@ void DBusMenuExporter::eventGroup(GVariant* parameters, GDBusMethodInvocation* i
     GVariant* data = nullptr;
     guint32 timestamp = 0;
     while (g_variant_iter_next(events, "(i&svu)", &id, &name, &data, &timestamp)) {
+        if (id == 0)
+            noteOpenOrClose(name);
         if (!deliver(id, name, data, timestamp))
             g_variant_builder_add(&errors, "i", id);
         g_variant_unref(data);
@@ -285,8 +289,7 @@ void DBusMenuExporter::eventGroup(GVariant* parameters, GDBusMethodInvocation* i
     runPendingAction();
 }
 
-void DBusMenuExporter::aboutToShowGroup(GVariant* parameters,
-                                        GDBusMethodInvocation* invocation) const {
+void DBusMenuExporter::aboutToShowGroup(GVariant* parameters, GDBusMethodInvocation* invocation) {
     GVariant* ids = nullptr;
     g_variant_get(parameters, "(@ai)", &ids);
     const VariantRef idsRef(ids);
@@ -297,8 +300,34 @@ void DBusMenuExporter::aboutToShowGroup(GVariant* parameters,
     for (gsize i = 0; i < count; ++i)
         if (!find(list[i]))
             g_variant_builder_add(&unknown, "i", list[i]);
-    // The rows are rebuilt every cycle, so the menu never has to be refreshed before showing.
-    g_dbus_method_invocation_return_value(invocation, g_variant_new("(aiai)", nullptr, &unknown));
+    const bool changed = reportShown();
+    GVariantBuilder updated;
+    g_variant_builder_init(&updated, G_VARIANT_TYPE("ai"));
+    if (changed)
+        g_variant_builder_add(&updated, "i", 0);
+    g_dbus_method_invocation_return_value(invocation, g_variant_new("(aiai)", &updated, &unknown));
+}
+
+void DBusMenuExporter::aboutToShow(GDBusMethodInvocation* invocation) {
+    const bool changed = reportShown();
+    g_dbus_method_invocation_return_value(invocation, g_variant_new("(b)", changed));
+}
+
+// The rows are brought up to date before the host reads them; true when they changed.
+bool DBusMenuExporter::reportShown() {
+    const guint32 before = revision_;
+    const auto onAction = onAction_;
+    if (onAction)
+        onAction(kDropdownShownAction);
+    return revision_ != before;
+}
+
+void DBusMenuExporter::noteOpenOrClose(std::string_view name) {
+    const auto onAction = onAction_;
+    if (name == "opened" && onAction)
+        onAction(kDropdownOpenedAction);
+    else if (name == "closed" && onAction)
+        onAction(kDropdownClosedAction);
 }
 
 // Runs last in a call: the action may take the whole tray item down, this menu included.
@@ -327,7 +356,7 @@ void DBusMenuExporter::methodCall(GDBusConnection*, const gchar*, const gchar*, 
     else if (name == "EventGroup")
         menu.eventGroup(parameters, invocation);
     else if (name == "AboutToShow")
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(b)", FALSE));
+        menu.aboutToShow(invocation);
     else if (name == "AboutToShowGroup")
         menu.aboutToShowGroup(parameters, invocation);
     else

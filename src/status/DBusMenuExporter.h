@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using DbusmenuMenuitem = struct _DbusmenuMenuitem;
@@ -13,7 +14,8 @@ namespace corvane {
 
 // An item's dropdown as a com.canonical.dbusmenu menu, which tray hosts draw themselves. The
 // rows become a tree of dbusmenu menu items; values and headers are shown disabled, pictures
-// as PNG icons, and a click on an action row hands its action to `onAction`.
+// as PNG icons, and a click on an action row hands its action to `onAction`, as do a host's
+// "about to show", "opened" and "closed" (the dropdown reports of PanelItem.h).
 //
 // The menu is served on the connection it is given, not on the process's shared session
 // connection, so that it lives and dies with the tray item that names it.
@@ -47,7 +49,10 @@ private:
     void getProperty(GVariant* parameters, GDBusMethodInvocation* invocation) const;
     void event(GVariant* parameters, GDBusMethodInvocation* invocation);
     void eventGroup(GVariant* parameters, GDBusMethodInvocation* invocation);
-    void aboutToShowGroup(GVariant* parameters, GDBusMethodInvocation* invocation) const;
+    void aboutToShowGroup(GVariant* parameters, GDBusMethodInvocation* invocation);
+    void aboutToShow(GDBusMethodInvocation* invocation);
+    bool reportShown();
+    void noteOpenOrClose(std::string_view name);
     bool deliver(int id, const char* name, GVariant* data, guint timestamp);
     void runPendingAction();
 

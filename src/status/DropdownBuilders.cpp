@@ -22,13 +22,9 @@ namespace {
 
 constexpr const char* kTable = "status";
 constexpr int kMostProcesses = 20;
-// Slots of a memory sample beside those the status dictionary names.
-constexpr std::int64_t kPageInsSince = 5;
-constexpr std::int64_t kPageOutsSince = 6;
-constexpr std::int64_t kWiredAndCompressed = 14;
 
-std::string percent(double value, int decimals = 0) {
-    return formattedPercentage(decimals, value);
+std::string percent(const TextContext& text, double value, int decimals = 0) {
+    return formattedPercentage(text, decimals, value);
 }
 
 // Names come from processes and devices; a control character must not reach a menu.
@@ -40,8 +36,9 @@ std::string printable(std::string_view text) {
     return out;
 }
 
-std::string described(std::string_view title, const std::string& value) {
-    return formattedString(DropdownBuilders::translated(title), value);
+std::string described(const DropdownBuilders& builders, std::string_view title,
+                      const std::string& value) {
+    return formattedString(builders.translated(title), value);
 }
 
 const char* pressureWord(std::int64_t level) {
@@ -72,38 +69,38 @@ const char* stateWord(std::int64_t state) {
     }
 }
 
-std::string uptimeText(double seconds) {
+std::string uptimeText(const DropdownBuilders& builders, double seconds) {
     const auto minutes = static_cast<long long>(seconds / 60);
     char clock[32];
     std::snprintf(clock, sizeof clock, "%lld:%02lld", minutes / 60 % 24, minutes % 60);
     const long long days = minutes / (60 * 24);
     if (days == 0)
         return clock;
-    const std::string word = DropdownBuilders::translated(days == 1 ? "1 day" : "%@ days");
+    const std::string word = builders.translated(days == 1 ? "1 day" : "%@ days");
     return formattedString(word, std::to_string(days)) + " " + clock;
 }
 
 // "2 GB of 8 GB": the format's two "%@" filled in order.
-std::string amountOf(const std::string& part, const std::string& whole) {
-    return formattedString(formattedString(DropdownBuilders::translated("%@ of %@"), part), whole);
+std::string amountOf(const DropdownBuilders& builders, const std::string& part,
+                     const std::string& whole) {
+    return formattedString(formattedString(builders.translated("%@ of %@"), part), whole);
 }
 
-std::size_t processCount(const char* key) {
-    return static_cast<std::size_t>(
-        std::clamp<std::int64_t>(CVBIntegerForKey(key), 0, kMostProcesses));
+std::size_t processCount(const TextContext& text, const char* key) {
+    return static_cast<std::size_t>(std::clamp<std::int64_t>(text.integer(key), 0, kMostProcesses));
 }
 
 } // namespace
 
-std::string DropdownBuilders::translated(std::string_view key) {
-    return HLVLocalizedString(key, std::nullopt, kTable);
+std::string DropdownBuilders::translated(std::string_view key) const {
+    return HLVLocalizedString(text_, key, std::nullopt, kTable);
 }
 
-std::string DropdownBuilders::valueRow(std::string_view label, const std::string& value) {
+std::string DropdownBuilders::valueRow(std::string_view label, const std::string& value) const {
     return translated(label) + ": " + value;
 }
 
-void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) {
+void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) const {
     rows.push_back(DropdownRow::separator());
     rows.push_back(
         DropdownRow::actionRow(translated("Open Corvane Bar Settings…"), kOpenSettingsAction));
@@ -112,7 +109,7 @@ void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) {
 
 ItemSummary DropdownBuilders::summary(std::string_view section) const {
     ItemSummary s;
-    s.labelGuide = percent(100);
+    s.labelGuide = percent(text_, 100);
     std::optional<double> value;
     std::string_view title;
     if (section == "cpu") {
@@ -135,9 +132,9 @@ ItemSummary DropdownBuilders::summary(std::string_view section) const {
     if (!value || !std::isfinite(*value))
         return s;
     const double shown = std::clamp(*value, 0.0, 100.0);
-    s.label = percent(shown);
+    s.label = percent(text_, shown);
     s.fraction = shown / 100.0;
-    s.tooltip = described(title, s.label);
+    s.tooltip = described(*this, title, s.label);
     s.accessibleDescription = s.tooltip;
     return s;
 }
@@ -161,12 +158,14 @@ void DropdownBuilders::addProcessorRows(std::vector<DropdownRow>& rows, const Pa
     rows.push_back(DropdownRow::header(translated("Processor")));
     if (status.contains("cpu")) {
         const Value& cpu = status["cpu"];
-        rows.push_back(DropdownRow::textRow(valueRow("User", percent(cpu["user"].doubleValue()))));
         rows.push_back(
-            DropdownRow::textRow(valueRow("System", percent(cpu["system"].doubleValue()))));
-        rows.push_back(DropdownRow::textRow(valueRow("Nice", percent(cpu["nice"].doubleValue()))));
+            DropdownRow::textRow(valueRow("User", percent(text_, cpu["user"].doubleValue()))));
+        rows.push_back(
+            DropdownRow::textRow(valueRow("System", percent(text_, cpu["system"].doubleValue()))));
+        rows.push_back(
+            DropdownRow::textRow(valueRow("Nice", percent(text_, cpu["nice"].doubleValue()))));
         const double idle = std::max(0.0, 100.0 - cpu["total"].doubleValue());
-        rows.push_back(DropdownRow::textRow(valueRow("Idle", percent(idle))));
+        rows.push_back(DropdownRow::textRow(valueRow("Idle", percent(text_, idle))));
     } else {
         rows.push_back(DropdownRow::textRow(translated("No processor figures")));
     }
@@ -182,7 +181,7 @@ void DropdownBuilders::addProcessorRows(std::vector<DropdownRow>& rows, const Pa
         for (const auto& core : cores)
             rows.push_back(DropdownRow::textRow(
                 formattedString(translated("Core %@"), std::to_string(number++)) + ": " +
-                percent(core["total"].doubleValue())));
+                percent(text_, core["total"].doubleValue())));
     }
     if (status.contains("load")) {
         const Value& load = status["load"];
@@ -192,7 +191,7 @@ void DropdownBuilders::addProcessorRows(std::vector<DropdownRow>& rows, const Pa
         rows.push_back(DropdownRow::textRow(valueRow("Load Averages", averages)));
     }
     if (const auto uptime = uptimeSeconds())
-        rows.push_back(DropdownRow::textRow(valueRow("Uptime", uptimeText(*uptime))));
+        rows.push_back(DropdownRow::textRow(valueRow("Uptime", uptimeText(*this, *uptime))));
     addTopProcesses(rows, false);
 }
 
@@ -205,32 +204,33 @@ void DropdownBuilders::addMemoryRows(std::vector<DropdownRow>& rows) const {
         return;
     }
     const double* v = sources_.memory.sampleAtIndex(0, 0).values;
-    std::string pressure = percent(v[kWiredAndCompressed]);
+    std::string pressure = percent(text_, v[MemoryStatCollector::WiredAndCompressed]);
     if (const char* word = pressureWord(m["pressureLevel"].integerValue()))
         pressure += " (" + translated(word) + ")";
     rows.push_back(DropdownRow::textRow(valueRow("Pressure", pressure)));
     const double used =
         m["wired"].doubleValue() + m["active"].doubleValue() + m["compressed"].doubleValue();
-    rows.push_back(DropdownRow::textRow(valueRow(
-        "Used", amountOf(formattedMemory(used), formattedMemory(m["total"].doubleValue())))));
     rows.push_back(DropdownRow::textRow(
-        valueRow("App Memory", formattedMemory(m["application"].doubleValue()))));
+        valueRow("Used", amountOf(*this, formattedMemory(text_, used),
+                                  formattedMemory(text_, m["total"].doubleValue())))));
+    rows.push_back(DropdownRow::textRow(
+        valueRow("App Memory", formattedMemory(text_, m["application"].doubleValue()))));
     rows.push_back(
-        DropdownRow::textRow(valueRow("Wired", formattedMemory(m["wired"].doubleValue()))));
+        DropdownRow::textRow(valueRow("Wired", formattedMemory(text_, m["wired"].doubleValue()))));
     rows.push_back(DropdownRow::textRow(
-        valueRow("Compressed", formattedMemory(m["compressed"].doubleValue()))));
+        valueRow("Compressed", formattedMemory(text_, m["compressed"].doubleValue()))));
     rows.push_back(DropdownRow::textRow(
-        valueRow("File Cache", formattedMemory(m["fileCache"].doubleValue()))));
+        valueRow("File Cache", formattedMemory(text_, m["fileCache"].doubleValue()))));
     rows.push_back(
-        DropdownRow::textRow(valueRow("Free", formattedMemory(m["free"].doubleValue()))));
+        DropdownRow::textRow(valueRow("Free", formattedMemory(text_, m["free"].doubleValue()))));
     rows.push_back(DropdownRow::header(translated("Swap")));
+    rows.push_back(DropdownRow::textRow(valueRow(
+        "Swap Used", amountOf(*this, formattedMemory(text_, m["swapUsed"].doubleValue() / 1024),
+                              formattedMemory(text_, m["swapTotal"].doubleValue() / 1024)))));
     rows.push_back(DropdownRow::textRow(
-        valueRow("Swap Used", amountOf(formattedMemory(m["swapUsed"].doubleValue() / 1024),
-                                       formattedMemory(m["swapTotal"].doubleValue() / 1024)))));
-    rows.push_back(
-        DropdownRow::textRow(valueRow("Page Ins", formattedDiskActivity(v[kPageInsSince]))));
-    rows.push_back(
-        DropdownRow::textRow(valueRow("Page Outs", formattedDiskActivity(v[kPageOutsSince]))));
+        valueRow("Page Ins", formattedDiskActivity(text_, v[MemoryStatCollector::PageInsSince]))));
+    rows.push_back(DropdownRow::textRow(valueRow(
+        "Page Outs", formattedDiskActivity(text_, v[MemoryStatCollector::PageOutsSince]))));
     addTopProcesses(rows, true);
 }
 
@@ -244,18 +244,18 @@ void DropdownBuilders::addBatteryRows(std::vector<DropdownRow>& rows) const {
         rows.push_back(DropdownRow::header(name.empty() ? translated("Battery") : name));
         if (source.contains("percentage"))
             rows.push_back(DropdownRow::textRow(
-                valueRow("Charge", percent(source["percentage"].doubleValue()))));
+                valueRow("Charge", percent(text_, source["percentage"].doubleValue()))));
         const std::int64_t state = source["state"].integerValue();
         rows.push_back(DropdownRow::textRow(valueRow("State", translated(stateWord(state)))));
         const std::int64_t time = source["time"].integerValue();
         if (time != BatteryStatCollectorItem::kTimeNoEstimate)
-            rows.push_back(DropdownRow::textRow(
-                valueRow("Time", CVBBatteryMenuExtraView::formattedBatteryTime(state, time))));
+            rows.push_back(DropdownRow::textRow(valueRow(
+                "Time", CVBBatteryMenuExtraView::formattedBatteryTime(text_, state, time))));
         const bool internal =
             source["type"].integerValue() == BatteryStatCollectorItem::InternalBattery;
         if (internal && source["health"].doubleValue() > 0)
-            rows.push_back(
-                DropdownRow::textRow(valueRow("Health", percent(source["health"].doubleValue()))));
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Health", percent(text_, source["health"].doubleValue()))));
         if (source.contains("cycles"))
             rows.push_back(DropdownRow::textRow(
                 valueRow("Cycles", std::to_string(source["cycles"].integerValue()))));
@@ -269,17 +269,19 @@ void DropdownBuilders::addTopProcesses(std::vector<DropdownRow>& rows, bool byMe
     // Shares of the processor need a scan before to be measured from.
     if (!sources_.processes.scanned() || (!byMemory && !sources_.processes.measured()))
         return;
-    const std::size_t count = processCount(byMemory ? "Memory_ProcessCount" : "CPU_ProcessCount");
-    const bool combine = CVBBoolForKey("ProcessesCombine");
+    const std::size_t count =
+        processCount(text_, byMemory ? "Memory_ProcessCount" : "CPU_ProcessCount");
+    const bool combine = text_.preferences.objectForKey("ProcessesCombine").boolValue();
     const auto top = byMemory ? sources_.processes.topByMemory(count, combine)
                               : sources_.processes.topByCPU(count, combine);
     if (top.empty())
         return;
     rows.push_back(DropdownRow::header(translated("Top Processes")));
     for (const auto& process : top)
-        rows.push_back(DropdownRow::textRow(printable(process.name) + ": " +
-                                            (byMemory ? formattedMemory(process.residentKilobytes)
-                                                      : percent(process.cpuPercent, 1))));
+        rows.push_back(
+            DropdownRow::textRow(printable(process.name) + ": " +
+                                 (byMemory ? formattedMemory(text_, process.residentKilobytes)
+                                           : percent(text_, process.cpuPercent, 1))));
 }
 
 std::optional<double> DropdownBuilders::uptimeSeconds() const {

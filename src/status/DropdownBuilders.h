@@ -2,6 +2,7 @@
 
 #include "foundation/SysRoot.h"
 #include "status/PanelItem.h"
+#include "text/TextContext.h"
 
 #include <cstdint>
 #include <optional>
@@ -54,8 +55,9 @@ inline constexpr const char* kNextGraphPeriodAction = "next-graph-period";
 // shown as zeros.
 class DropdownBuilders {
 public:
-    explicit DropdownBuilders(ItemSources sources)
-        : sources_(std::move(sources)) {}
+    DropdownBuilders(ItemSources sources, const TextContext& text)
+        : sources_(std::move(sources))
+        , text_(text) {}
 
     ItemSummary summary(std::string_view section) const;
 
@@ -65,11 +67,11 @@ public:
                            const GraphPeriod& period = kGraphPeriods[0]) const;
 
     // "Open Corvane Bar Settings…" and "Quit", after a separator.
-    static void appendClosingRows(std::vector<DropdownRow>& rows);
+    void appendClosingRows(std::vector<DropdownRow>& rows) const;
     // A word of the "status" table in the chosen language.
-    static std::string translated(std::string_view key);
+    std::string translated(std::string_view key) const;
     // "label: value", with the label translated.
-    static std::string valueRow(std::string_view label, const std::string& value);
+    std::string valueRow(std::string_view label, const std::string& value) const;
 
 private:
     void addProcessorRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
@@ -80,6 +82,7 @@ private:
     std::optional<double> uptimeSeconds() const;
 
     ItemSources sources_;
+    TextContext text_;
 };
 
 } // namespace corvane

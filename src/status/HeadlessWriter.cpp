@@ -14,41 +14,73 @@ HeadlessWriter::HeadlessWriter(std::filesystem::path directory, std::function<do
     , time_(std::move(time)) {}
 
 Value HeadlessWriter::describe(const PanelItem& item, double time) {
-    Value rows = Value::array();
-    for (const auto& row : item.dropdown.rows)
-        rows.append(describedRow(row));
-    return Value::dict({{"id", item.id},
-                        {"title", item.title},
-                        {"label", item.label},
-                        {"label-guide", item.labelGuide},
-                        {"tooltip", item.tooltip},
-                        {"accessible-description", item.accessibleDescription},
-                        {"width", item.picture.width()},
-                        {"height", item.picture.height()},
-                        {"time", time},
-                        {"dropdown", rows}});
+    Value described = Value::dict({{"id", item.id},
+                                   {"title", item.title},
+                                   {"label", item.label},
+                                   {"label-guide", item.labelGuide},
+                                   {"tooltip", item.tooltip},
+                                   {"accessible-description", item.accessibleDescription},
+                                   {"width", item.picture.width()},
+                                   {"height", item.picture.height()},
+                                   {"time", time}});
+    // Rows are kept live only when asked for (--dropdowns).
+    if (!item.dropdown.rows.empty()) {
+        Value rows = Value::array();
+        for (const auto& row : item.dropdown.rows)
+            rows.append(describedRow(row));
+        described.set("dropdown", rows);
+    }
+    return described;
+}
+
+HeadlessWriter::~HeadlessWriter() {
+    // The frames stay for whoever reads them; the side files of the writes go.
+    std::error_code error;
+    for (const auto& id : shown_) {
+        for (const char* extension : {".png", ".json"})
+            std::filesystem::remove(swapFileOf(directory_ / (id + extension)), error);
+    }
+}
+
+void HeadlessWriter::removeFiles(const std::string& id) {
+    std::error_code error;
+    for (const char* extension : {".png", ".json"}) {
+        std::filesystem::remove(directory_ / (id + extension), error);
+        std::filesystem::remove(swapFileOf(directory_ / (id + extension)), error);
+    }
+    pictures_.erase(id);
 }
 
 void HeadlessWriter::show(const std::vector<PanelItem>& items) {
-    std::error_code error;
-    std::filesystem::create_directories(directory_, error);
+    // Made again after a write failed: someone may have removed it.
+    if (frames_ == 0 || warned_) {
+        std::error_code error;
+        std::filesystem::create_directories(directory_, error);
+    }
     const double time = time_();
     bool failed = false;
     std::vector<std::string> shown;
     for (const auto& item : items) {
-        const auto png = pngBytes(item.picture);
+        // A picture that holds still is neither encoded nor written again; the JSON is, as it
+        // tells the frame's time.
+        auto written = pictures_.find(item.id);
+        if (written == pictures_.end() || !(written->second == item.picture)) {
+            const auto png = pngBytes(item.picture);
+            const bool ok = replaceFrequentlyWrittenFile(
+                directory_ / (item.id + ".png"),
+                std::string_view(reinterpret_cast<const char*>(png.data()), png.size()));
+            failed |= !ok;
+            if (ok)
+                pictures_[item.id] = item.picture;
+        }
         const std::string json = toJson(describe(item, time), 2) + "\n";
-        const std::string picture(png.begin(), png.end());
-        failed |=
-            !writeFileAtomically(directory_ / (item.id + ".png"), picture, Durability::Visible);
-        failed |= !writeFileAtomically(directory_ / (item.id + ".json"), json, Durability::Visible);
+        failed |= !replaceFrequentlyWrittenFile(directory_ / (item.id + ".json"), json);
         shown.push_back(item.id);
     }
     for (const auto& id : shown_) {
         if (std::find(shown.begin(), shown.end(), id) != shown.end())
             continue;
-        std::filesystem::remove(directory_ / (id + ".png"), error);
-        std::filesystem::remove(directory_ / (id + ".json"), error);
+        removeFiles(id);
     }
     shown_ = std::move(shown);
     ++frames_;

@@ -6,17 +6,21 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace corvane {
 
 // The items as files instead of on a panel: <dir>/<id>.png, the picture, and <dir>/<id>.json,
-// its texts and dropdown, each written whole (a reader never sees half a file). The files of
-// an item that goes are removed.
+// its texts and, when its rows are kept live, its dropdown, each written whole (a reader never sees
+// half a file). The files of an item that goes are removed.
 class HeadlessWriter final : public PanelFrontEnd {
 public:
     // `time` tells the second a frame stands for, written into the JSON.
     HeadlessWriter(std::filesystem::path directory, std::function<double()> time);
+    ~HeadlessWriter() override;
+    HeadlessWriter(const HeadlessWriter&) = delete;
+    HeadlessWriter& operator=(const HeadlessWriter&) = delete;
 
     void show(const std::vector<PanelItem>& items) override;
 
@@ -28,9 +32,11 @@ public:
     int frames() const { return frames_; }
 
 private:
+    void removeFiles(const std::string& id);
     std::filesystem::path directory_;
     std::function<double()> time_;
     std::vector<std::string> shown_;
+    std::unordered_map<std::string, PanelPicture> pictures_; // last written, by id
     int frames_ = 0;
     bool warned_ = false;
 };

@@ -1,6 +1,7 @@
 #include "status/ItemPainter.h"
 
 #include "collectors/cpu/CPUStatCollector.h"
+#include "collectors/cpu/CPUStatCollectorItem.h"
 #include "drawing/CVBModuleView.h"
 #include "drawing/GraphColors.h"
 #include "drawing/ItemRenderer.h"
@@ -83,8 +84,8 @@ PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier,
             ++counted;
             if (s.empty)
                 continue;
-            user += s.values[0];
-            busy += s.values[0] + s.values[1];
+            user += s.values[CPUStatCollectorItem::User];
+            busy += s.values[CPUStatCollectorItem::User] + s.values[CPUStatCollectorItem::System];
         }
         if (counted == 0)
             break;

@@ -75,6 +75,7 @@ struct PanelItem {
     std::string label;                 // the value as text, for panels that show text
     std::string labelGuide;            // the widest text the label takes, so its width holds
     std::string tooltip;
+    int percentage = -1;    // the main figure, 0 to 100, for bars that draw a gauge; -1: none
     PanelPicture picture;   // as drawn for the panel at scale 1
     PanelPicture picture2x; // at scale 2; may be empty
     PanelPicture compact;   // a square version for panels that square every icon; may be empty
@@ -90,8 +91,16 @@ enum class PictureShape { Wide, Compact };
 // one where no compact one was drawn (and the other way round).
 const PanelPicture& pictureFor(const PanelItem& item, PictureShape shape, double scale);
 
+// Not actions of rows: what a front end reports of a dropdown, so that its rows, and the
+// process list behind them, are kept live only while someone looks at them. "Shown" comes each
+// time a front end is about to show the rows or asks for them, "opened" when a menu opened that
+// stays until "closed".
+inline constexpr const char* kDropdownShownAction = "dropdown-shown";
+inline constexpr const char* kDropdownOpenedAction = "dropdown-opened";
+inline constexpr const char* kDropdownClosedAction = "dropdown-closed";
+
 // Called with the item's id and the action of the row, or "open-settings" for a click on an
-// item where the panel cannot drop a menu down.
+// item where the panel cannot drop a menu down, or one of the dropdown reports above.
 using PanelActionHandler = std::function<void(const std::string& item, const std::string& action)>;
 
 // Something that shows the panel items: the items in panel order, handed over every cycle.

@@ -62,6 +62,8 @@ Value details(const PanelItem& item) {
     value.set("label-guide", item.labelGuide);
     value.set("tooltip", item.tooltip);
     value.set("accessible-description", item.accessibleDescription);
+    if (item.percentage >= 0)
+        value.set("percentage", item.percentage);
     return value;
 }
 
@@ -87,7 +89,7 @@ std::vector<Value> dropdownRows(const DropdownModel& model) {
 
 bool texts(const PanelItem& a, const PanelItem& b) {
     return a.label == b.label && a.labelGuide == b.labelGuide && a.tooltip == b.tooltip &&
-           a.accessibleDescription == b.accessibleDescription;
+           a.accessibleDescription == b.accessibleDescription && a.percentage == b.percentage;
 }
 
 bool pictures(const PanelItem& a, const PanelItem& b) {
@@ -239,6 +241,19 @@ void PanelService::activate(GVariant* parameters, GDBusMethodInvocation* invocat
         onAction(itemId, actionId);
 }
 
+// A front end asks for rows while its dropdown is open: the program brings them up to date
+// before they are answered, and keeps them so while the asks go on.
+void PanelService::reportShown(GVariant* parameters) {
+    const gchar* id = nullptr;
+    g_variant_get_child(parameters, 0, "&s", &id);
+    if (!find(id))
+        return;
+    const std::string itemId = id;
+    const auto onAction = onAction_;
+    if (onAction)
+        onAction(itemId, kDropdownShownAction);
+}
+
 void PanelService::answerForItem(std::string_view method, GVariant* parameters,
                                  GDBusMethodInvocation* invocation) const {
     const gchar* id = nullptr;
@@ -280,6 +295,9 @@ void PanelService::methodCall(GDBusConnection*, const gchar*, const gchar*, cons
         service.setStyle(parameters, invocation);
     } else if (name == "Activate") {
         service.activate(parameters, invocation);
+    } else if (name == "GetDropdown") {
+        service.reportShown(parameters);
+        service.answerForItem(name, parameters, invocation);
     } else {
         service.answerForItem(name, parameters, invocation);
     }

@@ -34,7 +34,7 @@ class PanelService final : public PanelFrontEnd {
 public:
     static constexpr const char* kInterface = "com.halvorn.corvanebar.Panel1";
     static constexpr const char* kObjectPath = "/com/halvorn/corvanebar/Panel1";
-    static constexpr std::uint32_t kVersion = 1;
+    static constexpr std::uint32_t kVersion = 2;
 
     using StyleHandler = std::function<void(const PanelStyle&)>;
 
@@ -63,6 +63,7 @@ private:
     GVariant* styleVariant() const;
     void setStyle(GVariant* parameters, GDBusMethodInvocation* invocation);
     void activate(GVariant* parameters, GDBusMethodInvocation* invocation);
+    void reportShown(GVariant* parameters);
     void answerForItem(std::string_view method, GVariant* parameters,
                        GDBusMethodInvocation* invocation) const;
 

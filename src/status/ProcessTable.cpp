@@ -149,6 +149,13 @@ void ProcessTable::scan(double now) {
     scannedAt_ = now;
 }
 
+void ProcessTable::forget() {
+    scannedAt_.reset();
+    measured_ = false;
+    lastTicks_.clear();
+    processes_.clear();
+}
+
 std::vector<ProcessUsage> ProcessTable::topByCPU(std::size_t count, bool combine) const {
     return top(combine ? combinedByName(processes_) : processes_, count,
                [](const ProcessUsage& p) { return p.cpuPercent; });

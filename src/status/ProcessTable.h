@@ -39,6 +39,9 @@ public:
     // Reads every process. `now` is seconds on a clock that never jumps. Shares are measured
     // from the scan before; a process seen for the first time shows none.
     void scan(double now);
+    // Drops what the scans learnt: shares measured across a long pause would be an average of
+    // minutes, not what runs now. Names read before are kept.
+    void forget();
     bool scanned() const { return scannedAt_.has_value(); }
     // Whether the shares of the last scan were measured: it had a scan before it.
     bool measured() const { return measured_; }

@@ -26,12 +26,15 @@ Collector& prepared(Collector& collector, const std::filesystem::path& directory
 
 StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path historyDirectory,
                                    SleepWakeSource* sleepWake)
-    : context_{queue, kLoggingTierCount, sleepWake}
+    : context_{queue, kLoggingTierCount, sleepWake, &historyFiles_}
     , cpu_(prepared(CPUStatCollectorLinux::sharedCPUCollector(context_), historyDirectory))
     , load_(prepared(LoadStatCollectorLinux::sharedLoadCollector(context_), historyDirectory))
     , memory_(prepared(MemoryStatCollectorLinux::sharedMemoryCollector(context_), historyDirectory))
-    , battery_(prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_),
-                        historyDirectory)) {}
+    , battery_(
+          prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_), historyDirectory)) {
+    // No item or dropdown shows the number of processes.
+    CPUStatCollectorLinux::sharedCPUCollector(context_).setCountsTasks(false);
+}
 
 StatusCollectors::~StatusCollectors() {
     cleanupSectionItems();

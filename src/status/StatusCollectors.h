@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/EngineContext.h"
+#include "engine/HistoryFiles.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -33,6 +34,9 @@ public:
 
     // Starts each collector's cycle; their first beats fall on the next whole second.
     void start();
+    // Around the collectors' beats of one second: their history writes share a transaction.
+    void beginBeat() { historyFiles_.beginBatch(); }
+    void endBeat() { historyFiles_.commitBatch(); }
 
     const EngineContext& context() const { return context_; }
     CPUStatCollector& cpu() const { return cpu_; }
@@ -45,6 +49,7 @@ public:
     std::uint64_t sampleStamp(std::string_view section) const;
 
 private:
+    HistoryFiles historyFiles_;
     EngineContext context_;
     CPUStatCollector& cpu_;
     LoadStatCollector& load_;

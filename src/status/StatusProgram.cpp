@@ -14,9 +14,9 @@
 #include "status/StatusCollectors.h"
 #include "status/StatusItemService.h"
 #include "status/StatusSections.h"
-#include "text/CVBTranslations.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace corvane {
 
@@ -54,7 +54,16 @@ StatusProgram::StatusProgram(Services services, Options options)
     , options_(std::move(options))
     , beat_(services_.queue)
     , processes_(options_.root) {
-    beat_.setAfterBatch([this] { frame(); });
+    demand_.setAlways(options_.headlessDirectory && options_.dropdowns);
+    beat_.setBeforeBatch([this] {
+        if (collectors_)
+            collectors_->beginBeat();
+    });
+    beat_.setAfterBatch([this] {
+        if (collectors_)
+            collectors_->endBeat();
+        frame();
+    });
     const auto onAction = [this](const std::string& item, const std::string& what) {
         action(item, what);
     };
@@ -111,7 +120,8 @@ void StatusProgram::startCycle() {
         std::make_unique<StatusCollectors>(beat_, options_.historyDirectory, services_.sleepWake);
     builders_ = std::make_unique<DropdownBuilders>(
         ItemSources{collectors_->cpu(), collectors_->load(), collectors_->memory(),
-                    collectors_->battery(), processes_, options_.root});
+                    collectors_->battery(), processes_, options_.root},
+        artwork_.text().with(CVBPreferences::sharedPreferences()));
     collectors_->start();
     syncItems();
 }
@@ -222,10 +232,12 @@ bool StatusProgram::repaint(LiveItem& item) {
 
     PanelItem p;
     p.id = std::string(name);
-    p.title = DropdownBuilders::translated(item.section->title);
+    p.title = builders_->translated(item.section->title);
     const ItemSummary summary = builders_->summary(name);
     p.label = summary.label;
     p.labelGuide = summary.labelGuide;
+    if (!summary.label.empty())
+        p.percentage = static_cast<int>(std::lround(std::clamp(summary.fraction, 0.0, 1.0) * 100));
     p.tooltip = summary.tooltip.empty() ? p.title : summary.tooltip;
     p.accessibleDescription =
         summary.accessibleDescription.empty() ? p.title : summary.accessibleDescription;
@@ -241,33 +253,52 @@ bool StatusProgram::repaint(LiveItem& item) {
         if (sharp)
             p.compact2x = ItemPainter::compactPicture(summary, drawing.withScale(2 * scale));
     }
-    if (name == "cpu") {
-        const GraphPeriod& period = graphPeriod();
-        const std::uint64_t tierStamp = collectors_->cpu().lastIDForType(period.tier);
-        const double now = BeatQueue::steadySeconds();
-        if (!graphStamp_ ||
-            (*graphStamp_ != tierStamp && now - graphDrawnAt_ >= options_.processInterval)) {
-            graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier,
-                                               drawing.withScale(sharp ? 2 : 1));
-            graphStamp_ = tierStamp;
-            graphDrawnAt_ = now;
-        }
-        p.dropdown = builders_->dropdown(name, graph_, period);
-    } else {
-        p.dropdown = builders_->dropdown(name);
-    }
+    // Rows nobody looks at are not worth formatting each second; a tray host that never says
+    // it shows its menu still gets them once.
+    const bool firstRows = !headless_ && item.shown.dropdown.rows.empty();
+    if (firstRows || demand_.wanted(name, BeatQueue::steadySeconds()))
+        buildDropdown(item, p, sharp);
+    else
+        p.dropdown = item.shown.dropdown;
     const bool changed = !(p == item.shown);
     item.shown = std::move(p);
     return changed;
 }
 
-void StatusProgram::scanProcessesIfDue() {
-    const bool listed = std::any_of(items_.begin(), items_.end(), [](const auto& item) {
-        return item->section->name == "cpu" || item->section->name == "memory";
-    });
-    if (!listed)
+void StatusProgram::buildDropdown(LiveItem& item, PanelItem& shown, bool sharp) {
+    const std::string_view name = item.section->name;
+    if (name != "cpu") {
+        shown.dropdown = builders_->dropdown(name);
         return;
+    }
+    const GraphPeriod& period = graphPeriod();
+    const std::uint64_t tierStamp = collectors_->cpu().lastIDForType(period.tier);
     const double now = BeatQueue::steadySeconds();
+    if (!graphStamp_ ||
+        (*graphStamp_ != tierStamp && now - graphDrawnAt_ >= options_.processInterval)) {
+        graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier,
+                                           drawingContext(sharp ? 2.0 : 1.0));
+        graphStamp_ = tierStamp;
+        graphDrawnAt_ = now;
+    }
+    shown.dropdown = builders_->dropdown(name, graph_, period);
+}
+
+// The process rows stand in the processor's and the memory's dropdowns.
+bool StatusProgram::processesWanted(double now) const {
+    return std::any_of(items_.begin(), items_.end(), [&](const auto& item) {
+        const std::string_view name = item->section->name;
+        return (name == "cpu" || name == "memory") && demand_.wanted(name, now);
+    });
+}
+
+void StatusProgram::scanProcessesIfDue() {
+    const double now = BeatQueue::steadySeconds();
+    if (!processesWanted(now)) {
+        if (processes_.scanned())
+            processes_.forget();
+        return;
+    }
     const auto last = processes_.scannedAt();
     // The first shares are measured over one second, so that they show early.
     const double interval = processes_.measured() ? options_.processInterval : 1.0;
@@ -308,7 +339,6 @@ void StatusProgram::sectionChanged(const StatusSection& section, const Value& us
 void StatusProgram::everythingChanged(const std::string& name) {
     if (name == SettingsListener::kLanguageChange) {
         CVBRefreshKey("language");
-        CVBTranslations::cleanup();
     }
     CVBPreferences::sharedPreferences().clearCache();
     readTrayStyle();
@@ -338,7 +368,36 @@ void StatusProgram::styleChanged(const PanelStyle& style) {
     themeChanged();
 }
 
+void StatusProgram::dropdownReported(const std::string& item, const std::string& report) {
+    const double now = BeatQueue::steadySeconds();
+    if (report == kDropdownClosedAction) {
+        demand_.closed(item);
+        return;
+    }
+    const bool wasLive = demand_.wanted(item, now);
+    if (report == kDropdownOpenedAction)
+        demand_.opened(item, now);
+    else
+        demand_.asked(item, now);
+    if (wasLive || !collectors_)
+        return;
+    // Rows that were let go are brought up to date before the front end reads them.
+    scanProcessesIfDue();
+    bool changed = false;
+    for (auto& live : items_) {
+        if (live->section->name != item)
+            continue;
+        live->dirty = true;
+        changed |= repaint(*live);
+    }
+    if (changed)
+        publish();
+}
+
 void StatusProgram::action(const std::string& item, const std::string& what) {
+    if (what == kDropdownShownAction || what == kDropdownOpenedAction ||
+        what == kDropdownClosedAction)
+        return dropdownReported(item, what);
     if (what == kQuitAction) {
         CVBLog("Quit chosen in the %s dropdown", item.c_str());
         if (services_.quit)

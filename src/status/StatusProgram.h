@@ -7,6 +7,7 @@
 #include "shell/SectionLauncher.h"
 #include "status/BeatQueue.h"
 #include "status/DropdownBuilders.h"
+#include "status/DropdownDemand.h"
 #include "status/PanelItem.h"
 #include "status/PanelService.h"
 #include "status/ProcessTable.h"
@@ -41,8 +42,10 @@ public:
         // Headless: stop after the first frame that shows readings.
         bool once = false;
         StatusNotifierFrontEnd::Options tray;
-        // Seconds between readings of the process list for the dropdowns.
-        double processInterval = 5.0;
+        // Seconds between readings of the process list while a dropdown shows it.
+        double processInterval = 2.0;
+        // Headless: keep every dropdown's rows live and write them, as if all were open.
+        bool dropdowns = false;
         SysRoot root = SysRoot::fromEnvironment();
     };
     // What the program is given by its main, or by a test.
@@ -67,6 +70,8 @@ public:
     // What was last handed to the front ends, in panel order.
     const std::vector<PanelItem>& shownItems() const { return shown_; }
     int frames() const { return frames_; }
+    // Whether the process list is being read: only while a dropdown that shows it is looked at.
+    bool readsProcesses() const { return processes_.scanned(); }
     const PanelStyle& style() const { return style_; }
     StatusNotifierFrontEnd* tray() const { return tray_.get(); }
 
@@ -79,6 +84,9 @@ private:
     void publish();
     bool repaint(LiveItem& item);
     void scanProcessesIfDue();
+    bool processesWanted(double now) const;
+    void dropdownReported(const std::string& item, const std::string& report);
+    void buildDropdown(LiveItem& item, PanelItem& shown, bool sharp);
     void syncItems();
     void rebuildItems();
     void redrawSoon();
@@ -100,6 +108,7 @@ private:
     BeatQueue beat_;
     std::unique_ptr<StatusCollectors> collectors_;
     ProcessTable processes_;
+    DropdownDemand demand_;
     std::unique_ptr<DropdownBuilders> builders_;
     std::vector<std::unique_ptr<LiveItem>> items_;
     std::vector<PanelItem> shown_;

@@ -44,8 +44,11 @@ struct CVBFormatters::Impl {
 // Numbers follow the formats region the desktop set (LC_NUMERIC), which may differ from the
 // language of the messages that ICU's default locale follows.
 CVBFormatters::CVBFormatters()
+    : CVBFormatters(formatsLocaleId("LC_NUMERIC")) {}
+
+CVBFormatters::CVBFormatters(const std::string& localeId)
     : impl_(std::make_unique<Impl>()) {
-    const icu::Locale locale(formatsLocaleId("LC_NUMERIC").c_str());
+    const icu::Locale locale(localeId.c_str());
     UErrorCode status = U_ZERO_ERROR;
     impl_->decimal.reset(icu::NumberFormat::createInstance(locale, status));
     if (U_FAILURE(status)) {
@@ -64,7 +67,7 @@ CVBFormatters::~CVBFormatters() = default;
 CVBFormatters& CVBFormatters::sharedFormatter() {
     auto& shared = instance();
     if (!shared)
-        shared.reset(new CVBFormatters());
+        shared = std::make_unique<CVBFormatters>();
     return *shared;
 }
 

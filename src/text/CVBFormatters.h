@@ -11,12 +11,20 @@ namespace corvane {
 bool isShowable(double value);
 inline constexpr const char* kNoValueText = "-";
 
-// The one shared decimal formatter (locale grouping). Each setter changes the digits for the
+// The decimal formatter of a host (locale grouping). Each setter changes the digits for the
 // call that follows it only; callers set, then format, on the drawing thread.
 class CVBFormatters {
 public:
+    // In the formats region the desktop set (LC_NUMERIC).
+    CVBFormatters();
+    // In an ICU locale ("de_DE").
+    explicit CVBFormatters(const std::string& localeId);
+    CVBFormatters(const CVBFormatters&) = delete;
+    CVBFormatters& operator=(const CVBFormatters&) = delete;
+
+    // The process's own, for the programs' set-up; the text layer is handed one instead.
     static CVBFormatters& sharedFormatter();
-    // Drops the formatters so the next call picks up changed locale settings (tests).
+    // Drops the shared one so the next call picks up changed locale settings.
     static void cleanup();
 
     std::string stringFromDouble0(double value);
@@ -30,7 +38,6 @@ public:
     ~CVBFormatters();
 
 private:
-    CVBFormatters();
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

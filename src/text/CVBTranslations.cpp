@@ -2,7 +2,7 @@
 
 #include "foundation/Paths.h"
 #include "foundation/PropertyList.h"
-#include "preferences/CVBPreferences.h"
+#include "text/TextContext.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -112,28 +112,28 @@ std::vector<std::string> CVBTranslations::matchLanguages(const std::filesystem::
     return matched;
 }
 
-std::vector<std::string> CVBTranslations::preferredLocalizations() {
-    if (!loadedPreferred_) {
-        preferredLocalizations_ = matchLanguages(Paths::dataDirectory());
-        loadedPreferred_ = true;
-    }
-    const Value& language = CVBObjectForKey("language");
-    if (language.isString() && !language.string().empty())
-        return {replaced(language.string(), '_', '-')};
-    return preferredLocalizations_;
+const std::vector<std::string>& CVBTranslations::desktopLanguages() {
+    if (!desktopLanguages_)
+        desktopLanguages_ = matchLanguages(Paths::dataDirectory());
+    return *desktopLanguages_;
 }
 
-std::vector<std::string> CVBTranslations::preferedLocalization() {
-    const Value& language = CVBObjectForKey("language");
-    if (language.isString() && !language.string().empty())
-        return {language.string()};
-    preferredLocalizations();
-    return preferredLocalizations_;
+std::vector<std::string> CVBTranslations::preferredLocalizations(const Value& choice) {
+    if (choice.isString() && !choice.string().empty())
+        return {replaced(choice.string(), '_', '-')};
+    return desktopLanguages();
+}
+
+std::vector<std::string> CVBTranslations::preferedLocalization(const Value& choice) {
+    if (choice.isString() && !choice.string().empty())
+        return {choice.string()};
+    return desktopLanguages();
 }
 
 const StringTable& CVBTranslations::table(const std::string& fileName,
                                           const std::string& language) {
-    if (auto found = translations_.find(fileName); found != translations_.end())
+    const auto key = std::make_pair(language, fileName);
+    if (auto found = translations_.find(key); found != translations_.end())
         return found->second;
     const auto data = Paths::dataDirectory();
     std::error_code error;
@@ -150,26 +150,30 @@ const StringTable& CVBTranslations::table(const std::string& fileName,
         static const StringTable kEmpty;
         return kEmpty;
     }
-    return translations_.emplace(fileName, std::move(entries)).first->second;
+    return translations_.emplace(key, std::move(entries)).first->second;
+}
+
+const StringTable& CVBTranslations::menuTable(const std::string& language) {
+    if (auto found = translationsMenu_.find(language); found != translationsMenu_.end())
+        return found->second;
+    StringTable entries;
+    const Value menu = readPropertyListFile(Paths::dataDirectory() / "MainMenuTranslations.plist");
+    const Value& entry = menu[language + ".lproj"];
+    if (entry.isDictionary())
+        for (const auto& [k, v] : entry.dictionaryItems())
+            entries[replaceApplicationName(k)] = replaceApplicationName(v.stringValue());
+    return translationsMenu_.emplace(language, std::move(entries)).first->second;
 }
 
 std::optional<std::string> CVBTranslations::localizedString(std::string_view key,
-                                                            std::string_view tableName) {
-    const auto languages = preferredLocalizations();
+                                                            std::string_view tableName,
+                                                            const Value& choice) {
+    const auto languages = preferredLocalizations(choice);
     const std::string language = languages.empty() ? "en" : languages.front();
     if (tableName == "MENU") {
-        if (!translationsMenu_) {
-            translationsMenu_.emplace();
-            const Value menu =
-                readPropertyListFile(Paths::dataDirectory() / "MainMenuTranslations.plist");
-            const Value& entry = menu[language + ".lproj"];
-            if (entry.isDictionary())
-                for (const auto& [k, v] : entry.dictionaryItems())
-                    (*translationsMenu_)[replaceApplicationName(k)] =
-                        replaceApplicationName(v.stringValue());
-        }
         // The stored keys have the name filled in, so callers ask with it filled in too.
-        if (auto found = translationsMenu_->find(key); found != translationsMenu_->end())
+        const StringTable& menu = menuTable(language);
+        if (auto found = menu.find(key); found != menu.end())
             return found->second;
         tableName = "prefs";
     }
@@ -181,11 +185,11 @@ std::optional<std::string> CVBTranslations::localizedString(std::string_view key
     return std::nullopt;
 }
 
-std::string HLVLocalizedString(std::string_view key, std::optional<std::string_view> fallback,
-                               std::string_view table) {
-    auto text = CVBTranslations::sharedTranslations().localizedString(key, table);
-    if (text && !text->empty())
-        return *text;
+std::string HLVLocalizedString(const TextContext& text, std::string_view key,
+                               std::optional<std::string_view> fallback, std::string_view table) {
+    auto found = text.translations.localizedString(key, table, text.language());
+    if (found && !found->empty())
+        return *found;
     return std::string(fallback ? *fallback : key);
 }
 
@@ -196,15 +200,15 @@ std::string formattedString(std::string_view format, std::string_view argument) 
     return text;
 }
 
-std::string HLVLocalizedMenuString(std::string_view key) {
-    auto text = CVBTranslations::sharedTranslations().localizedString(key, "MENU");
-    if (text && !text->empty())
-        return *text;
+std::string HLVLocalizedMenuString(const TextContext& text, std::string_view key) {
+    auto found = text.translations.localizedString(key, "MENU", text.language());
+    if (found && !found->empty())
+        return *found;
     return std::string(key);
 }
 
-bool isRTLLanguage() {
-    const auto languages = CVBTranslations::sharedTranslations().preferedLocalization();
+bool isRTLLanguage(const TextContext& text) {
+    const auto languages = text.translations.preferedLocalization(text.language());
     if (languages.empty() || languages.front().empty())
         return false;
     // The likely script of the language decides, so "ur", "ps" or "yi" count without a list.
@@ -212,8 +216,8 @@ bool isRTLLanguage() {
     return !locale.isBogus() && locale.isRightToLeft();
 }
 
-int textAlignmentForLanguage() {
-    return isRTLLanguage() ? kAlignmentRight : kAlignmentLeft;
+int textAlignmentForLanguage(const TextContext& text) {
+    return isRTLLanguage(text) ? kAlignmentRight : kAlignmentLeft;
 }
 
 } // namespace corvane

@@ -2,6 +2,7 @@
 
 #include "foundation/Color.h"
 #include "text/CVBTranslations.h"
+#include "text/TextContext.h"
 
 #include <cstddef>
 #include <string>
@@ -30,10 +31,11 @@ struct AttributedText {
 
 // Process list figures: the number at size 12, the unit at size 10, both in the value colour;
 // 0 reads "-".
-AttributedText formattedProcessBandwidth(bool switchUnits, double bytesPerSecond);
-AttributedText formattedProcessActivity(double bytesPerSecond);
-int valueTextAlignmentForLanguage();
+AttributedText formattedProcessBandwidth(const TextContext& text, bool switchUnits,
+                                         double bytesPerSecond);
+AttributedText formattedProcessActivity(const TextContext& text, double bytesPerSecond);
+int valueTextAlignmentForLanguage(const TextContext& text);
 // Light figures on the dark dropdown themes, the settings' dark text grey on the others.
-Color valueTextColor();
+Color valueTextColor(const TextContext& text);
 
 } // namespace corvane

@@ -1,6 +1,5 @@
 #include "text/SensorFormatters.h"
 
-#include "preferences/CVBPreferences.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 #include "text/ValueFormatters.h"
@@ -17,16 +16,12 @@ std::string printf1(const char* format, double v) {
     return buffer;
 }
 
-std::string unit(const char* key) {
-    return HLVLocalizedString(key, {}, "common");
+std::string unit(const TextContext& text, const char* key) {
+    return HLVLocalizedString(text, key, {}, "common");
 }
 
-CVBFormatters& shared() {
-    return CVBFormatters::sharedFormatter();
-}
-
-std::string withUnit(const std::string& number, const char* key) {
-    return number + " " + unit(key);
+std::string withUnit(const TextContext& text, const std::string& number, const char* key) {
+    return number + " " + unit(text, key);
 }
 
 bool isTemperature(int type) {
@@ -34,31 +29,31 @@ bool isTemperature(int type) {
 }
 
 // `test` decides the frequency level; `shown` is the number printed.
-std::string sensorText(int type, double test, double shown) {
+std::string sensorText(const TextContext& text, int type, double test, double shown) {
     if (!isTemperature(type) && !isShowable(shown))
         return kNoValueText;
     switch (type) {
     case 0:
     case 1:
-        return formattedTemperature(shown);
+        return formattedTemperature(text, shown);
     case 2:
         return printf1("%.0f", shown);
     case 3:
-        return withUnit(shared().stringFromDouble2(shown), "V");
+        return withUnit(text, text.formatters.stringFromDouble2(shown), "V");
     case 4:
-        return withUnit(shared().stringFromDouble2(shown), "A");
+        return withUnit(text, text.formatters.stringFromDouble2(shown), "A");
     case 5:
-        return withUnit(shared().stringFromDouble2(shown), "W");
+        return withUnit(text, text.formatters.stringFromDouble2(shown), "W");
     case 7:
-        return printf1("%.0f", shown) + " " + unit("lx");
+        return printf1("%.0f", shown) + " " + unit(text, "lx");
     case 8:
         if (test >= 1000)
-            return withUnit(shared().stringFromDouble2(shown / 1000), "GHz");
-        return printf1("%.0f", shown) + " " + unit("MHz");
+            return withUnit(text, text.formatters.stringFromDouble2(shown / 1000), "GHz");
+        return printf1("%.0f", shown) + " " + unit(text, "MHz");
     case 9:
         return printf1("%.0fx", shown);
     default:
-        return shared().stringFromDouble2(shown);
+        return text.formatters.stringFromDouble2(shown);
     }
 }
 
@@ -79,21 +74,22 @@ int decimalLevelForSensor(const SensorItem* item) {
     }
 }
 
-std::string formattedSensor(const SensorItem* item) {
+std::string formattedSensor(const TextContext& text, const SensorItem* item) {
     if (!item)
         return "-";
-    return sensorText(item->type(), item->value(), item->value());
+    return sensorText(text, item->type(), item->value(), item->value());
 }
 
-std::string formattedSensor2(const SensorItem* item, double value) {
+std::string formattedSensor2(const TextContext& text, const SensorItem* item, double value) {
     if (!item)
         return "-";
     if (item->type() == 0 || item->type() == 1)
-        return temperatureValue(false, value) + temperatureUnit();
-    return sensorText(item->type(), item->value(), value);
+        return temperatureValue(text, false, value) + temperatureUnit(text);
+    return sensorText(text, item->type(), item->value(), value);
 }
 
-std::string formattedMenubarSensor(const SensorItem* item, const Value& record, bool switchUnits) {
+std::string formattedMenubarSensor(const TextContext& text, const SensorItem* item,
+                                   const Value& record, bool switchUnits) {
     if (!item)
         return "-";
     const int type = item->type();
@@ -104,35 +100,36 @@ std::string formattedMenubarSensor(const SensorItem* item, const Value& record, 
     int decimals = decimalLevelForSensor(item);
     if (const Value* asked = record.find("decimals"))
         decimals = static_cast<int>(asked->integerValue());
-    shared().setFractionDigits(0, 0);
+    text.formatters.setFractionDigits(0, 0);
     if (decimals == 2)
-        shared().setFractionDigits(2, 2);
+        text.formatters.setFractionDigits(2, 2);
     else if (decimals == 1)
-        shared().setFractionDigits(1, 1);
+        text.formatters.setFractionDigits(1, 1);
 
     std::string unitText;
     switch (type) {
     case 0:
     case 1:
-        unitText = CVBIntegerForKey("Sensors_TemperatureMode") == 2 ? unit(" K") : degreesSymbol();
+        unitText =
+            text.integer("Sensors_TemperatureMode") == 2 ? unit(text, " K") : degreesSymbol();
         break;
     case 2:
-        unitText = unit("rpm");
+        unitText = unit(text, "rpm");
         break;
     case 3:
-        unitText = unit("V");
+        unitText = unit(text, "V");
         break;
     case 4:
-        unitText = unit("A");
+        unitText = unit(text, "A");
         break;
     case 5:
-        unitText = unit("W");
+        unitText = unit(text, "W");
         break;
     case 7:
-        unitText = unit("lx");
+        unitText = unit(text, "lx");
         break;
     case 8:
-        unitText = unit(value >= 1000 ? "G" : "M");
+        unitText = unit(text, value >= 1000 ? "G" : "M");
         break;
     default:
         break;
@@ -147,20 +144,20 @@ std::string formattedMenubarSensor(const SensorItem* item, const Value& record, 
     switch (type) {
     case 0:
     case 1:
-        return temperatureValue(switchUnits, value) + unitText;
+        return temperatureValue(text, switchUnits, value) + unitText;
     case 2:
         return printf1("%.0f", value) + unitText;
     case 3:
     case 4:
     case 5:
     case 7:
-        return shared().stringFromDouble(value) + unitText;
+        return text.formatters.stringFromDouble(value) + unitText;
     case 8:
         if (value >= 1000)
-            return shared().stringFromDouble(value / 1000) + unitText;
+            return text.formatters.stringFromDouble(value / 1000) + unitText;
         return printf1("%.0f", value) + unitText;
     default:
-        return shared().stringFromDouble2(value);
+        return text.formatters.stringFromDouble2(value);
     }
 }
 

@@ -1,6 +1,5 @@
 #include "text/TextFieldFormatters.h"
 
-#include "preferences/CVBPreferences.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 
@@ -19,7 +18,8 @@ std::string numberText(const Value& value) {
 } // namespace
 
 std::string DataFormatter::stringForObjectValue(const Value& value) const {
-    return numberText(value) + HLVLocalizedString(dataFormat == 1 ? "GB" : "MB", {}, "common");
+    return numberText(value) +
+           HLVLocalizedString(text_, dataFormat == 1 ? "GB" : "MB", {}, "common");
 }
 
 std::string PercentageFormatter::stringForObjectValue(const Value& value) const {
@@ -30,7 +30,7 @@ std::string PercentageFormatter::stringForObjectValue(const Value& value) const 
 
 std::string TemperatureFormatter::stringForObjectValue(const Value& value) const {
     static constexpr const char* kLetters[] = {"C", "F", "K"};
-    const auto mode = CVBIntegerForKey("Sensors_TemperatureMode");
+    const auto mode = text_.integer("Sensors_TemperatureMode");
     return numberText(value) + "°" + kLetters[mode >= 0 && mode <= 2 ? mode : 0];
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "foundation/Value.h"
+#include "text/TextContext.h"
 
 #include <string>
 #include <string_view>
@@ -19,8 +20,13 @@ public:
 // Quota fields: "GB" when dataFormat is 1, else "MB", directly after the number.
 class DataFormatter final : public TextFieldFormatter {
 public:
+    explicit DataFormatter(const TextContext& text)
+        : text_(text) {}
     std::int64_t dataFormat = 0;
     std::string stringForObjectValue(const Value& value) const override;
+
+private:
+    TextContext text_;
 };
 
 class PercentageFormatter final : public TextFieldFormatter {
@@ -31,8 +37,13 @@ public:
 // Degrees with the letter of "Sensors_TemperatureMode".
 class TemperatureFormatter final : public TextFieldFormatter {
 public:
+    explicit TemperatureFormatter(const TextContext& text)
+        : text_(text) {}
     std::int64_t dataType = 0;
     std::string stringForObjectValue(const Value& value) const override;
+
+private:
+    TextContext text_;
 };
 
 // Seconds between 1 and 600.

@@ -1,6 +1,5 @@
 #include "text/ValueFormatters.h"
 
-#include "preferences/CVBPreferences.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 
@@ -16,21 +15,17 @@ std::string printf1(const char* format, double v) {
     return buffer;
 }
 
-std::string unit(const char* key) {
-    return HLVLocalizedString(key, {}, "common");
+std::string unit(const TextContext& text, const char* key) {
+    return HLVLocalizedString(text, key, {}, "common");
 }
 
 std::string valueAndUnit(const std::string& value, const std::string& unitText) {
     return value + " " + unitText;
 }
 
-CVBFormatters& shared() {
-    return CVBFormatters::sharedFormatter();
-}
-
 // Level 0 none, 1 one letter, 2 two letters after the first level, else the localised word.
-std::string menubarUnit(const char* english, int level) {
-    switch (CVBIntegerForKey("Network_MenubarUnitLevel")) {
+std::string menubarUnit(const TextContext& text, const char* english, int level) {
+    switch (text.integer("Network_MenubarUnitLevel")) {
     case 0:
         return {};
     case 1:
@@ -38,20 +33,20 @@ std::string menubarUnit(const char* english, int level) {
     case 2:
         return std::string(english, level == 0 ? 1 : 2);
     default:
-        return unit(english);
+        return unit(text, english);
     }
 }
 
-void decimalLevel(std::string_view key) {
-    switch (CVBIntegerForKey(key)) {
+void decimalLevel(const TextContext& text, std::string_view key) {
+    switch (text.integer(key)) {
     case 0:
-        shared().setFractionDigits(0, 0);
+        text.formatters.setFractionDigits(0, 0);
         break;
     case 1:
-        shared().setFractionDigits(1, 1);
+        text.formatters.setFractionDigits(1, 1);
         break;
     default:
-        shared().setFractionDigits(2, 2);
+        text.formatters.setFractionDigits(2, 2);
     }
 }
 
@@ -74,8 +69,8 @@ std::string temperatureNumber(std::int64_t mode, double celsius) {
 
 } // namespace
 
-int effectiveDataFormat(bool switchUnits) {
-    auto format = CVBIntegerForKey("Network_DataFormat");
+int effectiveDataFormat(const TextContext& text, bool switchUnits) {
+    auto format = text.integer("Network_DataFormat");
     if (switchUnits && format >= 0 && format <= 5) {
         static constexpr int kSwitched[] = {2, 3, 0, 1, 5, 4};
         return kSwitched[format];
@@ -102,145 +97,148 @@ std::string stringFromValue(const Value& value) {
     return text.substr(first, last - first + 1);
 }
 
-void bandwidhFormatterKB() {
-    decimalLevel("Network_DecimalLevelKB");
+void bandwidhFormatterKB(const TextContext& text) {
+    decimalLevel(text, "Network_DecimalLevelKB");
 }
-void bandwidhFormatterMB() {
-    decimalLevel("Network_DecimalLevelMB");
+void bandwidhFormatterMB(const TextContext& text) {
+    decimalLevel(text, "Network_DecimalLevelMB");
 }
 
-std::string formattedBandwidth(bool switchUnits, double v) {
+std::string formattedBandwidth(const TextContext& text, bool switchUnits, double v) {
     if (!isShowable(v))
         return kNoValueText;
-    const int format = effectiveDataFormat(switchUnits);
+    const int format = effectiveDataFormat(text, switchUnits);
     if (isBits(format))
         v *= 8;
     const char* const* words = unitWords(format);
     if ((format == 0 || format == 2) && v <= 1024)
-        return printf1("%.0f", v) + " " + unit(words[0]);
+        return printf1("%.0f", v) + " " + unit(text, words[0]);
     if (format != 4 && format != 5 && v <= 1048576)
-        return valueAndUnit(shared().stringFromDouble2(v / 1024), unit(words[1]));
+        return valueAndUnit(text.formatters.stringFromDouble2(v / 1024), unit(text, words[1]));
     if (v <= 1073741824)
-        return valueAndUnit(shared().stringFromDouble2(v / 1048576), unit(words[2]));
-    return valueAndUnit(shared().stringFromDouble2(v / 1073741824), unit(words[3]));
+        return valueAndUnit(text.formatters.stringFromDouble2(v / 1048576), unit(text, words[2]));
+    return valueAndUnit(text.formatters.stringFromDouble2(v / 1073741824), unit(text, words[3]));
 }
 
-std::string formattedBandwidthFormatter(bool switchUnits, double v) {
+std::string formattedBandwidthFormatter(const TextContext& text, bool switchUnits, double v) {
     if (!isShowable(v))
         return kNoValueText;
-    const int format = effectiveDataFormat(switchUnits);
+    const int format = effectiveDataFormat(text, switchUnits);
     if (isBits(format))
         v *= 8;
     const char* const* words = unitWords(format);
     // Thresholds below the divisors keep the number under four digits before the point.
     if ((format == 0 || format == 2) && v <= 1000)
-        return printf1("%.0f", v) + " " + menubarUnit(words[0], 0);
+        return printf1("%.0f", v) + " " + menubarUnit(text, words[0], 0);
     if (format != 4 && format != 5 && v <= 1024000) {
-        bandwidhFormatterKB();
-        return valueAndUnit(shared().stringFromDouble(v / 1024), menubarUnit(words[1], 1));
+        bandwidhFormatterKB(text);
+        return valueAndUnit(text.formatters.stringFromDouble(v / 1024),
+                            menubarUnit(text, words[1], 1));
     }
-    bandwidhFormatterMB();
+    bandwidhFormatterMB(text);
     if (v <= 1048576000)
-        return valueAndUnit(shared().stringFromDouble(v / 1048576), menubarUnit(words[2], 2));
-    return valueAndUnit(shared().stringFromDouble(v / 1073741824), menubarUnit(words[3], 3));
+        return valueAndUnit(text.formatters.stringFromDouble(v / 1048576),
+                            menubarUnit(text, words[2], 2));
+    return valueAndUnit(text.formatters.stringFromDouble(v / 1073741824),
+                        menubarUnit(text, words[3], 3));
 }
 
-std::string formattedDiskActivity(double v) {
+std::string formattedDiskActivity(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     if (v <= 1024000)
-        return printf1("%.0f", v / 1024) + " " + unit("KB/s");
+        return printf1("%.0f", v / 1024) + " " + unit(text, "KB/s");
     if (v <= 1048576000) {
         const double m = v / 1048576;
         if (m >= 100)
-            return printf1("%.0f", m) + " " + unit("MB/s");
-        return valueAndUnit(shared().stringFromDouble1(m), unit("MB/s"));
+            return printf1("%.0f", m) + " " + unit(text, "MB/s");
+        return valueAndUnit(text.formatters.stringFromDouble1(m), unit(text, "MB/s"));
     }
-    return valueAndUnit(shared().stringFromDouble1(v / 1073741824), unit("GB/s"));
+    return valueAndUnit(text.formatters.stringFromDouble1(v / 1073741824), unit(text, "GB/s"));
 }
 
-std::string formattedSpace(double v) {
+std::string formattedSpace(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     const double k = v / 1000;
     if (k <= 1000)
-        return printf1("%.0f", k) + " " + unit("KB");
+        return printf1("%.0f", k) + " " + unit(text, "KB");
     if (k <= 1e6)
-        return valueAndUnit(shared().stringFromDouble1(k / 1000), unit("MB"));
+        return valueAndUnit(text.formatters.stringFromDouble1(k / 1000), unit(text, "MB"));
     if (k <= 1e9)
-        return valueAndUnit(shared().stringFromDouble1(k / 1e6), unit("GB"));
+        return valueAndUnit(text.formatters.stringFromDouble1(k / 1e6), unit(text, "GB"));
     if (k <= 1e12)
-        return valueAndUnit(shared().stringFromDouble2(k / 1e9), unit("TB"));
-    return valueAndUnit(shared().stringFromDouble2(k / 1e12), unit("PB"));
+        return valueAndUnit(text.formatters.stringFromDouble2(k / 1e9), unit(text, "TB"));
+    return valueAndUnit(text.formatters.stringFromDouble2(k / 1e12), unit(text, "PB"));
 }
 
-std::string formattedMemory(double v) {
+std::string formattedMemory(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     if (v < 1000)
-        return printf1("%.0f", v) + " " + unit("KB");
+        return printf1("%.0f", v) + " " + unit(text, "KB");
     if (v < 1048576)
-        return printf1("%.0f", v / 1024) + " " + unit("MB");
+        return printf1("%.0f", v / 1024) + " " + unit(text, "MB");
     // The collector's figure is whole kilobytes (a 64-bit count, so the cast is safe); the
     // gigabyte division is single precision.
     const auto whole = static_cast<float>(static_cast<std::int64_t>(v));
-    return valueAndUnit(shared().stringFromDouble2(static_cast<double>(whole / 1048576.0f)),
-                        unit("GB"));
+    return valueAndUnit(text.formatters.stringFromDouble2(static_cast<double>(whole / 1048576.0f)),
+                        unit(text, "GB"));
 }
 
-std::string formattedFrequency(double v) {
+std::string formattedFrequency(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     if (v >= 1000)
-        return valueAndUnit(shared().stringFromDouble2(v / 1000), unit("GHz"));
-    return printf1("%.0f", v) + " " + unit("MHz");
+        return valueAndUnit(text.formatters.stringFromDouble2(v / 1000), unit(text, "GHz"));
+    return printf1("%.0f", v) + " " + unit(text, "MHz");
 }
 
-std::string formattedPercentage(int decimals, double value) {
+std::string formattedPercentage(const TextContext& text, int decimals, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    std::string number = decimals == 1   ? shared().stringFromDouble1(value)
-                         : decimals == 2 ? shared().stringFromDouble2(value)
-                                         : shared().stringFromDouble0(value);
+    std::string number = decimals == 1   ? text.formatters.stringFromDouble1(value)
+                         : decimals == 2 ? text.formatters.stringFromDouble2(value)
+                                         : text.formatters.stringFromDouble0(value);
     return number + "%";
 }
 
-std::string formattedWeatherPercentage(int decimals, double value) {
-    return formattedPercentage(decimals, value);
+std::string formattedWeatherPercentage(const TextContext& text, int decimals, double value) {
+    return formattedPercentage(text, decimals, value);
 }
 
-std::string formattedNumber(double value) {
+std::string formattedNumber(const TextContext& text, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    return shared().formattedNumber(value);
+    return text.formatters.formattedNumber(value);
 }
 
-std::string formattedMilliAmps(double value) {
+std::string formattedMilliAmps(const TextContext& text, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    return printf1("%.0f", value) + " " + unit("mA");
+    return printf1("%.0f", value) + " " + unit(text, "mA");
 }
-std::string formattedMilliAmpHours(double value) {
+std::string formattedMilliAmpHours(const TextContext& text, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    return printf1("%.0f", value) + " " + unit("mAh");
+    return printf1("%.0f", value) + " " + unit(text, "mAh");
 }
 
-std::string formattedTemperature(double celsius) {
-    const auto mode = CVBIntegerForKey("Sensors_TemperatureMode");
-    return temperatureNumber(mode, celsius) + temperatureUnit();
+std::string formattedTemperature(const TextContext& text, double celsius) {
+    const auto mode = text.integer("Sensors_TemperatureMode");
+    return temperatureNumber(mode, celsius) + temperatureUnit(text);
 }
 
-std::string temperatureValue(bool switchUnits, double celsius) {
-    auto mode = CVBIntegerForKey("Sensors_TemperatureMode");
+std::string temperatureValue(const TextContext& text, bool switchUnits, double celsius) {
+    auto mode = text.integer("Sensors_TemperatureMode");
     if (switchUnits && mode != 2)
         mode = mode == 1 ? 0 : 1;
     return temperatureNumber(mode, celsius);
 }
 
-std::string temperatureUnit() {
-    if (CVBIntegerForKey("Sensors_TemperatureMode") == 2)
-        return unit(" K");
+std::string temperatureUnit(const TextContext& text) {
+    if (text.integer("Sensors_TemperatureMode") == 2)
+        return unit(text, " K");
     return degreesSymbol();
 }
 

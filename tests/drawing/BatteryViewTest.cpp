@@ -5,7 +5,6 @@
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
 #include "support/GoldenImage.h"
-#include "text/CVBTranslations.h"
 
 #include <map>
 #include <optional>
@@ -13,6 +12,7 @@
 using namespace corvane;
 using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
+using corvane::test::modes;
 using Reading = CVBBatteryMenuExtraView::Reading;
 
 namespace {
@@ -33,13 +33,6 @@ Value mode(std::int64_t code, Value::Dictionary extra = {}) {
     for (auto& [key, value] : extra)
         entry.set(key, value);
     return entry;
-}
-
-Value modes(std::initializer_list<int> codes) {
-    Value list = Value::array();
-    for (int code : codes)
-        list.append(mode(code));
-    return list;
 }
 
 Value spacer(int width, std::optional<int> place = std::nullopt) {
@@ -162,26 +155,49 @@ TEST_F(BatteryView, TimeShowsOnlyWhereThereIsAnEstimate) {
     EXPECT_EQ(draw(modes({7})), std::max(small("Unknown Time"), small("80%")) - 4);
 }
 
-TEST_F(BatteryView, TimeTextsSayWhyThereAreNoMinutes) {
+// Two hosts in one process, one of them German, share the artwork cache and its tables:
+// each view writes in its own host's language.
+TEST_F(BatteryView, TimeTextsSayWhyThereAreNoMinutesInTheHostsLanguage) {
     const struct {
         std::int64_t state, time;
-        const char* text;
+        const char* english;
+        const char* german;
     } cases[] = {
-        {2, 185, "3:05"},        {1, 59, "0:59"},         {2, 600, "10:00"},
-        {2, 0, "0:00"},          {5, 30, "Paused"},       {3, -1, "Not Charging"},
-        {2, -1, "Calculating"},  {1, -3, "Unknown Time"}, {0, -2, "Charged"},
-        {0, -3, "Unknown Time"}, {5, -3, "Paused"},
+        {2, 185, "3:05", "3:05"},
+        {1, 59, "0:59", "0:59"},
+        {2, 600, "10:00", "10:00"},
+        {2, 0, "0:00", "0:00"},
+        {5, 30, "Paused", "Pausiert"},
+        {3, -1, "Not Charging", "Lädt nicht"},
+        {2, -1, "Calculating", "Wird berechnet"},
+        {1, -3, "Unknown Time", "Zeit unbekannt"},
+        {0, -2, "Charged", "Geladen"},
+        {0, -3, "Unknown Time", "Zeit unbekannt"},
+        {5, -3, "Paused", "Pausiert"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(c.state, c.time), c.text)
-            << c.state << " " << c.time;
-
-    CVBSetObjectForKey(Value("de"), "language");
-    CVBTranslations::cleanup();
-    EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(3, -1), "Lädt nicht");
-    EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(0, -2), "Geladen");
-    EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(2, 185), "3:05");
-    CVBTranslations::cleanup();
+    const auto germanSettings = otherHost();
+    germanSettings->setObject(Value("de"), "language");
+    germanSettings->setObject(modes({1}), "Battery_MenubarMode");
+    const DrawingContext german = DrawingContext::forHost(*germanSettings, artwork);
+    CVBBatteryMenuExtraView germanView{german, battery};
+    germanView.setSurface(&*surface);
+    CVBSetObjectForKey(modes({1}), "Battery_MenubarMode");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.english);
+        EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(host().text(), c.state, c.time),
+                  c.english);
+        EXPECT_EQ(CVBBatteryMenuExtraView::formattedBatteryTime(german.text(), c.state, c.time),
+                  c.german);
+    }
+    // The German view draws the German word, the other the English one, from the same cache.
+    auto plugged = charging("laptop", 60, 0);
+    plugged.powerSource.set("Is Charging", 0);
+    read({plugged});
+    ASSERT_EQ(item("laptop")->state, BatteryStatCollectorItem::OnMainsNotCharging);
+    EXPECT_EQ(view.drawAtOffset(0), large("Not Charging", "battery-time") - 4);
+    EXPECT_EQ(germanView.drawAtOffset(0),
+              germanView.sizeLargeText("Lädt nicht", germanView.textAttributes("battery-time")));
+    germanView.setSurface(nullptr);
 }
 
 TEST_F(BatteryView, EachStateHasItsOwnListWhenTheUserSetsListsPerState) {

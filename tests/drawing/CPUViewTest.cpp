@@ -9,16 +9,10 @@
 using namespace corvane;
 using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
+using corvane::test::modes;
 using corvane::test::ScriptedProcessor;
 
 namespace {
-
-Value modes(std::initializer_list<int> codes) {
-    Value list = Value::array();
-    for (int code : codes)
-        list.append(Value::dict({{"key", code}}));
-    return list;
-}
 
 std::vector<std::pair<std::int64_t, int>> codesAndCores(const std::vector<CPUModeEntry>& plan) {
     std::vector<std::pair<std::int64_t, int>> result;
@@ -30,34 +24,50 @@ std::vector<std::pair<std::int64_t, int>> codesAndCores(const std::vector<CPUMod
 using Plan = std::vector<std::pair<std::int64_t, int>>;
 constexpr int kAll = CPUModeEntry::kWholeMachine;
 
-TEST(CPUModePlan, CombinedCoresDrawEachModeOnceForTheMachine) {
-    const CPUModePlan plan{true, false, false};
-    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 2, 0, 100}), 4)),
-              (Plan{{100, kAll}, {2, kAll}, {0, kAll}, {100, kAll}}));
-}
-
-TEST(CPUModePlan, GroupedItemsExpandEachPerCoreModeInPlace) {
-    CPUModePlan plan{false, true, false};
-    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 2, 6, 0}), 2)),
-              (Plan{{100, kAll}, {2, 0}, {2, 1}, {6, kAll}, {0, 0}, {0, 1}}));
-    // A single history graph stands once, for the machine.
-    plan.singleHistoryGraph = true;
-    EXPECT_EQ(codesAndCores(plan.entries(modes({0, 1}), 2)), (Plan{{0, kAll}, {1, 0}, {1, 1}}));
-}
-
-TEST(CPUModePlan, GroupedByCoreRunsEachCoresModesTogether) {
-    CPUModePlan plan{false, false, false};
-    EXPECT_EQ(codesAndCores(plan.entries(modes({100, 1, 4, 2}), 2)),
-              (Plan{{100, kAll}, {1, 0}, {2, 0}, {1, 1}, {2, 1}, {4, kAll}}));
-    // Labels, load and single graphs stand once across the leading and trailing parts;
-    // spacers and graphics elements as often as listed.
-    plan.singleHistoryGraph = true;
-    EXPECT_EQ(
-        codesAndCores(plan.entries(modes({100, 101, 0, 3, 100, 101, 0, 9, 9}), 1)),
-        (Plan{{100, kAll}, {101, kAll}, {0, kAll}, {3, 0}, {101, kAll}, {9, kAll}, {9, kAll}}));
-    // Without per-core modes the list is only the leading part.
-    EXPECT_EQ(codesAndCores(plan.entries(modes({4, 7, 4}), 8)), (Plan{{4, kAll}, {7, kAll}}));
-    EXPECT_TRUE(plan.entries(Value("100,2"), 4).empty());
+TEST(CPUModePlan, PerCoreModesExpandAsTheGroupingSays) {
+    const struct {
+        const char* what;
+        CPUModePlan plan; // combined, grouped items, single history graph
+        Value list;
+        std::size_t cores;
+        Plan expected;
+    } cases[] = {
+        {"combined: each mode once, for the machine",
+         {true, false, false},
+         modes({100, 2, 0, 100}),
+         4,
+         {{100, kAll}, {2, kAll}, {0, kAll}, {100, kAll}}},
+        {"grouped items expand in place",
+         {false, true, false},
+         modes({100, 2, 6, 0}),
+         2,
+         {{100, kAll}, {2, 0}, {2, 1}, {6, kAll}, {0, 0}, {0, 1}}},
+        {"a single history graph stands once",
+         {false, true, true},
+         modes({0, 1}),
+         2,
+         {{0, kAll}, {1, 0}, {1, 1}}},
+        {"by core: each core's modes together",
+         {false, false, false},
+         modes({100, 1, 4, 2}),
+         2,
+         {{100, kAll}, {1, 0}, {2, 0}, {1, 1}, {2, 1}, {4, kAll}}},
+        // Labels, load and single graphs stand once across the leading and trailing parts;
+        // spacers and graphics elements as often as listed.
+        {"by core: once-only elements",
+         {false, false, true},
+         modes({100, 101, 0, 3, 100, 101, 0, 9, 9}),
+         1,
+         {{100, kAll}, {101, kAll}, {0, kAll}, {3, 0}, {101, kAll}, {9, kAll}, {9, kAll}}},
+        {"by core without per-core modes: the leading part",
+         {false, false, true},
+         modes({4, 7, 4}),
+         8,
+         {{4, kAll}, {7, kAll}}},
+        {"not a list", {false, false, true}, Value("100,2"), 4, {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(codesAndCores(c.plan.entries(c.list, c.cores)), c.expected) << c.what;
 }
 
 // Load averages the test sets.

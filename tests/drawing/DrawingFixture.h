@@ -6,12 +6,29 @@
 
 namespace corvane::test {
 
+// An item's list of elements, by their codes.
+inline Value modes(std::initializer_list<int> codes) {
+    Value list = Value::array();
+    for (int code : codes)
+        list.append(Value::dict({{"key", code}}));
+    return list;
+}
+
 // Installed preferences and a host that draws with them, as the status program is one.
 class DrawingFixture : public PreferencesFixture {
 protected:
     // The host's context for the next frame: the look the preferences follow now.
     DrawingContext host(double scale = 1.0, bool modern = true) {
         return DrawingContext::forHost(preferences, artwork, scale, modern);
+    }
+    // Preferences of a second host in the same process, on files of their own.
+    std::unique_ptr<CVBPreferences> otherHost() {
+        auto env = environment();
+        env.domain =
+            std::make_shared<PreferenceDomain>(kExtrasDomain, otherFiles.path() / "x.plist");
+        env.userDefaults =
+            std::make_shared<PreferenceDomain>(kApplicationDomain, otherFiles.path() / "app.plist");
+        return std::make_unique<CVBPreferences>(std::move(env));
     }
     // The desktop turns dark or light, as the portal tells it.
     void setDark(bool dark) {
@@ -21,6 +38,7 @@ protected:
 
     CVBPreferences& preferences = install();
     CVBCache artwork;
+    TemporaryDirectory otherFiles;
 };
 
 } // namespace corvane::test

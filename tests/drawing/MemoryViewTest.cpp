@@ -8,16 +8,10 @@
 using namespace corvane;
 using corvane::test::DrawingFixture;
 using corvane::test::matchesGolden;
+using corvane::test::modes;
 using corvane::test::ScriptedMemory;
 
 namespace {
-
-Value modes(std::initializer_list<int> codes) {
-    Value list = Value::array();
-    for (int code : codes)
-        list.append(Value::dict({{"key", code}}));
-    return list;
-}
 
 std::vector<double> shares(const std::vector<GraphComponent>& layers) {
     std::vector<double> result;
@@ -43,8 +37,10 @@ protected:
             queue.advance(1.0);
             memory.updateStats();
         }
+        view.setSurface(&surface);
     }
     void TearDown() override {
+        view.setSurface(nullptr);
         memory.cleanup();
         PreferencesFixture::TearDown();
     }
@@ -57,6 +53,8 @@ protected:
     EngineContext context{queue, kSettingsTierCount, nullptr};
     ScriptedMemory memory{context};
     CVBMemoryMenuExtraView view{host(), memory};
+    Image scratch{400, Surface::kStripHeight};
+    Surface surface{scratch};
 };
 
 TEST_F(MemoryView, LayersAreCumulativeSharesLargestFirst) {
@@ -86,9 +84,6 @@ TEST_F(MemoryView, PressureShowsOnlyWhereTheSourceMeasuresIt) {
 }
 
 TEST_F(MemoryView, WidthIsTheSumOfItsElementsLessTheLastGap) {
-    Image scratch(400, Surface::kStripHeight);
-    Surface surface(scratch);
-    view.setSurface(&surface);
     const int label = view.drawLabel("menubar-label-memory", "Memory_Label", 0);
     const int graph = view.graphHeight() + 4;
     Value list = modes({100, 1, 6, 9, 7, 8});
@@ -101,9 +96,6 @@ TEST_F(MemoryView, WidthIsTheSumOfItsElementsLessTheLastGap) {
 
 TEST_F(MemoryView, UsedAndFreeKeepTheirWidestWidth) {
     CVBSetObjectForKey(modes({3}), "Memory_MenubarMode");
-    Image scratch(400, Surface::kStripHeight);
-    Surface surface(scratch);
-    view.setSurface(&surface);
     const int withLabels = view.drawAtOffset(0);
     CVBSetBoolForKey(false, "Memory_UFShowLabel");
     const int withoutLabels = view.drawAtOffset(0);
@@ -121,8 +113,6 @@ TEST_F(MemoryView, WithoutAReadingOnlyTheLabelShows) {
     ScriptedMemory fresh{context};
     CVBMemoryMenuExtraView empty{host(), fresh};
     CVBSetObjectForKey(modes({100, 0, 2, 3}), "Memory_MenubarMode");
-    Image scratch(400, Surface::kStripHeight);
-    Surface surface(scratch);
     empty.setSurface(&surface);
     EXPECT_EQ(empty.drawAtOffset(0),
               empty.drawLabel("menubar-label-memory", "Memory_Label", 0) - 4);

@@ -43,36 +43,6 @@ TEST(Surface, CountsYUpwardFromTheBottomOfTheStrip) {
     EXPECT_TRUE(empty(image.pixel(12, 21)));
 }
 
-TEST(Surface, DrawsAtTheScaleFactor) {
-    Image image(10, 10, 2.0);
-    ASSERT_EQ(image.pixelWidth(), 20);
-    Surface surface(image);
-    surface.fillRect({0, 0, 5, 10}, kBlue);
-    EXPECT_TRUE(near(image.pixel(9, 10), kBlue));
-    EXPECT_TRUE(empty(image.pixel(10, 10)));
-}
-
-TEST(Surface, ShapesCoverWhatTheirGeometrySays) {
-    Image image(40, 20);
-    Surface surface(image);
-    surface.fillOval({0, 0, 20, 20}, kRed);
-    surface.fillRoundedRect({20, 0, 20, 20}, 6, 6, kBlue);
-    EXPECT_TRUE(near(image.pixel(10, 10), kRed));
-    EXPECT_TRUE(empty(image.pixel(1, 1))); // outside the oval's corner
-    EXPECT_TRUE(near(image.pixel(30, 10), kBlue));
-    EXPECT_TRUE(empty(image.pixel(20, 0))); // cut off by the rounding
-    EXPECT_TRUE(near(image.pixel(23, 10), kBlue));
-}
-
-TEST(Surface, DashedStrokesLeaveGaps) {
-    Image image(20, 4);
-    Surface surface(image);
-    surface.strokePath(Path().moveTo({0, 2}).lineTo({20, 2}), kRed, 2, {4, 4});
-    EXPECT_TRUE(near(image.pixel(1, 1), kRed));
-    EXPECT_TRUE(empty(image.pixel(5, 1)));
-    EXPECT_TRUE(near(image.pixel(9, 1), kRed));
-}
-
 TEST(Surface, GradientsRunAtTheirAngle) {
     Image up(10, 20);
     Surface(up).fillPathWithGradient(Path::rect({0, 0, 10, 20}), kRed, kBlue, 90);
@@ -83,32 +53,6 @@ TEST(Surface, GradientsRunAtTheirAngle) {
     Surface(across).fillPathWithGradient(Path::rect({0, 0, 20, 10}), kRed, kBlue, 0);
     EXPECT_GT(across.pixel(0, 5).red, 0.9);
     EXPECT_GT(across.pixel(19, 5).blue, 0.9);
-}
-
-TEST(Surface, ClipsAndRestores) {
-    Image image(20, 20);
-    Surface surface(image);
-    surface.save();
-    surface.clipToRect({0, 0, 10, 10});
-    surface.fillRect({0, 0, 20, 20}, kRed);
-    surface.restore();
-    EXPECT_TRUE(near(image.pixel(5, 15), kRed));
-    EXPECT_TRUE(empty(image.pixel(15, 15)));
-    EXPECT_TRUE(empty(image.pixel(5, 5)));
-    surface.fillRect({15, 15, 5, 5}, kBlue); // the clip is gone after restore
-    EXPECT_TRUE(near(image.pixel(17, 2), kBlue));
-}
-
-TEST(Surface, TransformsMoveWhatFollows) {
-    Image image(20, 20);
-    Surface surface(image);
-    surface.save();
-    surface.translate(10, 10);
-    surface.rotate(90); // x now points up
-    surface.fillRect({0, 0, 5, 2}, kRed);
-    surface.restore();
-    EXPECT_TRUE(near(image.pixel(9, 7), kRed)); // x 9..10, y 10..15 upward
-    EXPECT_TRUE(empty(image.pixel(12, 9)));
 }
 
 TEST(Surface, ImagesComposeWithAlphaAndOperation) {
@@ -125,13 +69,6 @@ TEST(Surface, ImagesComposeWithAlphaAndOperation) {
     cut.drawImage(stamp, {5, 0}, 1.0, Compositing::DestinationOut);
     EXPECT_TRUE(near(erased.pixel(2, 5), kRed));
     EXPECT_TRUE(empty(erased.pixel(7, 5)));
-
-    Image masked(10, 10);
-    Surface mask(masked);
-    mask.fillRect({0, 0, 5, 10}, kRed);
-    mask.drawImage(stamp, {0, 0}, 1.0, Compositing::SourceIn);
-    EXPECT_TRUE(near(masked.pixel(2, 5), kBlue));
-    EXPECT_TRUE(empty(masked.pixel(7, 5)));
 
     Image placed(20, 20);
     Surface(placed).drawImage(stamp, {10, 0}); // bottom left corner at the point

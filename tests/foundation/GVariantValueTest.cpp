@@ -60,13 +60,13 @@ TEST(GVariantValue, ReadsWhatOtherServicesSend) {
         "'Big': <@t 18446744073709551615>, 'Pairs': <[(1, 'a')]>}, @as ['x'], @ay [])"));
     const Value value = fromGVariant(v);
     g_variant_unref(v);
-    EXPECT_EQ(value[0]["Percentage"], Value(87.5));
-    EXPECT_EQ(value[0]["State"], Value(2));
-    EXPECT_EQ(value[0]["Path"], Value("/org/x"));
-    EXPECT_EQ(value[0]["Big"], Value(std::numeric_limits<std::int64_t>::max()));
-    EXPECT_EQ(value[0]["Pairs"], Value::array({Value::array({1, "a"})}));
-    EXPECT_EQ(value[1], Value::array({"x"}));
-    EXPECT_EQ(value[2], Value(Value::Data{}));
+    EXPECT_EQ(value, Value::array({Value::dict({{"Percentage", 87.5},
+                                                {"State", 2},
+                                                {"Path", "/org/x"},
+                                                {"Big", std::numeric_limits<std::int64_t>::max()},
+                                                {"Pairs", Value::array({Value::array({1, "a"})})}}),
+                                   Value::array({"x"}), Value(Value::Data{})}))
+        << value.description();
 }
 
 TEST(GVariantValue, InvalidUtf8IsMadeValid) {

@@ -9,22 +9,22 @@ using namespace corvane;
 
 namespace {
 
+// Value equality is strict about kinds, so one comparison checks integers against reals.
 TEST(Json, ParsesNumbersByTheirShape) {
-    const Value v =
-        parseJson(R"({"i": 12, "neg": -3, "r": 1.5, "e": 1e2, "big": 18446744073709551615,
+    Value v = parseJson(R"({"i": 12, "neg": -3, "r": 1.5, "e": 1e2, "big": 18446744073709551615,
                                   "s": "Grüße", "b": true, "n": null, "a": [1, [2]], "o": {}})");
-    EXPECT_EQ(v["i"], Value(12));
-    EXPECT_EQ(v["neg"], Value(-3));
-    EXPECT_EQ(v["r"], Value(1.5));
-    EXPECT_EQ(v["e"], Value(100.0));
-    EXPECT_TRUE(v["big"].isReal());
-    EXPECT_DOUBLE_EQ(v["big"].doubleValue(), 18446744073709551615.0);
-    EXPECT_EQ(v["s"], Value("Grüße"));
-    EXPECT_EQ(v["b"], Value(true));
-    EXPECT_TRUE(v.contains("n"));
-    EXPECT_TRUE(v["n"].isNull());
-    EXPECT_EQ(v["a"], Value::array({1, Value::array({2})}));
-    EXPECT_EQ(v["o"], Value::dict());
+    EXPECT_TRUE(v.contains("n") && v["n"].isNull()) << "a JSON null is kept as a null";
+    v.erase("n");
+    EXPECT_EQ(v, Value::dict({{"i", 12},
+                              {"neg", -3},
+                              {"r", 1.5},
+                              {"e", 100.0},
+                              {"big", 18446744073709551615.0},
+                              {"s", "Grüße"},
+                              {"b", true},
+                              {"a", Value::array({1, Value::array({2})})},
+                              {"o", Value::dict()}}))
+        << v.description();
 }
 
 TEST(Json, RoundTripsWhatJsonCanHold) {

@@ -138,6 +138,9 @@ TEST_F(Preferences, GraphColoursComeFromTheirOwnSettingsNotTheInstalledOnes) {
     EXPECT_EQ(own.dropdownGraphStrokeColor(0), (Color{0.168, 0.729, 0.988, 1}));
     EXPECT_EQ(CVBPreferences::sharedPreferences().dropdownGraphFillColor(0),
               (Color{0.168, 0.729, 0.988, 1}));
+    LogCapture log;
+    EXPECT_EQ(own.dropdownGraphFillColor(5), Color::black());
+    EXPECT_TRUE(log.contains("invalid index 5"));
 }
 
 #ifndef NDEBUG
@@ -147,13 +150,6 @@ TEST(PreferencesBeforeInstall, StopADebugBuild) {
     EXPECT_DEATH(CVBPreferences::sharedPreferences(), "used before CVBPreferences::install");
 }
 #endif
-
-TEST_F(Preferences, AGraphColourOutsideTheTableIsBlackWithALogLine) {
-    auto& prefs = install();
-    LogCapture log;
-    EXPECT_EQ(prefs.dropdownGraphFillColor(5), Color::black());
-    EXPECT_TRUE(log.contains("invalid index 5"));
-}
 
 TEST_F(Preferences, ThemeChangesAreCheckedAgainAfterHalfASecondAndFiveSeconds) {
     auto& prefs = install();
@@ -199,27 +195,26 @@ TEST_F(Preferences, AnUnknownDesktopLookCountsAsLight) {
     EXPECT_TRUE(prefs.isMenubarTransparent());
 }
 
+// Settings from another machine lose exactly the machine keys; a first start keeps everything.
 TEST_F(Preferences, SettingsFromAnotherMachineLoseExactlyTheMachineKeys) {
-    storeElsewhere(Value::dict({{"_mac_id", md5Hex("other-serial")},
-                                {"Network_PrimaryInterface", "en0"},
-                                {"Sensors_MenubarItems", Value::array({"TC0P"})},
-                                {"FilteringSensors", Value::array({"x"})}}));
-    MachineFacts machine;
-    machine.serial = "this-serial";
-    install(machine);
-    EXPECT_EQ(onDisk("_mac_id"), Value(md5Hex("this-serial")));
-    EXPECT_TRUE(onDisk("Network_PrimaryInterface").isNull());
-    EXPECT_TRUE(onDisk("Sensors_MenubarItems").isNull());
-    EXPECT_EQ(onDisk("FilteringSensors"), Value::array({"x"}));
-}
-
-TEST_F(Preferences, AFirstStartRecordsTheMachineAndKeepsEverything) {
-    storeElsewhere(Value::dict({{"Network_PrimaryInterface", "eth0"}}));
-    MachineFacts machine;
-    machine.serial = "abc";
-    install(machine);
-    EXPECT_EQ(onDisk("_mac_id"), Value(md5Hex("abc")));
-    EXPECT_EQ(onDisk("Network_PrimaryInterface"), Value("eth0"));
+    for (const char* recorded : {static_cast<const char*>(nullptr), "other-serial"}) {
+        SCOPED_TRACE(recorded ? recorded : "first start");
+        CVBPreferences::cleanup();
+        Value stored = Value::dict({{"Network_PrimaryInterface", "en0"},
+                                    {"Sensors_MenubarItems", Value::array({"TC0P"})},
+                                    {"FilteringSensors", Value::array({"x"})}});
+        stored.set("_mac_id", recorded ? Value(md5Hex(recorded)) : Value());
+        storeElsewhere(stored);
+        MachineFacts machine;
+        machine.serial = "this-serial";
+        install(machine);
+        EXPECT_EQ(onDisk("_mac_id"), Value(md5Hex("this-serial")));
+        EXPECT_EQ(onDisk("Network_PrimaryInterface").isNull(), recorded != nullptr);
+        if (recorded) {
+            EXPECT_TRUE(onDisk("Sensors_MenubarItems").isNull());
+        }
+        EXPECT_EQ(onDisk("FilteringSensors"), Value::array({"x"}));
+    }
 }
 
 TEST_F(Preferences, StatusItemOrderIsIntegers) {

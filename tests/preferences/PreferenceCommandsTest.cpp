@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <sstream>
+
+using testing::HasSubstr;
 
 using namespace corvane;
 using corvane::test::PreferencesFixture;
@@ -54,7 +57,7 @@ TEST(CommandValues, RefusedTextSaysWhy) {
     for (const auto& c : cases) {
         std::string error;
         EXPECT_FALSE(parseCommandValue(c.text, c.type, error)) << c.text;
-        EXPECT_NE(error.find(c.why), std::string::npos) << c.text << ": " << error;
+        EXPECT_THAT(error, HasSubstr(c.why)) << c.text;
     }
 }
 
@@ -136,12 +139,9 @@ TEST_F(Commands, AValueThatCannotBeWrittenFailsSaysWhyAndTellsNoOne) {
     EXPECT_EQ(commands.set("CPU_MenubarTextSize", "12", CommandValueType::Integer), 1);
     EXPECT_EQ(commands.remove("CPU_MenubarTextSize"), 1);
     EXPECT_TRUE(posted.empty());
-    EXPECT_NE(err.str().find("CPU_MenubarTextSize could not be stored: Cannot write"),
-              std::string::npos)
-        << err.str();
-    EXPECT_NE(err.str().find("; the log is " + (dir.path() / "logs" / "App" / "App.log").string()),
-              std::string::npos)
-        << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("CPU_MenubarTextSize could not be stored: Cannot write"));
+    EXPECT_THAT(err.str(),
+                HasSubstr("; the log is " + (dir.path() / "logs" / "App" / "App.log").string()));
 }
 
 TEST_F(Commands, TextThatIsNoValidKeyOrValueIsRefusedAndNothingStored) {
@@ -160,8 +160,8 @@ TEST_F(Commands, TextThatIsNoValidKeyOrValueIsRefusedAndNothingStored) {
         EXPECT_EQ(prefs.domain().copyAll(), before) << key;
     }
     EXPECT_TRUE(posted.empty());
-    EXPECT_NE(err.str().find("not a whole number"), std::string::npos);
-    EXPECT_NE(err.str().find("UTF-8"), std::string::npos) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("not a whole number"));
+    EXPECT_THAT(err.str(), HasSubstr("UTF-8"));
 }
 
 // Whatever the stored values are, the listing reads back through "prefs set" as the same values.
@@ -235,12 +235,12 @@ TEST_F(Commands, ListMarksDefaults) {
     out.str("");
     commands.list(true);
     const std::string text = out.str();
-    EXPECT_NE(text.find("CPU_MenubarMode = [{\"key\":\"0\"}]\n"), std::string::npos);
-    EXPECT_NE(text.find("CPU_MenubarTextSize = 13  (default)\n"), std::string::npos);
-    EXPECT_NE(text.find("Network_StatusAddress = \"1.0.0.1\"  (default)\n"), std::string::npos);
+    EXPECT_THAT(text, HasSubstr("CPU_MenubarMode = [{\"key\":\"0\"}]\n"));
+    EXPECT_THAT(text, HasSubstr("CPU_MenubarTextSize = 13  (default)\n"));
+    EXPECT_THAT(text, HasSubstr("Network_StatusAddress = \"1.0.0.1\"  (default)\n"));
     out.str("");
     commands.list(false);
-    EXPECT_NE(out.str().find("CPU_MenubarMode = [{\"key\":\"0\"}]\n"), std::string::npos);
+    EXPECT_THAT(out.str(), HasSubstr("CPU_MenubarMode = [{\"key\":\"0\"}]\n"));
     EXPECT_EQ(out.str().find("(default)"), std::string::npos);
 }
 

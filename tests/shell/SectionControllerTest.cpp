@@ -160,17 +160,14 @@ TEST_F(Section, ResetRemovesBothColourVariantsAndPostsTwice) {
 
 TEST_F(Section, WeatherShowsTheMoonByNight) {
     auto* weather = manager->weather();
-    for (int hour : {0, 5, 18, 23}) {
+    for (const auto& [hour, icon] : {std::pair{5, "prefs-sourcelist-icon-weather-moon"},
+                                     {6, "prefs-sourcelist-icon-weather"},
+                                     {17, "prefs-sourcelist-icon-weather"},
+                                     {18, "prefs-sourcelist-icon-weather-moon"}}) {
         weather->updateIcon(hour);
-        EXPECT_EQ(weather->sourceItem().icon, "prefs-sourcelist-icon-weather-moon") << hour;
-        EXPECT_EQ(weather->sourceItem().selectedIcon,
-                  "prefs-sourcelist-icon-weather-moon-selected");
+        EXPECT_EQ(weather->sourceItem().icon, icon) << hour;
+        EXPECT_EQ(weather->sourceItem().selectedIcon, std::string(icon) + "-selected") << hour;
     }
-    for (int hour : {6, 12, 17}) {
-        weather->updateIcon(hour);
-        EXPECT_EQ(weather->sourceItem().icon, "prefs-sourcelist-icon-weather") << hour;
-    }
-    EXPECT_EQ(manager->cpu()->sourceItem().icon, "prefs-sourcelist-icon-cpu");
 }
 
 // The dropdown order editor, filled as a section page fills it.
@@ -267,16 +264,15 @@ TEST_F(Section, AHotkeyIsStoredAsADictionaryAndShownOnTheButton) {
     EXPECT_EQ(posts.count("CorvaneBarChangedHotkey"), 2);
 }
 
-TEST_F(Section, ASectionWithoutAHotkeyKeySavesNone) {
+// A section without a hotkey key saves none; imported settings reach the button.
+TEST_F(Section, SectionsWithoutAHotkeyKeySaveNoneAndImportsUpdateTheButton) {
     auto* general = manager->general();
     general->editDropdownHotkey();
     DropdownHotkeyController::sharedHotkeyController().shortcut = HotkeyShortcut{1, 0, "A"};
     general->saveDropdownHotkey();
     EXPECT_EQ(overlay->shownView(), nullptr);
     EXPECT_TRUE(posts.names.empty());
-}
 
-TEST_F(Section, ImportedSettingsUpdateTheHotkeyButton) {
     auto* cpu = manager->cpu();
     cpu->prepareToShow();
     CVBSetObjectForKey(HotkeyShortcut{8, 0, "F5"}.archived(), "CPU_Hotkey");

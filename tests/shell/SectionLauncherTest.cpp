@@ -31,31 +31,31 @@ public:
     void sleep(double seconds) override { slept += seconds; }
 };
 
-TEST(SectionLauncher, StartsTheApplicationAndWaitsForIt) {
-    FakeLauncher launcher;
-    EXPECT_TRUE(launchAndWait(launcher));
-    EXPECT_EQ(launcher.launches, 1);
-    EXPECT_NEAR(launcher.slept, 0.1 * 3 + 0.2, 1e-9);
-}
-
-TEST(SectionLauncher, ARunningApplicationIsNotStartedAgain) {
-    FakeLauncher launcher;
-    launcher.running = true;
-    EXPECT_TRUE(launchAndWait(launcher));
-    EXPECT_EQ(launcher.launches, 0);
-    EXPECT_NEAR(launcher.slept, 0.2, 1e-9);
-}
-
-TEST(SectionLauncher, GivesUpAfterTwentySeconds) {
-    FakeLauncher launcher;
-    launcher.pollsUntilUp = 1000;
-    EXPECT_FALSE(launchAndWait(launcher));
-    EXPECT_NEAR(launcher.slept, 20.2, 1e-6);
-
-    FakeLauncher failing;
-    failing.launchSucceeds = false;
-    EXPECT_FALSE(launchAndWait(failing));
-    EXPECT_NEAR(failing.slept, 0.2, 1e-9);
+// Polls every tenth of a second, gives up after twenty, and lets a started one settle.
+TEST(SectionLauncher, StartsTheApplicationOnlyWhenNeededAndWaitsForIt) {
+    const struct {
+        const char* what;
+        bool running;
+        int pollsUntilUp;
+        bool launchSucceeds;
+        bool up;
+        int launches;
+        double slept;
+    } cases[] = {
+        {"starts", false, 3, true, true, 1, 0.1 * 3 + 0.2},
+        {"already running", true, 3, true, true, 0, 0.2},
+        {"never comes up", false, 1000, true, false, 1, 20.2},
+        {"cannot start", false, 3, false, false, 1, 0.2},
+    };
+    for (const auto& c : cases) {
+        FakeLauncher launcher;
+        launcher.running = c.running;
+        launcher.pollsUntilUp = c.pollsUntilUp;
+        launcher.launchSucceeds = c.launchSucceeds;
+        EXPECT_EQ(launchAndWait(launcher), c.up) << c.what;
+        EXPECT_EQ(launcher.launches, c.launches) << c.what;
+        EXPECT_NEAR(launcher.slept, c.slept, 1e-6) << c.what;
+    }
 }
 
 TEST(SectionLauncher, PostsTheOpenNotificationOfTheSectionFromTheMainQueue) {

@@ -5,10 +5,13 @@
 #include "shell/SectionCommands.h"
 
 #include <gio/gio.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <sstream>
 #include <thread>
+
+using testing::HasSubstr;
 
 using namespace corvane;
 
@@ -51,8 +54,7 @@ TEST_F(Commands, ListsEverySectionWithItsKeyAndState) {
     manager->refreshAllSections();
     out.str("");
     commands().list();
-    EXPECT_NE(out.str().find("Notifications    notifications   -1  rules off\n"), std::string::npos)
-        << out.str();
+    EXPECT_THAT(out.str(), HasSubstr("Notifications    notifications   -1  rules off\n"));
 }
 
 TEST_F(Commands, OnAndOffWorkAsTheSwitchAndTellTheOtherProcesses) {
@@ -96,7 +98,7 @@ TEST_F(Commands, ASwitchThatCannotBeStoredFailsSaysWhyAndTellsNoOne) {
     for (const std::string& failure :
          {std::string("corvanebar on: could not switch Weather on: Cannot write"),
           std::string("corvanebar off: could not switch Notifications off: "), log})
-        EXPECT_NE(err.str().find(failure), std::string::npos) << failure << "\n" << err.str();
+        EXPECT_THAT(err.str(), HasSubstr(failure));
     // The switches show what is stored.
     EXPECT_FALSE(manager->weather()->sourceItem().toggle.on);
     EXPECT_TRUE(manager->notifications()->sourceItem().toggle.on);
@@ -105,28 +107,28 @@ TEST_F(Commands, ASwitchThatCannotBeStoredFailsSaysWhyAndTellsNoOne) {
 TEST_F(Commands, RefusesWhatTheWindowWouldNotAllow) {
     auto c = commands();
     EXPECT_EQ(c.setEnabled("gpu", true), 2);
-    EXPECT_NE(err.str().find("no section \"gpu\"; one of: general, notifications, weather"),
-              std::string::npos);
+    EXPECT_THAT(err.str(),
+                HasSubstr("no section \"gpu\"; one of: general, notifications, weather"));
     EXPECT_EQ(c.setEnabled("general", true), 2);
-    EXPECT_NE(err.str().find("Global has no panel item"), std::string::npos);
+    EXPECT_THAT(err.str(), HasSubstr("Global has no panel item"));
 
     CVBSetObjectForKey(Value::array(), "CombinedMenubarDisplayMode");
     CVBSetObjectForKey(Value::array({Value::dict({{"key", 4}})}), "CombinedDropdownDisplayMode");
     EXPECT_EQ(c.setEnabled("combined", true), 0);
     EXPECT_EQ(c.setEnabled("network", true), 1);
-    EXPECT_NE(err.str().find("Network is shown inside Combined"), std::string::npos);
+    EXPECT_THAT(err.str(), HasSubstr("Network is shown inside Combined"));
     EXPECT_EQ(storedOrder(), Value::array({8, 9, 1}));
 }
 
 TEST_F(Commands, OpenNamesTheSectionsItCanOpenAndNeedsABus) {
     auto c = commands();
     EXPECT_EQ(c.open("combined"), 2);
-    EXPECT_NE(err.str().find("one of: weather, cpu, memory, disks, network, sensors, battery, "
-                             "time"),
-              std::string::npos);
+    EXPECT_THAT(err.str(),
+                HasSubstr("one of: weather, cpu, memory, disks, network, sensors, battery, "
+                          "time"));
     EXPECT_EQ(c.open("weather"), 1);
-    EXPECT_NE(err.str().find("no session bus, so no settings window can be asked to open Weather"),
-              std::string::npos);
+    EXPECT_THAT(err.str(),
+                HasSubstr("no session bus, so no settings window can be asked to open Weather"));
     EXPECT_TRUE(posts.names.empty());
     EXPECT_TRUE(out.str().empty());
 }

@@ -34,17 +34,6 @@ TEST(MoonPhaseModel, NewMoonMatchesMeeusExample49a) {
     EXPECT_LT(worst.worst(), 2.0);
 }
 
-TEST(MoonPhaseModel, PrincipalPhasesMatchTheNavalObservatoryFor2020) {
-    // truephase gives dynamical time, shown as it is; delta T (69 s in 2020) is part of the error.
-    skytest::WorstError worst("truephase vs USNO 2020 phases", "min");
-    for (const usno::PhaseTime& p : usno::kPhases2020) {
-        const double jd = usnoJulianDay(p);
-        const double f = p.quarter / 4.0;
-        worst.add((truephase(nearestLunation(jd, f), f) - jd) * 1440.0, usno::label(p));
-    }
-    EXPECT_LT(worst.worst(), 3.0);
-}
-
 TEST(MoonPhaseModel, MeanOrbitAgeMatchesTheNavalObservatoryFor2020) {
     // At each published principal phase the mean-orbit fraction should be that quarter.
     skytest::WorstError worst("phase() age at USNO 2020 phases", "h");
@@ -53,8 +42,6 @@ TEST(MoonPhaseModel, MeanOrbitAgeMatchesTheNavalObservatoryFor2020) {
         double offset = result.fraction - p.quarter / 4.0;
         offset -= std::round(offset);
         worst.add(offset * kSynodicMonth * 24.0, usno::label(p));
-        const double expectedIllumination = p.quarter % 2 == 1 ? 0.5 : (p.quarter == 2 ? 1.0 : 0.0);
-        EXPECT_NEAR(result.illumination, expectedIllumination, 0.02);
     }
     EXPECT_LT(worst.worst(), 1.0);
 }

@@ -96,23 +96,18 @@ class SignalCounter {
 public:
     SignalCounter(GDBusConnection* client, const std::string& sender, const char* interface,
                   const char* signal) {
-        id_ = ConnectionId(client,
-                           g_dbus_connection_signal_subscribe(
-                               client, sender.c_str(), interface, signal, nullptr, nullptr,
-                               G_DBUS_SIGNAL_FLAGS_NONE,
-                               [](GDBusConnection*, const gchar*, const gchar*, const gchar*,
-                                  const gchar*, GVariant* parameters, gpointer self) {
-                                   auto& counter = *static_cast<SignalCounter*>(self);
-                                   gchar* text = g_variant_print(parameters, FALSE);
-                                   counter.arguments.push_back(takeGString(text));
-                               },
-                               this, nullptr),
-                           ConnectionId::Kind::Subscription);
+        id_ = subscribeSignal(
+            client, {sender.c_str(), interface, signal}, [this](const char*, GVariant* parameters) {
+                arguments.push_back(takeGString(g_variant_print(parameters, FALSE)));
+            });
         // The bus handles a connection's messages in order: once this is answered, the match
         // rule is in place for whatever is sent next.
         callAndWait(client, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                     "GetId");
     }
+    // The handler holds this counter, so it stays where it was made.
+    SignalCounter(const SignalCounter&) = delete;
+    SignalCounter& operator=(const SignalCounter&) = delete;
     int count() const { return static_cast<int>(arguments.size()); }
     std::vector<std::string> arguments;
 

@@ -161,7 +161,8 @@ protected:
     }
     DropdownBuilders builders() {
         return DropdownBuilders(
-            ItemSources{cpu, load, memory, battery, processes, SysRoot(procRoot.path())});
+            ItemSources{cpu, load, memory, battery, processes, SysRoot(procRoot.path())},
+            text.with(CVBPreferences::sharedPreferences()));
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
@@ -172,6 +173,7 @@ protected:
                                                        "sysroot" / "laptop-discharging")};
     test::TemporaryDirectory procRoot;
     ProcessTable processes{SysRoot(procRoot.path()), 100, 4096};
+    TextCaches text;
 };
 
 TEST_F(Dropdowns, FiguresNotReadAreLeftOutAndEveryDropdownEndsAlike) {

@@ -111,8 +111,11 @@ protected:
                                            g_variant_new("(s)", StatusNotifierItem::kInterface));
         return all.reply ? fromGVariant(all.reply.get())[0] : Value();
     }
-    // The dropdown's rows as the tray host reads them: label and id.
+    // The dropdown's rows as a tray host reads them, after saying it is about to show them
+    // (rows nobody looks at are not kept live): label and id.
     std::vector<std::pair<std::string, std::int64_t>> menuRows(const std::string& name) {
+        test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
+                          DBusMenuExporter::kInterface, "AboutToShow", g_variant_new("(i)", 0));
         const auto layout = test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
                                               DBusMenuExporter::kInterface, "GetLayout",
                                               g_variant_new("(iias)", 0, -1, nullptr));
@@ -217,6 +220,9 @@ TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
     ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
     std::vector<std::string> heard;
     auto opened = center->addObserver("", [&](const Notification& n) { heard.push_back(n.name); });
+    // Nobody looks at a dropdown yet: no process is read.
+    ASSERT_TRUE(waitUntil([&] { return program->frames() > 1; }));
+    EXPECT_FALSE(program->readsProcesses());
 
     std::vector<std::pair<std::string, std::int64_t>> rows;
     ASSERT_TRUE(waitUntil(
@@ -226,6 +232,10 @@ TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
         },
         3.0));
     EXPECT_EQ(rows.front().first, "Memory");
+    // Shown, the rows are up to date and list the processes by memory at once.
+    EXPECT_TRUE(std::any_of(rows.begin(), rows.end(),
+                            [](const auto& row) { return row.first == "Top Processes"; }));
+    EXPECT_TRUE(program->readsProcesses());
     EXPECT_EQ(rows[rows.size() - 2].first, "Open Corvane Bar Settings…");
     EXPECT_EQ(rows.back().first, "Quit");
     click(busName("memory"), rows[rows.size() - 2].second);
@@ -241,6 +251,12 @@ TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
     EXPECT_EQ(CVBIntegerForKey("Status_DropdownGraphPeriod"), 1);
     EXPECT_TRUE(waitUntil(
         [&] { return std::count(heard.begin(), heard.end(), "CorvaneBarExternalChange") == 1; }));
+
+    // Closed menus and asks that stopped let the process list go.
+    test::callAndWait(client.get(), busName("memory"), StatusNotifierItem::kMenuPath,
+                      DBusMenuExporter::kInterface, "Event",
+                      g_variant_new("(isvu)", 0, "closed", g_variant_new_int32(0), 0u));
+    EXPECT_TRUE(waitUntil([&] { return !program->readsProcesses(); }, 5.0));
 
     click(busName("battery"), menuRows(busName("battery")).back().second);
     EXPECT_TRUE(quitAsked);
@@ -269,6 +285,7 @@ TEST_F(StatusProgramTest, HeadlessFramesFallOnWholeSecondsAndTheHistoryGrows) {
     installPreferences(kThreeItems);
     StatusProgram::Options options;
     options.headlessDirectory = dir / "frames";
+    options.dropdowns = true;
     startProgram(std::move(options), false);
     // A tier-1 period is six seconds; its row is written at the beat after it ends.
     std::vector<double> offsets;
@@ -277,7 +294,7 @@ TEST_F(StatusProgramTest, HeadlessFramesFallOnWholeSecondsAndTheHistoryGrows) {
         struct stat st {};
         const int frames = program->frames();
         waitUntil([&] { return program->frames() > frames; }, 1.5);
-        if (::stat((dir / "frames" / "cpu.png").c_str(), &st) == 0 && program->frames() > 1) {
+        if (::stat((dir / "frames" / "cpu.json").c_str(), &st) == 0 && program->frames() > 1) {
             const double fraction = static_cast<double>(st.st_mtim.tv_nsec) / 1e9;
             offsets.push_back(std::min(fraction, 1 - fraction));
         }

@@ -276,26 +276,25 @@ FakeDBusService::Reply FakeDBusService::properties(const Call& call) {
 }
 
 void FakeDBusService::answer(const Call& call, GDBusMethodInvocation* invocation) {
+    Handler handler;
+    {
+        std::lock_guard lock(mutex_);
+        if (const auto found = handlers_.find(call.method); found != handlers_.end())
+            handler = found->second;
+    }
     Reply reply;
-    if (call.interface == "org.freedesktop.DBus.Properties") {
+    if (handler) {
+        // A "GetAll" handler stands in for the property map where objects differ.
+        reply = handler(call);
+    } else if (call.interface == "org.freedesktop.DBus.Properties") {
         reply = properties(call);
     } else {
-        Handler handler;
-        {
-            std::lock_guard lock(mutex_);
-            if (const auto found = handlers_.find(call.method); found != handlers_.end())
-                handler = found->second;
-        }
-        if (handler) {
-            reply = handler(call);
-        } else {
-            const GDBusMethodInfo* info = nullptr;
-            for (const auto& object : objects_)
-                if (object->path == call.path && !info)
-                    info = findMethod(object->info, call.interface.c_str(), call.method.c_str());
-            if (info && info->out_args && info->out_args[0])
-                reply = Reply::failure("org.freedesktop.DBus.Error.NotSupported", "not scripted");
-        }
+        const GDBusMethodInfo* info = nullptr;
+        for (const auto& object : objects_)
+            if (object->path == call.path && !info)
+                info = findMethod(object->info, call.interface.c_str(), call.method.c_str());
+        if (info && info->out_args && info->out_args[0])
+            reply = Reply::failure("org.freedesktop.DBus.Error.NotSupported", "not scripted");
     }
     if (!reply.errorName.empty())
         g_dbus_method_invocation_return_dbus_error(invocation, reply.errorName.c_str(),

@@ -2,6 +2,7 @@
 
 #include "foundation/Paths.h"
 #include "preferences/PreferencesFixture.h"
+#include "text/TextContext.h"
 
 #include <cstdlib>
 
@@ -10,14 +11,15 @@ namespace {
 
 class Translations : public test::PreferencesFixture {
 protected:
+    CVBPreferences& preferences = install();
+    TextCaches caches;
+    TextContext text = caches.with(preferences);
+
     void SetUp() override {
         ::setenv("CORVANEBAR_DATA_DIR", (std::string(CVB_FIXTURES_DIR) + "/text").c_str(), 1);
         ::setenv("LANGUAGE", "en", 1);
-        install();
-        CVBTranslations::cleanup();
     }
     void TearDown() override {
-        CVBTranslations::cleanup();
         ::unsetenv("CORVANEBAR_DATA_DIR");
         ::unsetenv("LANGUAGE");
         PreferencesFixture::TearDown();
@@ -25,45 +27,44 @@ protected:
 };
 
 TEST_F(Translations, MenuKeyWithProductNameAndFallThroughToPrefs) {
-    EXPECT_EQ(HLVLocalizedMenuString("About Corvane Bar"), "About Corvane Bar…");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "About Corvane Bar"), "About Corvane Bar…");
     // Keys are looked up as given; the table's keys are the ones with the name filled in.
-    EXPECT_EQ(HLVLocalizedMenuString("About APPLICATIONNAME"), "About APPLICATIONNAME");
-    EXPECT_EQ(HLVLocalizedMenuString("Check for Updates…"), "Check for Updates…"); // from prefs
-    EXPECT_EQ(HLVLocalizedMenuString("Blank"), "Blank");
-    EXPECT_EQ(HLVLocalizedMenuString("Nowhere"), "Nowhere");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "About APPLICATIONNAME"), "About APPLICATIONNAME");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "Check for Updates…"),
+              "Check for Updates…"); // from prefs
+    EXPECT_EQ(HLVLocalizedMenuString(text, "Blank"), "Blank");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "Nowhere"), "Nowhere");
 }
 
 TEST_F(Translations, EmptyOrMissingTextShowsFallbackOrKey) {
-    EXPECT_EQ(HLVLocalizedString("Empty", {}, "prefs"), "Empty");
-    EXPECT_EQ(HLVLocalizedString("Empty", "Instead", "prefs"), "Instead");
-    EXPECT_EQ(HLVLocalizedString("Missing", {}, "nosuchtable"), "Missing");
+    EXPECT_EQ(HLVLocalizedString(text, "Empty", {}, "prefs"), "Empty");
+    EXPECT_EQ(HLVLocalizedString(text, "Empty", "Instead", "prefs"), "Instead");
+    EXPECT_EQ(HLVLocalizedString(text, "Missing", {}, "nosuchtable"), "Missing");
 }
 
 TEST_F(Translations, PortugueseFallsBackToPortugal) {
     for (const char* language : {"pt", "pt_BR", "pt-BR", "pt-PT"}) {
-        CVBTranslations::cleanup();
         CVBSetObjectForKey(Value(language), "language");
-        EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Preferências") << language;
+        EXPECT_EQ(HLVLocalizedString(text, "Preferences", {}, "prefs"), "Preferências") << language;
     }
 }
 
 TEST_F(Translations, LanguagePreferenceWinsAndKeepsItsUnderscore) {
     CVBSetObjectForKey(Value("pt_PT"), "language");
-    EXPECT_EQ(CVBTranslations::sharedTranslations().preferedLocalization(),
+    EXPECT_EQ(caches.translations.preferedLocalization(text.language()),
               std::vector<std::string>{"pt_PT"});
-    EXPECT_FALSE(isRTLLanguage());
 }
 
 TEST_F(Translations, ReadingDirectionFollowsTheChosenLanguage) {
     for (const char* language : {"ar", "he_IL", "fa-IR", "ur", "yi"}) {
         CVBSetObjectForKey(Value(language), "language");
-        EXPECT_TRUE(isRTLLanguage()) << language;
-        EXPECT_EQ(textAlignmentForLanguage(), kAlignmentRight) << language;
+        EXPECT_TRUE(isRTLLanguage(text)) << language;
+        EXPECT_EQ(textAlignmentForLanguage(text), kAlignmentRight) << language;
     }
     for (const char* language : {"en", "de", "pt_PT", "zh-Hant"}) {
         CVBSetObjectForKey(Value(language), "language");
-        EXPECT_FALSE(isRTLLanguage()) << language;
-        EXPECT_EQ(textAlignmentForLanguage(), kAlignmentLeft) << language;
+        EXPECT_FALSE(isRTLLanguage(text)) << language;
+        EXPECT_EQ(textAlignmentForLanguage(text), kAlignmentLeft) << language;
     }
 }
 
@@ -82,27 +83,22 @@ TEST_F(Translations, EnvironmentMatchedAgainstCarriedFolders) {
 // The carried tables: choosing German changes what a user reads.
 class CarriedTables : public test::PreferencesFixture {
 protected:
-    void SetUp() override {
-        install();
-        CVBTranslations::cleanup();
-        CVBSetObjectForKey(Value("de"), "language");
-    }
-    void TearDown() override {
-        CVBTranslations::cleanup();
-        PreferencesFixture::TearDown();
-    }
+    void SetUp() override { preferences.setObject(Value("de"), "language"); }
+    CVBPreferences& preferences = install();
+    TextCaches caches;
+    TextContext text = caches.with(preferences);
 };
 
 TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
-    EXPECT_EQ(HLVLocalizedString("rpm", {}, "common"), "U/min");
-    EXPECT_EQ(HLVLocalizedString("Preferences", {}, "prefs"), "Einstellungen");
-    EXPECT_EQ(HLVLocalizedString("Fans", {}, "sensors"), "Lüfter");
-    EXPECT_EQ(HLVLocalizedString("“%@” is now available.", {}, "updater"),
+    EXPECT_EQ(HLVLocalizedString(text, "rpm", {}, "common"), "U/min");
+    EXPECT_EQ(HLVLocalizedString(text, "Preferences", {}, "prefs"), "Einstellungen");
+    EXPECT_EQ(HLVLocalizedString(text, "Fans", {}, "sensors"), "Lüfter");
+    EXPECT_EQ(HLVLocalizedString(text, "“%@” is now available.", {}, "updater"),
               "„%@“ ist jetzt verfügbar.");
-    EXPECT_EQ(HLVLocalizedMenuString("Quit Corvane Bar"), "Corvane Bar beenden");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "Quit Corvane Bar"), "Corvane Bar beenden");
     // The About item asks with the name filled in, as the table's keys have it.
-    EXPECT_EQ(HLVLocalizedMenuString("About Corvane Bar"), "Über Corvane Bar");
-    EXPECT_EQ(HLVLocalizedMenuString("Reset Disk Filtering"), "Laufwerksfilter zurücksetzen");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "About Corvane Bar"), "Über Corvane Bar");
+    EXPECT_EQ(HLVLocalizedMenuString(text, "Reset Disk Filtering"), "Laufwerksfilter zurücksetzen");
 }
 
 // A key that only English carries would show English in the middle of a German window.
@@ -114,7 +110,7 @@ TEST_F(CarriedTables, EveryEnglishKeyHasAGermanText) {
         const auto english = readStringsFile(data / "en.lproj" / table);
         const auto german = readStringsFile(data / "de.lproj" / table);
         EXPECT_FALSE(english.empty());
-        for (const auto& [key, text] : english) {
+        for (const auto& [key, englishText] : english) {
             const auto found = german.find(key);
             ASSERT_NE(found, german.end()) << key;
             EXPECT_FALSE(found->second.empty()) << key;

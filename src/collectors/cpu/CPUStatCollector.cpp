@@ -17,7 +17,7 @@ std::int64_t plausibleCount(std::int64_t count) {
 } // namespace
 
 CPUStatCollector::CPUStatCollector(const EngineContext& context)
-    : StatCollector(context, 3) {
+    : StatCollector(context, CPUStatCollectorItem::kSlotCount) {
     config() = makeConfig();
     setDbTablePrefix("cpu");
 }
@@ -130,9 +130,9 @@ void CPUStatCollector::updateStats() {
 
     statsample* ring = storageForType(0);
     PushSamples(ring, sampleValueCount(), sampleIndex(0).maximumSamples);
-    ring[0].values[0] = finiteOrZero(sums[0] / total * 100.0);
-    ring[0].values[1] = finiteOrZero(sums[1] / total * 100.0);
-    ring[0].values[2] = finiteOrZero(sums[3] / total * 100.0);
+    ring[0].values[CPUStatCollectorItem::User] = finiteOrZero(sums[0] / total * 100.0);
+    ring[0].values[CPUStatCollectorItem::System] = finiteOrZero(sums[1] / total * 100.0);
+    ring[0].values[CPUStatCollectorItem::Nice] = finiteOrZero(sums[3] / total * 100.0);
     ring[0].sampleID = static_cast<std::uint64_t>(sampleIndex(0).sampleID);
     // No processor read is no measurement, not an idle machine.
     ring[0].empty = count == 0 ? 1 : 0;
@@ -152,9 +152,12 @@ void CPUStatCollector::addPhysicalCoreSamples() {
         if (k < corePairs_.size() && first < cores.size() && second < cores.size()) {
             const statsample a = cores[first]->sampleAtIndex(0, 0);
             const statsample b = cores[second]->sampleAtIndex(0, 0);
-            user = static_cast<float>((finiteOrZero(a.values[0]) + finiteOrZero(b.values[0])) / 2);
-            system =
-                static_cast<float>((finiteOrZero(a.values[1]) + finiteOrZero(b.values[1])) / 2);
+            user = static_cast<float>((finiteOrZero(a.values[CPUStatCollectorItem::User]) +
+                                       finiteOrZero(b.values[CPUStatCollectorItem::User])) /
+                                      2);
+            system = static_cast<float>((finiteOrZero(a.values[CPUStatCollectorItem::System]) +
+                                         finiteOrZero(b.values[CPUStatCollectorItem::System])) /
+                                        2);
         }
         physicalCores_[k]->addSample(user, system, 0.0F);
     }

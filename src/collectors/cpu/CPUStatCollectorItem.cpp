@@ -4,11 +4,7 @@
 
 namespace corvane {
 
-namespace {
-
-constexpr std::int64_t kValues = 3; // user, system, nice
-
-} // namespace
+namespace {} // namespace
 
 double tickDelta(std::uint64_t now, std::uint64_t before) {
     // A counter that went backwards (a core taken off line and back, a virtual machine moved)
@@ -17,10 +13,10 @@ double tickDelta(std::uint64_t now, std::uint64_t before) {
 }
 
 CPUStatCollectorItem::CPUStatCollectorItem(int tierCount)
-    : StatCollectorItem(kValues, tierCount)
+    : StatCollectorItem(kSlotCount, tierCount)
     , ticks_(static_cast<std::size_t>(kMaximumSamples)) {
-    history_.allocate(kMaximumSamples, kValues);
-    emptyValue_.allocate(1, kValues);
+    history_.allocate(kMaximumSamples, kSlotCount);
+    emptyValue_.allocate(1, kSlotCount);
 }
 
 void CPUStatCollectorItem::addTicks(const Ticks& ticks) {
@@ -44,10 +40,10 @@ void CPUStatCollectorItem::addSample(float user, float system, float nice) {
 void CPUStatCollectorItem::push(double user, double system, double nice) {
     sampleID_ += 1.0;
     statsample* ring = history_.records();
-    PushSamples(ring, kValues, kMaximumSamples);
-    ring[0].values[0] = user;
-    ring[0].values[1] = system;
-    ring[0].values[2] = nice;
+    PushSamples(ring, kSlotCount, kMaximumSamples);
+    ring[0].values[User] = user;
+    ring[0].values[System] = system;
+    ring[0].values[Nice] = nice;
     ring[0].sampleID = static_cast<std::uint64_t>(sampleID_);
     ring[0].empty = 0;
 }

@@ -16,6 +16,10 @@ double tickDelta(std::uint64_t now, std::uint64_t before);
 // counters of each sample beside it, so a core's load is computed from its own counters.
 class CPUStatCollectorItem : public StatCollectorItem {
 public:
+    // The values of a processor sample in percent, the machine's and each core's alike.
+    enum Slot : int { User = 0, System = 1, Nice = 2 };
+    static constexpr std::int64_t kSlotCount = 3;
+
     // Tick counters in the order user, system, idle, nice.
     using Ticks = std::array<std::uint64_t, 4>;
 

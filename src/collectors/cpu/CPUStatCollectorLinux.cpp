@@ -199,7 +199,8 @@ CPUStatCollector::ProcessInfo CPUStatCollectorLinux::processInfo() {
             }
         }
     }
-    info.tasks = static_cast<std::int32_t>(countNumericEntries(root_, "/proc"));
+    if (countsTasks_)
+        info.tasks = static_cast<std::int32_t>(countNumericEntries(root_, "/proc"));
     return info;
 }
 

@@ -23,6 +23,10 @@ public:
     // "0-3,5,7-8" as the list of numbers it names.
     static std::vector<int> parseCpuList(std::string_view text);
 
+    // Counting processes lists all of /proc, which costs more than every other reading of a
+    // beat together; a program that never shows the count turns it off (the count stays 0).
+    void setCountsTasks(bool counts) { countsTasks_ = counts; }
+
 protected:
     std::int64_t physicalCoreCount() override;
     std::int64_t logicalCoreCount() override;
@@ -50,6 +54,7 @@ private:
     std::vector<int> processors_;
     std::vector<Ticks> lastTicks_;
     std::vector<bool> read_; // by processor: whether its counters were ever read
+    bool countsTasks_ = true;
 };
 
 } // namespace corvane

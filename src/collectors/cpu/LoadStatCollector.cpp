@@ -3,7 +3,7 @@
 namespace corvane {
 
 LoadStatCollector::LoadStatCollector(const EngineContext& context)
-    : StatCollector(context, 3) {
+    : StatCollector(context, kSlotCount) {
     config() = makeConfig();
     setDbTablePrefix("loadavg");
 }

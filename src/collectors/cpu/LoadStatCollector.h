@@ -10,6 +10,9 @@ namespace corvane {
 // The load averages over one, five and fifteen minutes, in runnable tasks.
 class LoadStatCollector : public StatCollector {
 public:
+    enum Slot : int { OneMinute = 0, FiveMinutes = 1, FifteenMinutes = 2 };
+    static constexpr std::int64_t kSlotCount = 3;
+
     explicit LoadStatCollector(const EngineContext& context);
 
     static Value makeConfig();

@@ -14,9 +14,9 @@ double shown(double value) {
 }
 
 Value shares(const statsample& s) {
-    const double user = shown(s.values[0]);
-    const double system = shown(s.values[1]);
-    const double nice = shown(s.values[2]);
+    const double user = shown(s.values[CPUStatCollectorItem::User]);
+    const double system = shown(s.values[CPUStatCollectorItem::System]);
+    const double nice = shown(s.values[CPUStatCollectorItem::Nice]);
     return Value::dict(
         {{"user", user}, {"system", system}, {"nice", nice}, {"total", user + system + nice}});
 }
@@ -31,8 +31,10 @@ std::string percentages(const Value& v) {
 
 std::string averages(const statsample& s) {
     char text[64];
-    std::snprintf(text, sizeof text, "%.2f %.2f %.2f", shown(s.values[0]), shown(s.values[1]),
-                  shown(s.values[2]));
+    std::snprintf(text, sizeof text, "%.2f %.2f %.2f",
+                  shown(s.values[LoadStatCollector::OneMinute]),
+                  shown(s.values[LoadStatCollector::FiveMinutes]),
+                  shown(s.values[LoadStatCollector::FifteenMinutes]));
     return text;
 }
 
@@ -91,9 +93,11 @@ Value ProcessorStatus::dictionary() const {
     }
     if (hasLoadAverages()) {
         const statsample load = load_.sampleAtIndex(0, 0);
-        status.set("load", Value::dict({{"one", shown(load.values[0])},
-                                        {"five", shown(load.values[1])},
-                                        {"fifteen", shown(load.values[2])}}));
+        status.set(
+            "load",
+            Value::dict({{"one", shown(load.values[LoadStatCollector::OneMinute])},
+                         {"five", shown(load.values[LoadStatCollector::FiveMinutes])},
+                         {"fifteen", shown(load.values[LoadStatCollector::FifteenMinutes])}}));
     }
     if (cpu_.threadCount() > 0)
         status.set("threads", static_cast<int>(cpu_.threadCount()));

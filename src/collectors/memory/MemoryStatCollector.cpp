@@ -7,28 +7,6 @@ namespace corvane {
 
 namespace {
 
-constexpr std::int64_t kSlots = 19;
-enum Slot {
-    Total = 0,
-    Free = 1,
-    PageIns = 3,
-    PageOuts = 4,
-    PageInsSince = 5,
-    PageOutsSince = 6,
-    SwapUsed = 7,
-    SwapTotal = 8,
-    UsedWithInactive = 9,
-    Wired = 10,
-    Active = 11,
-    Inactive = 12,
-    Compressed = 13,
-    WiredAndCompressed = 14,
-    FileCache = 15,
-    ApplicationMemory = 16,
-    PressureLevel = 17,
-    UsedWithoutInactive = 18,
-};
-
 double kib(std::uint64_t pages, std::uint64_t pageSize) {
     return static_cast<double>(pages) * static_cast<double>(pageSize) * 0.0009765625;
 }
@@ -51,7 +29,7 @@ double sinceBefore(double now, double before, std::uint64_t pageSize) {
 } // namespace
 
 MemoryStatCollector::MemoryStatCollector(const EngineContext& context)
-    : StatCollector(context, kSlots) {
+    : StatCollector(context, kSlotCount) {
     config() = makeConfig();
     setDbTablePrefix("memory");
 }

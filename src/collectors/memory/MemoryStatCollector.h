@@ -11,6 +11,29 @@ namespace corvane {
 // as the system counts them, and the shares derived from them. A subclass reads the machine.
 class MemoryStatCollector : public StatCollector {
 public:
+    // The values of a sample: kilobytes, counts of pages, and shares in percent.
+    enum Slot : int {
+        Total = 0, // KiB
+        Free = 1,
+        PageIns = 3, // pages since boot
+        PageOuts = 4,
+        PageInsSince = 5, // bytes since the sample before
+        PageOutsSince = 6,
+        SwapUsed = 7, // bytes
+        SwapTotal = 8,
+        UsedWithInactive = 9, // percent
+        Wired = 10,           // KiB
+        Active = 11,
+        Inactive = 12,
+        Compressed = 13,
+        WiredAndCompressed = 14, // percent: the pressure graph
+        FileCache = 15,          // KiB
+        ApplicationMemory = 16,
+        PressureLevel = 17,       // 1 normal, 2 warning, 4 critical
+        UsedWithoutInactive = 18, // percent
+    };
+    static constexpr std::int64_t kSlotCount = 19;
+
     // The machine's figures as one reading. Page counts are in pages of `pageSize` bytes.
     struct Reading {
         std::uint64_t pageSize = 4096;

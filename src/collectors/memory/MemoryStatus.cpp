@@ -22,7 +22,7 @@ double percentOf(double part, double total) {
 bool MemoryStatus::hasReading() const {
     // An unreadable source leaves its sample empty; a machine always has some memory.
     const statsample s = memory_.sampleAtIndex(0, 0);
-    return s.time > 0 && s.empty == 0 && s.values[0] > 0;
+    return s.time > 0 && s.empty == 0 && s.values[MemoryStatCollector::Total] > 0;
 }
 
 Value MemoryStatus::dictionary() const {
@@ -31,19 +31,22 @@ Value MemoryStatus::dictionary() const {
     const double* v = memory_.sampleAtIndex(0, 0).values;
     // The shares are worked out from the sizes beside them, so that the two always agree; the
     // collector's own shares divide by the total of the sample before.
-    const double used = v[10] + v[11] + v[13];
-    Value memory = Value::dict({{"total", v[0]},
-                                {"free", v[1]},
-                                {"wired", v[10]},
-                                {"active", v[11]},
-                                {"inactive", v[12]},
-                                {"compressed", v[13]},
-                                {"fileCache", v[15]},
-                                {"application", v[16]},
-                                {"swapUsed", v[7]},
-                                {"swapTotal", v[8]},
-                                {"usedPercent", percentOf(used, v[0])},
-                                {"usedWithInactivePercent", percentOf(used + v[12], v[0])}});
+    const double used = v[MemoryStatCollector::Wired] + v[MemoryStatCollector::Active] +
+                        v[MemoryStatCollector::Compressed];
+    Value memory =
+        Value::dict({{"total", v[MemoryStatCollector::Total]},
+                     {"free", v[MemoryStatCollector::Free]},
+                     {"wired", v[MemoryStatCollector::Wired]},
+                     {"active", v[MemoryStatCollector::Active]},
+                     {"inactive", v[MemoryStatCollector::Inactive]},
+                     {"compressed", v[MemoryStatCollector::Compressed]},
+                     {"fileCache", v[MemoryStatCollector::FileCache]},
+                     {"application", v[MemoryStatCollector::ApplicationMemory]},
+                     {"swapUsed", v[MemoryStatCollector::SwapUsed]},
+                     {"swapTotal", v[MemoryStatCollector::SwapTotal]},
+                     {"usedPercent", percentOf(used, v[MemoryStatCollector::Total])},
+                     {"usedWithInactivePercent", percentOf(used + v[MemoryStatCollector::Inactive],
+                                                           v[MemoryStatCollector::Total])}});
     // Levels are 1, 2 and 4; 0 is a level never read.
     if (memory_.sourceCapabilities().hasPressureLevel && memory_.pressureLevel() > 0)
         memory.set("pressureLevel", memory_.pressureLevel());

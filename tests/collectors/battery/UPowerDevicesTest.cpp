@@ -2,17 +2,17 @@
 
 #include "foundation/Log.h"
 #include "foundation/ManualMainQueue.h"
+#include "support/FakeDBusService.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 using namespace corvane;
+using corvane::test::FakeDBusService;
 using Item = BatteryStatCollectorItem;
 
 namespace {
@@ -72,156 +72,50 @@ GVariant* propertiesOf(const FakeDevice& d) {
         d.timeToFull);
 }
 
-// UPower as far as the collector asks it, served from a thread of its own on the session bus.
-// It counts the calls it gets, can have a UPS plugged in, and can stop answering.
+// UPower as far as the collector asks it, from a thread of its own on the session bus; the
+// UPS is listed once plugged in.
 class FakeUPower {
 public:
     FakeUPower() {
-        thread_ = std::thread([this] { serve(); });
-        std::unique_lock lock(mutex_);
-        ready_.wait(lock, [this] { return state_ != 0; });
-    }
-    ~FakeUPower() {
-        if (loop_)
-            g_main_loop_quit(loop_);
-        thread_.join();
-    }
-    bool running() const { return state_ == 1; }
-
-    std::atomic<int> enumerations{0}, reads{0};
-    std::atomic<bool> hung{false};
-
-    void plugInUps() {
-        listed_ = std::size(kDevices);
-        g_dbus_connection_emit_signal(bus_, nullptr, "/org/freedesktop/UPower",
-                                      "org.freedesktop.UPower", "DeviceAdded",
-                                      g_variant_new("(o)", kDevices[kWithoutUps].path), nullptr);
-    }
-    // Lets `client` see all signals sent so far: they come before the answer to a call made
-    // after them, and are handed out on the main context.
-    void deliverSignals(GDBusConnection* client) const {
-        GVariant* pong = g_dbus_connection_call_sync(
-            client, "org.freedesktop.UPower", "/", "org.freedesktop.DBus.Peer", "Ping", nullptr,
-            nullptr, G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, nullptr);
-        if (pong)
-            g_variant_unref(pong);
-        while (g_main_context_iteration(nullptr, FALSE)) {
-        }
-    }
-
-private:
-    struct Object {
-        FakeUPower* fake;
-        const FakeDevice* device;
-    };
-
-    // Answers now, or never while hung.
-    void answer(GDBusMethodInvocation* invocation, GVariant* value) {
-        if (hung) {
-            g_variant_unref(g_variant_ref_sink(value));
-            held_.push_back(invocation);
-            return;
-        }
-        g_dbus_method_invocation_return_value(invocation, value);
-    }
-    GVariant* deviceList() const {
-        GVariantBuilder paths;
-        g_variant_builder_init(&paths, G_VARIANT_TYPE("ao"));
-        for (std::size_t i = 0; i < listed_; ++i)
-            g_variant_builder_add(&paths, "o", kDevices[i].path);
-        return g_variant_new("(ao)", &paths);
-    }
-
-    static void call(GDBusConnection*, const gchar*, const gchar*, const gchar*,
-                     const gchar* method, GVariant*, GDBusMethodInvocation* invocation,
-                     gpointer data) {
-        auto* object = static_cast<Object*>(data);
-        FakeUPower& fake = *object->fake;
-        if (!object->device) {
-            ++fake.enumerations;
-            fake.answer(invocation, fake.deviceList());
-        } else if (std::string_view(method) == "GetAll") {
-            ++fake.reads;
-            fake.answer(invocation, propertiesOf(*object->device));
-        } else {
-            g_dbus_method_invocation_return_dbus_error(
-                invocation, "org.freedesktop.DBus.Error.Failed", "not served");
-        }
-    }
-
-    GDBusConnection* connect() {
-        // A connection of its own, so that calls to it are served on this thread's context.
-        gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-        GDBusConnection* bus = address ? g_dbus_connection_new_for_address_sync(
-                                             address,
-                                             static_cast<GDBusConnectionFlags>(
-                                                 G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                 G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-                                             nullptr, nullptr, nullptr)
-                                       : nullptr;
-        g_free(address);
-        return bus;
-    }
-
-    void publish(GDBusNodeInfo* info) {
-        // Without a property getter, GetAll comes to `call`, which can then hold it back.
-        static const GDBusInterfaceVTable vtable{call, nullptr, nullptr, {}};
-        objects_.push_back({this, nullptr});
         for (const auto& d : kDevices)
-            objects_.push_back({this, &d});
-        g_dbus_connection_register_object(bus_, "/org/freedesktop/UPower", info->interfaces[0],
-                                          &vtable, &objects_[0], nullptr, nullptr);
-        for (std::size_t i = 1; i < objects_.size(); ++i)
-            g_dbus_connection_register_object(bus_, objects_[i].device->path, info->interfaces[1],
-                                              &vtable, &objects_[i], nullptr, nullptr);
-        GVariant* owned = g_dbus_connection_call_sync(
-            bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "RequestName", g_variant_new("(su)", "org.freedesktop.UPower", 4u), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-        if (owned)
-            g_variant_unref(owned);
+            service.addObject(d.path, kIntrospection);
+        service.onMethod("EnumerateDevices", [this](const FakeDBusService::Call&) {
+            GVariantBuilder paths;
+            g_variant_builder_init(&paths, G_VARIANT_TYPE("ao"));
+            for (std::size_t i = 0; i < listed; ++i)
+                g_variant_builder_add(&paths, "o", kDevices[i].path);
+            return FakeDBusService::Reply(g_variant_new("(ao)", &paths));
+        });
+        service.onMethod("GetAll", [](const FakeDBusService::Call& call) {
+            for (const auto& d : kDevices)
+                if (call.path == d.path)
+                    return FakeDBusService::Reply(propertiesOf(d));
+            return FakeDBusService::Reply::failure("org.freedesktop.DBus.Error.UnknownObject");
+        });
     }
+    void plugInUps() {
+        listed = std::size(kDevices);
+        service.emitSignal("org.freedesktop.UPower", "DeviceAdded",
+                           g_variant_new("(o)", kDevices[kWithoutUps].path));
+    }
+    int enumerations() const { return service.calls("EnumerateDevices"); }
+    int reads() const { return service.calls("GetAll"); }
 
-    void serve() {
-        GMainContext* context = g_main_context_new();
-        g_main_context_push_thread_default(context);
-        bus_ = connect();
-        if (bus_) {
-            objects_.reserve(std::size(kDevices) + 1);
-            GDBusNodeInfo* info = g_dbus_node_info_new_for_xml(kIntrospection, nullptr);
-            publish(info);
-            loop_ = g_main_loop_new(context, FALSE);
-            finish(1);
-            g_main_loop_run(loop_);
-            g_main_loop_unref(loop_);
-            for (auto* invocation : held_)
-                g_dbus_method_invocation_return_dbus_error(
-                    invocation, "org.freedesktop.DBus.Error.Failed", "shutting down");
-            g_dbus_node_info_unref(info);
-            g_dbus_connection_close_sync(bus_, nullptr, nullptr);
-            g_object_unref(bus_);
-        } else {
-            finish(2);
-        }
-        g_main_context_pop_thread_default(context);
-        g_main_context_unref(context);
-    }
-    void finish(int state) {
-        std::lock_guard lock(mutex_);
-        state_ = state;
-        ready_.notify_all();
-    }
-
-    std::thread thread_;
-    std::mutex mutex_;
-    std::condition_variable ready_;
-    int state_ = 0;
-    GMainLoop* loop_ = nullptr;
-    GDBusConnection* bus_ = nullptr;
-    std::vector<Object> objects_;
-    std::vector<GDBusMethodInvocation*> held_;
-    std::atomic<std::size_t> listed_{kWithoutUps};
+    FakeDBusService service{"org.freedesktop.UPower", "/org/freedesktop/UPower", kIntrospection};
+    std::atomic<std::size_t> listed{kWithoutUps};
 };
+
+// Lets `client` see all signals sent so far: they come before the answer to a call made after
+// them, and are handed out on the main context.
+void deliverSignals(GDBusConnection* client) {
+    GVariant* pong = g_dbus_connection_call_sync(
+        client, "org.freedesktop.UPower", "/", "org.freedesktop.DBus.Peer", "Ping", nullptr,
+        nullptr, G_DBUS_CALL_FLAGS_NONE, 2000, nullptr, nullptr);
+    if (pong)
+        g_variant_unref(pong);
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+}
 
 // Runs the main context until UPower answered what `devices` asked, or gave up on it.
 void settle(const UPowerDevices& devices) {
@@ -245,17 +139,16 @@ protected:
         bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
         if (!bus)
             GTEST_SKIP() << "no session bus; run the tests with `make test`";
-        upower = std::make_unique<FakeUPower>();
-        ASSERT_TRUE(upower->running());
+        ASSERT_TRUE(upower.service.start());
     }
     void TearDown() override {
-        upower.reset();
+        upower.service.stop();
         if (bus)
             g_object_unref(bus);
     }
 
     GDBusConnection* bus = nullptr;
-    std::unique_ptr<FakeUPower> upower;
+    FakeUPower upower;
     ManualMainQueue clock{1795335330.0};
 };
 
@@ -281,19 +174,19 @@ TEST_F(UPowerService, TheListIsReadAgainWhenUPowerAnnouncesADeviceOrAfterAMinute
     UPowerDevices devices(bus, &clock);
     beat(devices);
     EXPECT_EQ(beat(devices).size(), 3u);
-    EXPECT_EQ(upower->enumerations, 1);
+    EXPECT_EQ(upower.enumerations(), 1);
     // Battery and line power are of no interest, and are not asked again.
-    const int firstReads = upower->reads;
+    const int firstReads = upower.reads();
     EXPECT_EQ(beat(devices).size(), 3u);
-    EXPECT_EQ(upower->enumerations, 1);
-    EXPECT_EQ(upower->reads - firstReads, 3);
+    EXPECT_EQ(upower.enumerations(), 1);
+    EXPECT_EQ(upower.reads() - firstReads, 3);
 
     // A USB UPS that only UPower reads: a power source of its own, on battery for half an hour.
-    upower->plugInUps();
-    upower->deliverSignals(bus);
+    upower.plugInUps();
+    deliverSignals(bus);
     EXPECT_EQ(beat(devices).size(), 3u);
     const auto sources = beat(devices);
-    EXPECT_EQ(upower->enumerations, 2);
+    EXPECT_EQ(upower.enumerations(), 2);
     ASSERT_EQ(sources.size(), 4u);
     const auto& ups = sources.back();
     EXPECT_EQ(ups.type, Item::PowerSource);
@@ -312,17 +205,17 @@ TEST_F(UPowerService, TheListIsReadAgainWhenUPowerAnnouncesADeviceOrAfterAMinute
 
     clock.advance(UPowerDevices::kListLifetime - 1);
     beat(devices);
-    EXPECT_EQ(upower->enumerations, 2);
+    EXPECT_EQ(upower.enumerations(), 2);
     clock.advance(1);
     beat(devices);
-    EXPECT_EQ(upower->enumerations, 3);
+    EXPECT_EQ(upower.enumerations(), 3);
 }
 
 TEST_F(UPowerService, AHangingDaemonNeitherBlocksAnUpdateNorIsAskedForAMinute) {
     UPowerDevices devices(bus, &clock);
     beat(devices);
     ASSERT_EQ(beat(devices).size(), 3u);
-    upower->hung = true;
+    upower.service.setHung(true);
     LogCapture log;
     // The update returns at once with the figures it has.
     const auto start = std::chrono::steady_clock::now();
@@ -333,13 +226,13 @@ TEST_F(UPowerService, AHangingDaemonNeitherBlocksAnUpdateNorIsAskedForAMinute) {
     EXPECT_TRUE(log.contains("UPower does not answer")) << log.lines();
 
     // Within the minute the daemon is not asked at all.
-    const int asked = upower->reads + upower->enumerations;
+    const int asked = upower.reads() + upower.enumerations();
     clock.advance(UPowerDevices::kQuietAfterFailure - 1);
     EXPECT_TRUE(beat(devices).empty());
     EXPECT_FALSE(devices.waiting());
-    EXPECT_EQ(upower->reads + upower->enumerations, asked);
+    EXPECT_EQ(upower.reads() + upower.enumerations(), asked);
 
-    upower->hung = false;
+    upower.service.setHung(false);
     clock.advance(1);
     beat(devices);
     EXPECT_EQ(beat(devices).size(), 3u);

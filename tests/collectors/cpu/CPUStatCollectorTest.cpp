@@ -46,12 +46,13 @@ TEST_F(CPUCollector, MeasuresTheChangeSinceSetupAcrossAllProcessors) {
     // A core's first sample also counts from setup, not from the machine's start.
     const auto cores = cpu->logicalCores();
     ASSERT_EQ(cores.size(), 2u);
-    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 60.0);
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[CPUStatCollectorItem::User], 60.0);
     cpu->ticks = {{200, 120, 150, 110}, {1000, 1000, 1100, 1000}};
     cpu->updateStats();
-    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[0], 50.0);
-    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[2], 0.0);
-    EXPECT_TRUE(std::isnan(cores[1]->sampleAtIndex(0, 0).values[0]));
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[CPUStatCollectorItem::User], 50.0);
+    EXPECT_DOUBLE_EQ(cores[0]->sampleAtIndex(0, 0).values[CPUStatCollectorItem::Nice], 0.0);
+    // An idle core has no guard of its own: its share is not a number, which readers take as 0.
+    EXPECT_TRUE(std::isnan(cores[1]->sampleAtIndex(0, 0).values[CPUStatCollectorItem::User]));
     EXPECT_EQ(cores[0]->idForInterval(0), 2.0);
 }
 
@@ -96,8 +97,6 @@ TEST_F(CPUCollector, AnIdleIntervalGivesZerosNotNumbersThatAreNot) {
     cpu->updateStats();
     cpu->updateStats(); // nothing ticked
     EXPECT_EQ(slot(*cpu, 0), 0.0);
-    // The core itself has no guard; readers take its value as 0.
-    EXPECT_TRUE(std::isnan(cpu->logicalCores()[0]->sampleAtIndex(0, 0).values[0]));
 }
 
 TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
@@ -107,13 +106,13 @@ TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
     cpu->ticks = {{100, 0, 0, 0}, {0, 50, 50, 0}, {0, 0, 100, 0}, {0, 0, 0, 0}};
     cpu->updateStats();
     const statsample first = cpu->physicalCores()[0]->sampleAtIndex(0, 0);
-    EXPECT_FLOAT_EQ(first.values[0], 50.0F); // (100 + 0) / 2
-    EXPECT_FLOAT_EQ(first.values[1], 25.0F); // (0 + 50) / 2
-    EXPECT_FLOAT_EQ(first.values[2], 0.0F);
+    EXPECT_FLOAT_EQ(first.values[CPUStatCollectorItem::User], 50.0F);   // (100 + 0) / 2
+    EXPECT_FLOAT_EQ(first.values[CPUStatCollectorItem::System], 25.0F); // (0 + 50) / 2
+    EXPECT_FLOAT_EQ(first.values[CPUStatCollectorItem::Nice], 0.0F);
     // The last thread did not tick: its not-a-number counts as 0.
     const statsample second = cpu->physicalCores()[1]->sampleAtIndex(0, 0);
-    EXPECT_FLOAT_EQ(second.values[0], 0.0F);
-    EXPECT_FLOAT_EQ(second.values[1], 0.0F);
+    EXPECT_FLOAT_EQ(second.values[CPUStatCollectorItem::User], 0.0F);
+    EXPECT_FLOAT_EQ(second.values[CPUStatCollectorItem::System], 0.0F);
 }
 
 TEST_F(CPUCollector, AnOddThreadCountLeavesTheLastPhysicalCoreAtZero) {
@@ -121,11 +120,12 @@ TEST_F(CPUCollector, AnOddThreadCountLeavesTheLastPhysicalCoreAtZero) {
     cpu->ticks.assign(5, {80, 20, 0, 0});
     cpu->updateStats();
     ASSERT_EQ(cpu->physicalCores().size(), 3u);
-    EXPECT_FLOAT_EQ(cpu->physicalCores()[1]->sampleAtIndex(0, 0).values[0], 80.0F);
+    EXPECT_FLOAT_EQ(cpu->physicalCores()[1]->sampleAtIndex(0, 0).values[CPUStatCollectorItem::User],
+                    80.0F);
     const statsample last = cpu->physicalCores()[2]->sampleAtIndex(0, 0);
-    EXPECT_EQ(last.values[0], 0.0);
-    EXPECT_EQ(last.values[1], 0.0);
-    EXPECT_EQ(last.values[2], 0.0);
+    EXPECT_EQ(last.values[CPUStatCollectorItem::User], 0.0);
+    EXPECT_EQ(last.values[CPUStatCollectorItem::System], 0.0);
+    EXPECT_EQ(last.values[CPUStatCollectorItem::Nice], 0.0);
 }
 
 TEST_F(CPUCollector, OnlyTwoThreadsACoreCountAsHyperThreading) {

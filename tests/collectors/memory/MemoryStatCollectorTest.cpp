@@ -32,7 +32,9 @@ protected:
         memory.reading.pageouts = 500;
         memory.reading.installedMemory = 8 * 1024 * 1024; // 8 MiB: 8192 KiB
     }
-    double slot(int index) const { return memory.sampleAtIndex(0, 0).values[index]; }
+    double slot(MemoryStatCollector::Slot index) const {
+        return memory.sampleAtIndex(0, 0).values[index];
+    }
 
     ManualMainQueue queue{1795335330.0};
     EngineContext context{queue, kSettingsTierCount, nullptr};
@@ -41,19 +43,18 @@ protected:
 
 TEST_F(Memory, FirstSampleDividesByNothingYet) {
     memory.updateStats();
-    EXPECT_EQ(slot(10), 400.0); // wired KiB
-    EXPECT_EQ(slot(11), 800.0);
-    EXPECT_EQ(slot(12), 1200.0);
-    EXPECT_EQ(slot(1), 1600.0);
-    EXPECT_EQ(slot(13), 200.0);
-    EXPECT_EQ(slot(5), 0.0);
-    EXPECT_EQ(slot(6), 0.0);
-    EXPECT_TRUE(std::isinf(slot(9)));
-    EXPECT_TRUE(std::isinf(slot(18)));
-    EXPECT_EQ(slot(14), 0.0);
-    EXPECT_EQ(slot(0), 8192.0);
-    EXPECT_EQ(slot(2), 0.0);
-    EXPECT_EQ(slot(17), 1.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Wired), 400.0); // wired KiB
+    EXPECT_EQ(slot(MemoryStatCollector::Active), 800.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Inactive), 1200.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Free), 1600.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Compressed), 200.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PageInsSince), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PageOutsSince), 0.0);
+    EXPECT_TRUE(std::isinf(slot(MemoryStatCollector::UsedWithInactive)));
+    EXPECT_TRUE(std::isinf(slot(MemoryStatCollector::UsedWithoutInactive)));
+    EXPECT_EQ(slot(MemoryStatCollector::WiredAndCompressed), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Total), 8192.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PressureLevel), 1.0);
 }
 
 TEST_F(Memory, SharesFollowTheTotalOneSampleLate) {
@@ -62,12 +63,15 @@ TEST_F(Memory, SharesFollowTheTotalOneSampleLate) {
     memory.reading.installedMemory = 16 * 1024 * 1024;
     memory.updateStats();
     // Against the 8192 KiB of the sample before, not the new 16384.
-    EXPECT_DOUBLE_EQ(slot(9), (400.0 + 800 + 200 + 1200) / 8192 * 100);
-    EXPECT_DOUBLE_EQ(slot(18), (400.0 + 800 + 200) / 8192 * 100);
-    EXPECT_DOUBLE_EQ(slot(14), (400.0 + 200) / 8192 * 100);
-    EXPECT_EQ(slot(5), 10.0 * 4096); // bytes paged in since the sample before
-    EXPECT_EQ(slot(6), 0.0);
-    EXPECT_EQ(slot(0), 16384.0);
+    EXPECT_DOUBLE_EQ(slot(MemoryStatCollector::UsedWithInactive),
+                     (400.0 + 800 + 200 + 1200) / 8192 * 100);
+    EXPECT_DOUBLE_EQ(slot(MemoryStatCollector::UsedWithoutInactive),
+                     (400.0 + 800 + 200) / 8192 * 100);
+    EXPECT_DOUBLE_EQ(slot(MemoryStatCollector::WiredAndCompressed), (400.0 + 200) / 8192 * 100);
+    EXPECT_EQ(slot(MemoryStatCollector::PageInsSince),
+              10.0 * 4096); // bytes paged in since the sample before
+    EXPECT_EQ(slot(MemoryStatCollector::PageOutsSince), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Total), 16384.0);
 }
 
 TEST_F(Memory, ResetCountersGiveZeroNotNegative) {
@@ -75,28 +79,28 @@ TEST_F(Memory, ResetCountersGiveZeroNotNegative) {
     memory.reading.pageins = 3;
     memory.reading.pageouts = 0;
     memory.updateStats();
-    EXPECT_EQ(slot(5), 0.0);
-    EXPECT_EQ(slot(6), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PageInsSince), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PageOutsSince), 0.0);
 }
 
 TEST_F(Memory, PurgeableMovesToTheFileCacheOnlyWhereTheSourceSaysSo) {
     memory.can.movesPurgeable = false;
     memory.updateStats();
-    EXPECT_EQ(slot(15), 280.0);
-    EXPECT_EQ(slot(16), 360.0);
+    EXPECT_EQ(slot(MemoryStatCollector::FileCache), 280.0);
+    EXPECT_EQ(slot(MemoryStatCollector::ApplicationMemory), 360.0);
     memory.can.movesPurgeable = true;
     memory.updateStats();
-    EXPECT_EQ(slot(15), 320.0);
-    EXPECT_EQ(slot(16), 320.0);
+    EXPECT_EQ(slot(MemoryStatCollector::FileCache), 320.0);
+    EXPECT_EQ(slot(MemoryStatCollector::ApplicationMemory), 320.0);
     memory.can.hasCompressor = false;
     memory.updateStats();
-    EXPECT_EQ(slot(13), 0.0);
+    EXPECT_EQ(slot(MemoryStatCollector::Compressed), 0.0);
 }
 
 TEST_F(Memory, UnknownInstalledMemoryFallsBackToTheListedPages) {
     memory.reading.installedMemory = 0;
     memory.updateStats();
-    EXPECT_EQ(slot(0), 400.0 + 800 + 1200 + 1600);
+    EXPECT_EQ(slot(MemoryStatCollector::Total), 400.0 + 800 + 1200 + 1600);
 }
 
 TEST_F(Memory, AFailedPressureReadRepeatsTheLastLevel) {
@@ -104,9 +108,15 @@ TEST_F(Memory, AFailedPressureReadRepeatsTheLastLevel) {
     memory.updateStats();
     memory.pressure.reset();
     memory.updateStats();
-    EXPECT_EQ(slot(17), 4.0);
+    EXPECT_EQ(slot(MemoryStatCollector::PressureLevel), 4.0);
     EXPECT_EQ(memory.pressureLevel(), 4);
 }
+
+class MemoryLinux : public ::testing::Test {
+protected:
+    ManualMainQueue queue;
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+};
 
 // Two readings of a machine a second apart, 64 MiB written to disk in between; the slots are
 // worked out by hand from the recorded files (KiB):
@@ -115,7 +125,7 @@ TEST_F(Memory, AFailedPressureReadRepeatsTheLastLevel) {
 //   inactive  MemAvailable 24269916 - MemFree         2882788
 //   wired     24683620 - 21387128 - 5864 - 2882788     407840
 // so that used without inactive, 407840 + 5864 = 413704, is `free`'s used, total - available.
-TEST(MemoryLinux, ARecordedPairGivesTheSlotsWorkedOutByHand) {
+TEST_F(MemoryLinux, ARecordedPairGivesTheSlotsWorkedOutByHand) {
     const std::filesystem::path recorded = std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot";
     test::TemporaryDirectory root;
     std::filesystem::create_directories(root / "proc");
@@ -124,77 +134,77 @@ TEST(MemoryLinux, ARecordedPairGivesTheSlotsWorkedOutByHand) {
             std::filesystem::copy_file(recorded / machine / "proc" / file, root / "proc" / file,
                                        std::filesystem::copy_options::overwrite_existing);
     };
-    ManualMainQueue queue;
-    const EngineContext context{queue, kSettingsTierCount, nullptr};
     MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
     take("memory-pair");
     memory.updateStats();
     take("memory-pair.later");
     memory.updateStats();
 
+    using Slot = MemoryStatCollector::Slot;
     const double* v = memory.sampleAtIndex(0, 0).values;
-    EXPECT_DOUBLE_EQ(v[0], 24683620);
-    EXPECT_DOUBLE_EQ(v[1], 21387128);
-    EXPECT_DOUBLE_EQ(v[10], 407840);
-    EXPECT_DOUBLE_EQ(v[11], 5864);
-    EXPECT_DOUBLE_EQ(v[12], 2882788);
-    EXPECT_DOUBLE_EQ(v[13], 0);
-    EXPECT_DOUBLE_EQ(v[15], 1496032 + 1539944); // file cache
-    EXPECT_DOUBLE_EQ(v[16], 10280);             // AnonPages
-    EXPECT_DOUBLE_EQ(v[18], 413704.0 / 24683620 * 100);
-    EXPECT_DOUBLE_EQ(v[9], (413704.0 + 2882788) / 24683620 * 100);
+    EXPECT_DOUBLE_EQ(v[Slot::Total], 24683620);
+    EXPECT_DOUBLE_EQ(v[Slot::Free], 21387128);
+    EXPECT_DOUBLE_EQ(v[Slot::Wired], 407840);
+    EXPECT_DOUBLE_EQ(v[Slot::Active], 5864);
+    EXPECT_DOUBLE_EQ(v[Slot::Inactive], 2882788);
+    EXPECT_DOUBLE_EQ(v[Slot::Compressed], 0);
+    EXPECT_DOUBLE_EQ(v[Slot::FileCache], 1496032 + 1539944);
+    EXPECT_DOUBLE_EQ(v[Slot::ApplicationMemory], 10280); // AnonPages
+    EXPECT_DOUBLE_EQ(v[Slot::UsedWithoutInactive], 413704.0 / 24683620 * 100);
+    EXPECT_DOUBLE_EQ(v[Slot::UsedWithInactive], (413704.0 + 2882788) / 24683620 * 100);
     // pgpgin 2292973 -> 2293229 and pgpgout 12361868 -> 12427572, in KiB, counted in whole
     // 4 KiB pages: 573243 -> 573307 and 3090467 -> 3106893.
-    EXPECT_DOUBLE_EQ(v[5], 64.0 * 4096);
-    EXPECT_DOUBLE_EQ(v[6], 16426.0 * 4096);
+    EXPECT_DOUBLE_EQ(v[Slot::PageInsSince], 64.0 * 4096);
+    EXPECT_DOUBLE_EQ(v[Slot::PageOutsSince], 16426.0 * 4096);
 }
 
-TEST(MemoryLinux, KernelsWithoutAvailableCountTheFileCacheAsInactive) {
-    const auto meminfo = MemoryStatCollectorLinux::parseKeyValues(
-        "MemTotal: 16000000 kB\nMemFree: 4000000 kB\nActive(anon): 3000000 kB\n"
-        "Inactive(anon): 1000000 kB\nActive(file): 2000000 kB\nInactive(file): 1000000 kB\n"
-        "SReclaimable: 500000 kB\nZswap: 100000 kB\n");
-    const auto r = MemoryStatCollectorLinux::readingFrom(meminfo, {}, 4096);
-    EXPECT_EQ(r.inactivePages, 3500000u / 4);
-    EXPECT_EQ(r.wiredPages, (16000000u - 4000000 - 4000000 - 3500000 - 100000) / 4);
-}
-
-TEST(MemoryLinux, PressureBecomesALevel) {
-    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
-                  "some avg10=0.00 avg60=0.00 avg300=0.00 total=0\n"
-                  "full avg10=0.00 avg60=0.00 avg300=0.00 total=0\n"),
-              1);
-    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
-                  "some avg10=12.50 avg60=3.00 avg300=1.00 total=99\n"
-                  "full avg10=2.00 avg60=0.00 avg300=0.00 total=9\n"),
-              2);
-    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(
-                  "some avg10=40.00 avg60=3.00 avg300=1.00 total=99\n"
-                  "full avg10=25.00 avg60=0.00 avg300=0.00 total=9\n"),
-              4);
-    EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText("garbage"), std::nullopt);
-}
-
-TEST(MemoryLinux, ReadsARecordedMachine) {
-    ManualMainQueue queue;
-    const EngineContext context{queue, kSettingsTierCount, nullptr};
+// A 3.2 kernel has no MemAvailable, no Zswap and no pressure file: the file cache and the
+// reclaimable slab count as inactive (KiB):
+//   active    Active(anon) 410220 + Inactive(anon) 152880              563100
+//   inactive  Active(file) 602144 + Inactive(file) 490376 + 132116    1224636
+//   wired     2061180 - 180400 - 563100 - 1224636                        93044
+TEST_F(MemoryLinux, AnOlderKernelWithoutAvailableMemoryReadsAsRecorded) {
     MemoryStatCollectorLinux memory(
-        context, SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot/this-machine"), 4096);
+        context,
+        SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot/kernel-3.2-no-available"), 4096);
     memory.updateStats();
     memory.updateStats();
+    using Slot = MemoryStatCollector::Slot;
     const statsample s = memory.sampleAtIndex(0, 0);
-    EXPECT_GT(s.values[0], 0.0);
-    EXPECT_GT(s.values[1], 0.0);
-    EXPECT_GE(s.values[9], s.values[18]);
-    EXPECT_LE(s.values[9], 100.0);
-    EXPECT_EQ(s.values[17], 1.0);
+    const double* v = s.values;
+    EXPECT_EQ(s.empty, 0);
+    EXPECT_DOUBLE_EQ(v[Slot::Total], 2061180);
+    EXPECT_DOUBLE_EQ(v[Slot::Free], 180400);
+    EXPECT_DOUBLE_EQ(v[Slot::Active], 563100);
+    EXPECT_DOUBLE_EQ(v[Slot::Inactive], 1224636);
+    EXPECT_DOUBLE_EQ(v[Slot::Wired], 93044);
+    EXPECT_DOUBLE_EQ(v[Slot::Compressed], 0);
+    EXPECT_DOUBLE_EQ(v[Slot::FileCache], 1092520);
+    EXPECT_DOUBLE_EQ(v[Slot::ApplicationMemory], 550904);
+    EXPECT_DOUBLE_EQ(v[Slot::SwapUsed], 50368.0 * 1024);
+    EXPECT_DOUBLE_EQ(v[Slot::SwapTotal], 1048572.0 * 1024);
+    EXPECT_DOUBLE_EQ(v[Slot::UsedWithoutInactive], 656144.0 / 2061180 * 100);
+    EXPECT_DOUBLE_EQ(v[Slot::UsedWithInactive], 1880780.0 / 2061180 * 100);
+    EXPECT_DOUBLE_EQ(v[Slot::PressureLevel], 0) << "no pressure file, no level";
+    EXPECT_DOUBLE_EQ(v[Slot::PageInsSince], 0) << "nothing paged in between";
+}
+
+TEST_F(MemoryLinux, PressureBecomesALevel) {
+    const std::pair<const char*, std::optional<int>> cases[] = {
+        {"some avg10=0.00 avg60=0 avg300=0 total=0\nfull avg10=0.00 avg60=0 avg300=0 total=0\n", 1},
+        {"some avg10=12.50 avg60=3 avg300=1 total=99\nfull avg10=2.00 avg60=0 avg300=0 total=9\n",
+         2},
+        {"some avg10=40.00 avg60=3 avg300=1 total=99\nfull avg10=25.00 avg60=0 avg300=0 total=9\n",
+         4},
+        {"garbage", std::nullopt},
+    };
+    for (const auto& [text, level] : cases)
+        EXPECT_EQ(MemoryStatCollectorLinux::pressureLevelFromText(text), level) << text;
 }
 
 // A tree without usable memory figures gives an empty sample, never zeros that look measured;
 // a FIFO or a device in place of the file must not hang the reader.
-TEST(MemoryLinux, NoFiguresGiveNoReading) {
-    ManualMainQueue queue;
-    const EngineContext context{queue, kSettingsTierCount, nullptr};
+TEST_F(MemoryLinux, NoFiguresGiveNoReading) {
     for (const char* meminfo : {"", "MemFree: 100 kB\n", "fifo", "device", "none"}) {
         SCOPED_TRACE(meminfo);
         test::TemporaryDirectory root;
@@ -210,15 +220,13 @@ TEST(MemoryLinux, NoFiguresGiveNoReading) {
         memory.updateStats();
         memory.updateStats();
         EXPECT_EQ(memory.sampleAtIndex(0, 0).empty, 1);
-        EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 0.0);
+        EXPECT_EQ(memory.sampleAtIndex(0, 0).values[MemoryStatCollector::Total], 0.0);
         EXPECT_FALSE(memory.hasReading());
     }
 }
 
 // The product's reader and the tested parser are one: any white space may follow the colon.
-TEST(MemoryLinux, ATabAfterTheNameReadsAsASpaceDoes) {
-    ManualMainQueue queue;
-    const EngineContext context{queue, kSettingsTierCount, nullptr};
+TEST_F(MemoryLinux, ATabAfterTheNameReadsAsASpaceDoes) {
     test::TemporaryDirectory root;
     std::filesystem::create_directories(root / "proc");
     std::ofstream(root / "proc/meminfo")
@@ -226,9 +234,10 @@ TEST(MemoryLinux, ATabAfterTheNameReadsAsASpaceDoes) {
     MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
     memory.updateStats();
     EXPECT_TRUE(memory.hasReading());
-    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[0], 16000000.0);
-    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[1], 4000000.0);
-    EXPECT_EQ(memory.sampleAtIndex(0, 0).values[12], 5000000.0);
+    const double* v = memory.sampleAtIndex(0, 0).values;
+    EXPECT_EQ(v[MemoryStatCollector::Total], 16000000.0);
+    EXPECT_EQ(v[MemoryStatCollector::Free], 4000000.0);
+    EXPECT_EQ(v[MemoryStatCollector::Inactive], 5000000.0);
 }
 
 } // namespace

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "shell/BoundControls.h"
+
+#include <cstdint>
+
+namespace corvane {
+
+// A check box over a mode list: on while the list under its key holds an entry {"key": member}.
+// Turning it on appends that entry; turning it off removes every entry of it, keeping the
+// others and their settings as they are.
+class ModeListMember : public BoundControl {
+public:
+    ModeListMember(std::string prefKey, std::string notificationName, std::int64_t member,
+                   BoundControlServices services = {});
+
+    std::int64_t member() const { return member_; }
+    bool checked() const { return checked_; }
+    void userSetChecked(bool checked);
+    void updateValue() override;
+
+private:
+    std::int64_t member_;
+    bool checked_ = false;
+};
+
+} // namespace corvane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "foundation/NotificationCenter.h"
+#include "shell/BoundControls.h"
+#include "window/PageSpec.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace corvane {
+
+// A row of a page with the controls that store it: one, or two for a colour that has a
+// variant for dark panels.
+struct BoundRow {
+    ControlSpec spec;
+    std::unique_ptr<BoundControl> control;
+    std::unique_ptr<BoundControl> dark; // null unless the colour has a "-Dark" key
+};
+
+// The binder of a page: a bound control for each row of its table, each storing its key and
+// posting that key's section notification as the command line's writes do. It reads the
+// values again when settings are imported or reset here, or changed by another process, and
+// then tells `refreshed` so that the widgets show them.
+class PageControls {
+public:
+    PageControls(const PageSpec& page, BoundControlServices services = {});
+    ~PageControls();
+    PageControls(const PageControls&) = delete;
+    PageControls& operator=(const PageControls&) = delete;
+
+    std::vector<BoundRow>& rows() { return rows_; }
+    // The row that stores `key` (a dark key finds its row); null when none does.
+    BoundRow* rowForKey(const std::string& key);
+    void setRefreshed(std::function<void()> refreshed) { refreshed_ = std::move(refreshed); }
+
+    // Forgets the cached values of every key of the page, reads them again and tells.
+    void reload();
+    // The same for one key, when another process says which one changed.
+    void reloadKey(const std::string& key);
+
+private:
+    std::unique_ptr<BoundControl> makeControl(const ControlSpec& spec, const std::string& key,
+                                              const BoundControlServices& services) const;
+    void observe(const BoundControlServices& services);
+
+    std::vector<BoundRow> rows_;
+    std::function<void()> refreshed_;
+    std::vector<Observation> observations_;
+};
+
+} // namespace corvane

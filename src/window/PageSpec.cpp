@@ -1,0 +1,259 @@
+#include "window/PageSpec.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+using Kind = ControlSpec::Kind;
+
+const std::vector<std::string> kFontStyles{"Regular", "Condensed", "Semibold"};
+const std::vector<std::string> kTextSizes{"8", "9", "10", "11", "12", "13", "14", "15", "16"};
+const std::vector<std::string> kGraphWidths{"16", "20", "24", "30", "36", "40", "50", "60", "80"};
+const std::vector<std::string> kProcessCounts{"0", "1", "2", "3", "4", "5",
+                                              "6", "7", "8", "9", "10"};
+// The colours of the themed graphs, by the index the views read.
+const std::vector<std::string> kSkinColors{"Blue",  "Orange", "Slate",   "Teal",
+                                           "Pink",  "Purple", "Coral",   "Black",
+                                           "White", "Yellow", "Sky blue"};
+
+ControlSpec toggle(std::string key, std::string title) {
+    return {Kind::Switch, std::move(key), std::move(title), {}};
+}
+ControlSpec choice(std::string key, std::string title, std::vector<std::string> choices) {
+    return {Kind::Choice, std::move(key), std::move(title), std::move(choices)};
+}
+ControlSpec number(std::string key, std::string title, std::vector<std::string> choices) {
+    return {Kind::Number, std::move(key), std::move(title), std::move(choices)};
+}
+ControlSpec color(std::string key, std::string title) {
+    return {Kind::Color, std::move(key), std::move(title), {}};
+}
+ControlSpec opacity(std::string key, std::string title) {
+    return {Kind::Opacity, std::move(key), std::move(title), {}};
+}
+
+// The rows every text element of a panel item has, for the keys that begin with `prefix`.
+std::vector<ControlSpec> textRows(const std::string& prefix, const std::string& size) {
+    return {number(prefix + size, "Text size", kTextSizes),
+            choice(prefix + "MenubarFontStyle", "Font", kFontStyles)};
+}
+
+PageSpec general() {
+    PageSpec page{"General", "", false, false, false, "", {}};
+    page.groups = {
+        {"Panel items",
+         {choice("MenubarTheme", "Graph style", {"Plain", "Shaded"}),
+          choice("MenubarTheme-Dark", "Graph style on a dark panel", {"Plain", "Shaded"}),
+          choice("MenubarGraphSize", "Graph height", {"Regular", "Small"}),
+          choice("MenubarSkinColor", "Graph colour", kSkinColors),
+          choice("MenubarSkinColor-Light", "Graph colour on a light panel", kSkinColors),
+          choice("MenubarSkinColor-Dark", "Graph colour on a dark panel", kSkinColors),
+          toggle("Theme-SeperateStyles", "Separate styles for light and dark panels")}},
+        {"Graph backgrounds",
+         {opacity("MenubarGraphOpacity-Modern", "Opacity"),
+          opacity("MenubarGraphOpacity-Dark-Modern", "Opacity on a dark panel"),
+          opacity("MenubarGraphOpacity", "Opacity, older look"),
+          opacity("MenubarGraphOpacity-Dark", "Opacity on a dark panel, older look")}},
+        {"Dropdowns",
+         {choice("DropdownTheme", "Theme", {"Light", "Light vibrant", "Plain", "Dark"}),
+          choice("DropdownTheme-Light", "Theme with a light panel",
+                 {"Light", "Light vibrant", "Plain", "Dark"}),
+          choice("DropdownTheme-Dark", "Theme with a dark panel",
+                 {"Light", "Light vibrant", "Plain", "Dark"}),
+          toggle("DropdownGraphBackground", "Graph backgrounds")}},
+        {"Behaviour",
+         {toggle("ProcessesCombine", "Combine the processes of one application"),
+          toggle("StatusItems-FixedPosition", "Keep the items in a fixed position"),
+          toggle("StatusItems-OrderingDisabled", "Do not reorder the items"),
+          number("TimerFrequency", "Update every (seconds)", {"1", "2", "3", "5"})}},
+    };
+    return page;
+}
+
+PageSpec cpu() {
+    PageSpec page{"CPU", "cpu", true, true, false, "", {}};
+    auto text = textRows("CPU_", "MenubarTextSize");
+    text.push_back(color("CPU_MenubarTextColor", "Text colour"));
+    text.push_back(color("CPU_MenubarTextShadowColor", "Text shadow"));
+    text.push_back(color("CPU_Label", "Label colour"));
+    auto load = textRows("Load_", "MenubarTextSize");
+    load.push_back(color("Load_MenubarTextColor", "Text colour"));
+    load.push_back(color("Load_MenubarTextShadowColor", "Text shadow"));
+    load.push_back(color("Load_Label", "Label colour"));
+    page.groups = {
+        {"Graphs",
+         {number("CPU_MenubarGraphWidth", "Graph width", kGraphWidths),
+          toggle("CPU_MenubarGraphBreakdowns", "Show user and system separately"),
+          color("CPU_MenubarGraphUser", "User"), color("CPU_MenubarGraphSystem", "System"),
+          color("CPU_MenubarGraphOverall", "Overall"),
+          toggle("CPU_CombineLogicalCores", "Combine logical cores"),
+          toggle("CPU_MenubarCombineCores", "One graph for all cores"),
+          toggle("CPU_MenubarSingleHistoryGraph", "One history graph"),
+          toggle("CPU_MenubarGroupItems", "Group the elements of each core")}},
+        {"Text", std::move(text)},
+        {"Load average", std::move(load)},
+        {"Dropdown", {number("CPU_ProcessCount", "Processes shown", kProcessCounts)}},
+    };
+    return page;
+}
+
+PageSpec memory() {
+    PageSpec page{"Memory", "memory", true, true, false, "", {}};
+    auto text = textRows("Memory_", "MenubarPercentageSize");
+    text.push_back(color("Memory_MenubarPercentageColor", "Text colour"));
+    text.push_back(color("Memory_MenubarPercentageShadowColor", "Text shadow"));
+    text.push_back(color("Memory_Label", "Label colour"));
+    page.groups = {
+        {"Graphs",
+         {number("Memory_MenubarGraphWidth", "Graph width", kGraphWidths),
+          choice("Memory_DisplayFormat", "Show", {"Memory pressure", "Memory used"}),
+          toggle("Memory_MenubarGraphBreakdowns", "Show the kinds of memory separately"),
+          toggle("Memory_IgnoreInactive", "Count inactive memory as free"),
+          color("Memory_MenubarGraphOverall", "Overall"),
+          color("Memory_MenubarGraphWired", "Wired"), color("Memory_MenubarGraphActive", "Active"),
+          color("Memory_MenubarGraphCompressed", "Compressed"),
+          color("Memory_MenubarGraphInactive", "Inactive")}},
+        {"Page activity",
+         {color("Memory_MenubarDotPageIn", "Dot, pages in"),
+          color("Memory_MenubarDotPageOut", "Dot, pages out"),
+          toggle("Memory_MenubarDotFlatten", "Flat dots"),
+          color("Memory_MenubarArrowPageIn", "Arrow, pages in"),
+          color("Memory_MenubarArrowPageOut", "Arrow, pages out"),
+          toggle("Memory_MenubarArrowFlatten", "Flat arrows")}},
+        {"Text", std::move(text)},
+        {"Used and free",
+         {toggle("Memory_UFShowLabel", "Show labels"),
+          choice("Memory_UFMenubarFontStyle", "Font", kFontStyles),
+          color("Memory_UFUsedColor", "Used"), color("Memory_UFUsedShadowColor", "Used shadow"),
+          color("Memory_UFFreeColor", "Free"), color("Memory_UFFreeShadowColor", "Free shadow")}},
+        {"Dropdown", {number("Memory_ProcessCount", "Processes shown", kProcessCounts)}},
+    };
+    return page;
+}
+
+PageSpec battery() {
+    PageSpec page{"Battery", "battery", true, true, false, "", {}};
+    page.groups = {
+        {"Percentage and time",
+         {number("Battery_PercentageSize", "Percentage size", kTextSizes),
+          number("Battery_TimeSize", "Time size", kTextSizes),
+          choice("Battery_MenubarFontStyle", "Font", kFontStyles),
+          color("Battery_PercentageColor", "Percentage colour"),
+          color("Battery_PercentageShadowColor", "Percentage shadow"),
+          color("Battery_TimeColor", "Time colour"),
+          color("Battery_TimeShadowColor", "Time shadow"), color("Battery_Label", "Label colour")}},
+        {"Stacked text",
+         {choice("Battery_StackerMenubarFontStyle", "Font", kFontStyles),
+          toggle("Battery_StackedTextBold", "Bold"), color("Battery_StackedColor", "Colour"),
+          color("Battery_StackedShadowColor", "Shadow")}},
+        {"Graph colours",
+         {color("Battery_ColorGraphCharged", "Charged"),
+          color("Battery_ColorGraphCharging", "Charging"),
+          color("Battery_ColorGraphNotCharging", "Not charging"),
+          color("Battery_ColorGraphDraining", "Draining"), color("Battery_ColorGraphLow", "Low"),
+          color("Battery_ColorGraphBluetooth", "Bluetooth device"),
+          color("Battery_ColorGraphBluetoothhLow", "Bluetooth device, low"),
+          color("Battery_ColorGraphAirpods", "Earbuds"),
+          color("Battery_ColorGraphAirpodsLow", "Earbuds, low"),
+          toggle("Battery_ColorGraphShowIcons", "Show the state's symbol")}},
+        {"Devices",
+         {toggle("Battery_MenubarCustomizeStates", "A layout for each state"),
+          toggle("Battery_DisableBluetooth", "Ignore Bluetooth devices")}},
+    };
+    return page;
+}
+
+// The sections that can live inside the Combined item, by their keys.
+GroupSpec members(const std::string& key, std::string title) {
+    static const std::pair<std::int64_t, const char*> kSections[] = {
+        {1, "CPU & GPU"}, {2, "Memory"},          {3, "Disks"}, {4, "Network"},
+        {5, "Sensors"},   {6, "Battery & Power"}, {7, "Time"},  {9, "Weather"}};
+    GroupSpec group{std::move(title), {}};
+    for (const auto& [section, name] : kSections)
+        group.rows.push_back({Kind::Member, key, name, {}, section});
+    return group;
+}
+
+PageSpec combined() {
+    PageSpec page{"Combined", "", false, true, false, "", {}};
+    page.summary = "One panel item for several sections. Each section's own page sets how its "
+                   "part looks.";
+    page.groups = {members("CombinedMenubarDisplayMode", "In the panel item"),
+                   members("CombinedDropdownDisplayMode", "In the dropdown")};
+    return page;
+}
+
+PageSpec placeholder(const std::string& xibName, std::string summary) {
+    PageSpec page{xibName, "", false, false, true, std::move(summary), {}};
+    return page;
+}
+
+} // namespace
+
+PageSpec pageSpecFor(const std::string& xibName) {
+    if (xibName == "General")
+        return general();
+    if (xibName == "CPU")
+        return cpu();
+    if (xibName == "Memory")
+        return memory();
+    if (xibName == "Battery")
+        return battery();
+    if (xibName == "Combined")
+        return combined();
+    if (xibName == "Notifications")
+        return placeholder(xibName, "Rules that tell you when a value crosses a limit: the "
+                                    "battery running low, a disk filling up, a hot sensor.");
+    if (xibName == "Weather")
+        return placeholder(xibName, "The weather of the places you choose, in the panel and its "
+                                    "dropdown, with the units you prefer.");
+    if (xibName == "Disks")
+        return placeholder(xibName, "Space, activity and health of your disks, and which of "
+                                    "them the panel item shows.");
+    if (xibName == "Network")
+        return placeholder(xibName, "Bandwidth, addresses and connection status of your "
+                                    "network interfaces.");
+    if (xibName == "Sensors")
+        return placeholder(xibName, "Temperatures, fan speeds and power readings, and rules "
+                                    "for the fans.");
+    if (xibName == "Time")
+        return placeholder(xibName, "The panel clock's format, the cities of the world clock "
+                                    "and the calendar.");
+    return placeholder(xibName, "");
+}
+
+std::vector<std::string> controlledKeys(const PageSpec& page, const Value& defaults) {
+    std::vector<std::string> keys;
+    for (const auto& group : page.groups) {
+        for (const auto& row : group.rows) {
+            if (std::find(keys.begin(), keys.end(), row.key) == keys.end())
+                keys.push_back(row.key);
+            if (row.kind == Kind::Color && defaults.contains(row.key + "-Dark"))
+                keys.push_back(row.key + "-Dark");
+        }
+    }
+    return keys;
+}
+
+std::vector<std::string> keysEditedElsewhere(const std::string& xibName) {
+    if (xibName == "General")
+        // The source list's switches, the Notifications page, the Combined page.
+        return {"StatusItems-Order", "Notifications-Enabled", "Notifications-Items",
+                "CombinedMenubarDisplayMode", "CombinedDropdownDisplayMode"};
+    if (xibName == "CPU")
+        // The element rows; the process format of a dropdown that does not show one yet.
+        return {"CPU_MenubarMode", "CPU_AppFormat"};
+    if (xibName == "Memory")
+        return {"Memory_MenubarMode", "Memory_AppFormat"};
+    if (xibName == "Battery")
+        // The element rows of the panel item, and of each state's own layout.
+        return {"Battery_MenubarMode",         "Battery_MenubarModeCharged",
+                "Battery_MenubarModeCharging", "Battery_MenubarModeNotCharging",
+                "Battery_MenubarModeDraining", "Battery_MenubarModeBluetooth",
+                "Battery_MenubarModeAirpods"};
+    return {};
+}
+
+} // namespace corvane

@@ -1,0 +1,179 @@
+#include "window/WindowPage.h"
+
+#include "shell/SectionController.h"
+#include "window/AdwRows.h"
+#include "window/PreviewArea.h"
+
+#if __has_include("window/LayoutEditor.h") && __has_include("shell/LayoutEditorModel.h")
+#include "shell/LayoutEditorModel.h"
+#include "window/LayoutEditor.h"
+#define CVB_HAS_LAYOUT_EDITOR 1
+#endif
+
+namespace corvane {
+
+#ifdef CVB_HAS_LAYOUT_EDITOR
+struct WindowPage::LayoutParts {
+    LayoutEditorModel model;
+};
+#else
+struct WindowPage::LayoutParts {};
+#endif
+
+namespace {
+
+constexpr int kPageMargin = 24;
+constexpr int kPageWidth = 640;
+
+} // namespace
+
+WindowPage::WindowPage(const std::string& xibName, SectionController& owner,
+                       WindowServices& services)
+    : SectionPage(xibName)
+    , spec_(pageSpecFor(xibName))
+    , owner_(owner)
+    , services_(services)
+    , controls_(std::make_unique<PageControls>(
+          spec_, BoundControlServices{&services.distributed, nullptr, nullptr, {}}))
+    , root_(std::make_unique<Gtk::ScrolledWindow>()) {
+    auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 18);
+    box->set_margin(kPageMargin);
+    box->set_size_request(kPageWidth, -1);
+    box->set_halign(Gtk::Align::CENTER);
+    addHeader(*box, services_.translate(owner.sectionName()));
+    if (!spec_.item.empty())
+        addPreview(*box);
+    if (spec_.layoutEditor)
+        addLayoutEditor(*box);
+    addGroups(*box);
+    if (xibName == "General")
+        addGeneralCommands(*box);
+    if (spec_.dropdownEditors)
+        addDropdownButtons(*box);
+    root_->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    root_->set_child(*box);
+    root_->set_hexpand(true);
+    root_->set_vexpand(true);
+    controls_->setRefreshed([this] { showValues(); });
+}
+
+WindowPage::~WindowPage() {
+    // The widgets refer to the controls and the layout model: they go first, and the parent's
+    // reference would keep them past this.
+    if (auto* parent = dynamic_cast<Gtk::Box*>(root_->get_parent()))
+        parent->remove(*root_);
+    root_.reset();
+    widgets_.clear();
+}
+
+void WindowPage::addHeader(Gtk::Box& box, const std::string& title) {
+    auto* heading = Gtk::make_managed<Gtk::Label>(title);
+    heading->add_css_class("title-1");
+    heading->set_halign(Gtk::Align::START);
+    box.append(*heading);
+    if (spec_.summary.empty())
+        return;
+    auto* summary = Gtk::make_managed<Gtk::Label>(services_.translate(spec_.summary));
+    summary->set_wrap(true);
+    summary->set_xalign(0);
+    summary->set_max_width_chars(60);
+    box.append(*summary);
+    if (!spec_.placeholder)
+        return;
+    auto* later = Gtk::make_managed<Gtk::Label>(
+        services_.translate("The settings of this section come in a later version. Its panel "
+                            "item can be switched on and off in the list on the left."));
+    later->set_wrap(true);
+    later->set_xalign(0);
+    later->set_max_width_chars(60);
+    later->add_css_class("dim-label");
+    box.append(*later);
+}
+
+void WindowPage::addPreview(Gtk::Box& box) {
+    auto& group = adw::group(services_.translate("Preview"),
+                             services_.translate("On a light and on a dark panel, live."));
+    auto* preview = Gtk::make_managed<PreviewArea>(spec_.item, services_.preferences,
+                                                   services_.artwork, services_.engine);
+    preview->set_halign(Gtk::Align::START);
+    setAccessibleLabel(*preview, services_.translate("Preview of the panel item"));
+    adw::addToGroup(group, *preview);
+    preview_ = preview;
+    box.append(group);
+}
+
+void WindowPage::addLayoutEditor(Gtk::Box& box) {
+#ifdef CVB_HAS_LAYOUT_EDITOR
+    auto& group = adw::group(services_.translate("Menu bar item"),
+                             services_.translate("Drag elements between the rows to choose "
+                                                 "what the panel item shows."));
+    layout_.reset(new LayoutParts{
+        LayoutEditorModel(spec_.item, services_.preferences, services_.distributed)});
+    auto* editor = Gtk::make_managed<LayoutEditor>(layout_->model);
+    adw::addToGroup(group, *editor);
+    box.append(group);
+#else
+    (void)box;
+#endif
+}
+
+void WindowPage::addGroups(Gtk::Box& box) {
+    auto& rows = controls_->rows();
+    std::size_t next = 0;
+    for (const auto& groupSpec : spec_.groups) {
+        auto& group = adw::group(services_.translate(groupSpec.title));
+        for (std::size_t i = 0; i < groupSpec.rows.size(); ++i, ++next) {
+            auto widget = std::make_unique<ControlWidget>(rows[next], services_.translate);
+            adw::addToGroup(group, adw::actionRow(services_.translate(rows[next].spec.title),
+                                                  &widget->widget()));
+            widgets_.push_back(std::move(widget));
+        }
+        box.append(group);
+    }
+}
+
+void WindowPage::addDropdownButtons(Gtk::Box& box) {
+    auto& group = adw::group(services_.translate("Dropdown"));
+    auto* order = Gtk::make_managed<Gtk::Button>(services_.translate("Edit"));
+    order->signal_clicked().connect([this] { owner_.dropdownOrderButton().click(); });
+    adw::addToGroup(group, adw::actionRow(services_.translate("Order of the dropdown"), order));
+    hotkeyButton_ = Gtk::make_managed<Gtk::Button>(owner_.dropdownHotkeyButton().title);
+    hotkeyButton_->signal_clicked().connect([this] { owner_.dropdownHotkeyButton().click(); });
+    adw::addToGroup(group, adw::actionRow(services_.translate("Hotkey"), hotkeyButton_));
+    box.append(group);
+}
+
+void WindowPage::addGeneralCommands(Gtk::Box& box) {
+    auto& files = adw::group(services_.translate("Settings"));
+    const std::pair<const char*, const std::function<void()>*> commands[] = {
+        {"Export Settings...", &services_.exportSettings},
+        {"Import Settings...", &services_.importSettings},
+        {"Reset Settings...", &services_.resetSettings},
+        {"Status Items...", &services_.showInstall},
+    };
+    for (const auto& [title, action] : commands) {
+        auto* button = Gtk::make_managed<Gtk::Button>(services_.translate("Open"));
+        button->signal_clicked().connect([action = action] {
+            if (*action)
+                (*action)();
+        });
+        adw::addToGroup(files, adw::actionRow(services_.translate(title), button));
+    }
+    box.append(files);
+}
+
+void WindowPage::showValues() {
+    for (auto& widget : widgets_)
+        widget->show();
+    if (hotkeyButton_)
+        hotkeyButton_->set_label(owner_.dropdownHotkeyButton().title);
+    if (preview_)
+        preview_->queue_draw();
+}
+
+std::unique_ptr<SectionPage> WindowPageFactory::loadPage(const std::string& xibName,
+                                                         SectionController& owner) {
+    return std::make_unique<WindowPage>(xibName, owner, services_);
+}
+
+} // namespace corvane

@@ -1,0 +1,191 @@
+// The commands that put the items into other programs' panels, run as built: `corvanebar
+// waybar` against the panel interface on a bus of the test's own, and `corvanebar
+// gnome-extension install` into a home of the test's own.
+#include "status/BusTestSupport.h"
+#include "status/PanelService.h"
+#include "support/TemporaryDirectory.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace corvane {
+namespace {
+
+// A message bus of the test's own, so that no other test's status program answers.
+class PrivateBus {
+public:
+    PrivateBus() {
+        const char* argv[] = {"dbus-daemon", "--session", "--nofork", "--print-address=1", nullptr};
+        int out = -1;
+        if (!g_spawn_async_with_pipes(nullptr, const_cast<gchar**>(argv), nullptr,
+                                      G_SPAWN_SEARCH_PATH, nullptr, nullptr, &pid_, nullptr, &out,
+                                      nullptr, nullptr))
+            return;
+        char c = 0;
+        while (::read(out, &c, 1) == 1 && c != '\n')
+            address_ += c;
+        ::close(out);
+    }
+    ~PrivateBus() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGTERM);
+            ::waitpid(pid_, nullptr, 0);
+        }
+    }
+    const std::string& address() const { return address_; }
+
+private:
+    GPid pid_ = 0;
+    std::string address_;
+};
+
+// The built program with the given bus and a home of its own; its output read line by line
+// while this thread's main context answers its calls.
+class Command {
+public:
+    Command(const std::vector<std::string>& arguments, const std::string& bus,
+            const std::filesystem::path& home) {
+        std::vector<const char*> argv{CVB_CORVANEBAR_PROGRAM};
+        for (const auto& argument : arguments)
+            argv.push_back(argument.c_str());
+        argv.push_back(nullptr);
+        gchar** env = g_get_environ();
+        env = g_environ_setenv(env, "DBUS_SESSION_BUS_ADDRESS", bus.c_str(), TRUE);
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME"})
+            env = g_environ_setenv(env, name, home.c_str(), TRUE);
+        started_ = g_spawn_async_with_pipes(nullptr, const_cast<gchar**>(argv.data()), env,
+                                            G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid_,
+                                            nullptr, &out_, nullptr, nullptr);
+        g_strfreev(env);
+        if (started_)
+            ::fcntl(out_, F_SETFL, O_NONBLOCK);
+    }
+    ~Command() {
+        if (started_ && status_ < 0) {
+            ::kill(pid_, SIGKILL);
+            ::waitpid(pid_, nullptr, 0);
+        }
+        if (out_ >= 0)
+            ::close(out_);
+    }
+
+    std::optional<std::string> nextLine(double seconds = 5) {
+        std::optional<std::string> line;
+        test::waitUntil(
+            [&] {
+                char c = 0;
+                while (::read(out_, &c, 1) == 1) {
+                    if (c == '\n') {
+                        line = std::exchange(pending_, {});
+                        return true;
+                    }
+                    pending_ += c;
+                }
+                return false;
+            },
+            seconds);
+        return line;
+    }
+    int finish(int signal = 0) {
+        if (signal)
+            ::kill(pid_, signal);
+        test::waitUntil([&] { return ::waitpid(pid_, &status_, WNOHANG) == pid_; }, 10);
+        return WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
+    }
+
+private:
+    bool started_ = false;
+    GPid pid_ = 0;
+    int out_ = -1;
+    int status_ = -1;
+    std::string pending_;
+};
+
+nlohmann::json parsed(const std::optional<std::string>& line) {
+    return line ? nlohmann::json::parse(*line, nullptr, false) : nlohmann::json();
+}
+
+TEST(WaybarCommand, FollowsTheItemWhileTheStatusProgramComesAndShowsIt) {
+    PrivateBus bus;
+    if (bus.address().empty())
+        GTEST_SKIP() << "dbus-daemon cannot be started";
+    test::TemporaryDirectory home;
+    const nlohmann::json offline = {{"text", "–"},
+                                    {"tooltip", "Corvane Bar is not running (systemctl --user "
+                                                "start corvanebar-status)"},
+                                    {"class", "offline"}};
+    Command once({"waybar", "cpu", "--once"}, bus.address(), home.path());
+    EXPECT_EQ(parsed(once.nextLine()), offline);
+    EXPECT_EQ(once.finish(), 0);
+
+    Command waybar({"waybar", "cpu"}, bus.address(), home.path());
+    EXPECT_EQ(parsed(waybar.nextLine()), offline);
+
+    std::string error;
+    const auto connection = openPrivateConnection(bus.address(), error);
+    ASSERT_TRUE(connection) << error;
+    ASSERT_TRUE(requestBusName(connection.get(), "com.halvorn.corvanebarstatus", error)) << error;
+    PanelService service(connection.get(), {}, {});
+    PanelItem cpu = test::sampleItem("cpu");
+    cpu.tooltip = "CPU: 12%\nTop: <make> & cc1plus";
+    cpu.percentage = 12;
+    service.show({cpu});
+    // Waybar reads text and tooltip as Pango markup.
+    EXPECT_EQ(parsed(waybar.nextLine()),
+              (nlohmann::json{{"text", "12%"},
+                              {"tooltip", "CPU: 12%\nTop: &lt;make&gt; &amp; cc1plus"},
+                              {"class", "cpu"},
+                              {"percentage", 12}}));
+    // Switched off: an empty text hides the module.
+    service.show({test::sampleItem("memory")});
+    EXPECT_EQ(parsed(waybar.nextLine()),
+              (nlohmann::json{{"text", ""}, {"tooltip", ""}, {"class", "off"}}));
+    EXPECT_EQ(waybar.finish(SIGTERM), 0);
+}
+
+struct InstallCase {
+    const char* version;
+    int status;
+    const char* build; // what the installed files must be, or nullptr
+};
+
+class GnomeExtensionInstall : public ::testing::TestWithParam<InstallCase> {};
+
+TEST_P(GnomeExtensionInstall, PicksTheBuildForTheShell) {
+    const InstallCase& c = GetParam();
+    test::TemporaryDirectory home;
+    const auto target = home / "gnome-shell/extensions/corvanebar@halvorn.com";
+    // An older copy is replaced as a whole, not merged with.
+    std::filesystem::create_directories(target);
+    std::ofstream(target / "stale.js") << "old";
+    Command install({"gnome-extension", "install", "--shell-version", c.version}, "unix:path=/-",
+                    home.path());
+    EXPECT_EQ(install.finish(), c.status);
+    if (!c.build) {
+        EXPECT_TRUE(std::filesystem::exists(target / "stale.js"));
+        return;
+    }
+    EXPECT_FALSE(std::filesystem::exists(target / "stale.js"));
+    std::ifstream script(target / "corvanebar.js");
+    const std::string text((std::istreambuf_iterator<char>(script)), {});
+    const bool module = text.find("\nexport {createCorvaneBar};") != std::string::npos;
+    EXPECT_EQ(module, std::string_view(c.build) == "esm") << c.version;
+    EXPECT_TRUE(std::filesystem::exists(target / "schemas/gschemas.compiled"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, GnomeExtensionInstall,
+                         ::testing::Values(InstallCase{"43", 0, "legacy"},
+                                           InstallCase{"44", 0, "legacy"},
+                                           InstallCase{"45", 0, "esm"}, InstallCase{"48", 0, "esm"},
+                                           InstallCase{"42", 1, nullptr}));
+
+} // namespace
+} // namespace corvane

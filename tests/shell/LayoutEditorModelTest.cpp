@@ -1,0 +1,404 @@
+#include "shell/LayoutEditorModel.h"
+
+#include "CorvanebarProgram.h"
+#include "SectionFixture.h"
+#include "foundation/Log.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace corvane::test {
+namespace {
+
+using Model = LayoutEditorModel;
+using Outcome = Model::Outcome;
+
+Value modes(std::initializer_list<Value> codes) {
+    Value list = Value::array();
+    for (const Value& code : codes)
+        list.append(code.isDictionary() ? code : Value::dict({{"key", code}}));
+    return list;
+}
+
+// "100 6 101/4": codes in order, a spacer with its width.
+std::string codes(const GenericLayoutContainer& row) {
+    std::string text;
+    for (const auto& item : row.layoutItems()) {
+        text += (text.empty() ? "" : " ") + item.itemKey;
+        if (item.resizable)
+            text += "/" + std::to_string(item.width());
+    }
+    return text;
+}
+
+const std::map<std::string, std::string> kNotifications = {
+    {"cpu", "CorvaneBarCPUPreferencesChanged"},
+    {"memory", "CorvaneBarMeoryPreferencesChanged"},
+    {"battery", "CorvaneBarBatteryPreferencesChanged"},
+};
+
+class LayoutEditorModelTest : public PreferencesFixture {
+protected:
+    void SetUp() override { install(); }
+    std::unique_ptr<Model> model(const std::string& section) {
+        return std::make_unique<Model>(section, CVBPreferences::sharedPreferences(), distributed);
+    }
+
+    DistributedNotificationCenter distributed{nullptr};
+    PostLog posts{distributed};
+};
+
+struct DragCase {
+    const char* name;
+    const char* section;
+    Value stored; // null: the built-in default
+    std::function<Model::Result(Model&)> change;
+    Outcome outcome;
+    const char* active;
+    const char* available;
+};
+
+void PrintTo(const DragCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+constexpr const char* kCPUAvailable = "0 1 2 3 4 5 9 10 11 13 101/4";
+
+const DragCase kDragCases[] = {
+    {"MovesAnElementOutOfTheAvailableRow",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(0); },
+     Outcome::Done,
+     "100 6 0",
+     "1 2 3 4 5 9 10 11 13 101/4"},
+    {"PlacesAtAPosition",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(0, 0); },
+     Outcome::Done,
+     "0 100 6",
+     "1 2 3 4 5 9 10 11 13 101/4"},
+    {"LeavesACopyOfAnElementAllowedTwice",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(10, 1); },
+     Outcome::Done,
+     "100 10 6",
+     kCPUAvailable},
+    {"LeavesACopyOfTheSpacer",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(101); },
+     Outcome::Done,
+     "100 6 101/4",
+     kCPUAvailable},
+    {"RefusesASecondOfAnElementThatStandsOnce",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(6); },
+     Outcome::Refused,
+     "100 6",
+     kCPUAvailable},
+    {"RefusesAnUnknownCode",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(12); },
+     Outcome::Refused,
+     "100 6",
+     kCPUAvailable},
+    {"RefusesAPositionPastTheEnd",
+     "cpu",
+     {},
+     [](Model& m) { return m.add(0, 3); },
+     Outcome::Refused,
+     "100 6",
+     kCPUAvailable},
+    {"ReturnsARemovedElementToItsDefaultIndex",
+     "cpu",
+     {},
+     [](Model& m) { return m.remove(1); },
+     Outcome::Done,
+     "100",
+     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
+    {"ReturnsTheLabelBeforeTheSpacer",
+     "cpu",
+     {},
+     [](Model& m) { return m.remove(0); },
+     Outcome::Done,
+     "6",
+     "0 1 2 3 4 5 9 10 11 13 100 101/4"},
+    {"DropsARemovedCopy", "cpu", modes({100, 9, 9}), [](Model& m) { return m.remove(1); },
+     Outcome::Done, "100 9", "0 1 2 3 4 5 6 9 10 11 13 101/4"},
+    {"MovesWithinTheRow", "cpu", modes({100, 6, 0}), [](Model& m) { return m.move(0, 2); },
+     Outcome::Done, "6 0 100", "1 2 3 4 5 9 10 11 13 101/4"},
+    {"RefusesAMoveOutOfTheRow",
+     "cpu",
+     {},
+     [](Model& m) { return m.move(2, 0); },
+     Outcome::Refused,
+     "100 6",
+     kCPUAvailable},
+    {"SetsASpacersWidth", "cpu", modes({100, Value::dict({{"key", 101}, {"width", 4}})}),
+     [](Model& m) { return m.setSpacerWidth(1, 12); }, Outcome::Done, "100 101/12",
+     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
+    {"RefusesAWidthOutsideTheSpacersRange", "cpu", modes({100, 101}),
+     [](Model& m) { return m.setSpacerWidth(1, 41); }, Outcome::Refused, "100 101/0",
+     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
+    {"RefusesAWidthForAnElementWithoutOne",
+     "cpu",
+     {},
+     [](Model& m) { return m.setSpacerWidth(0, 8); },
+     Outcome::Refused,
+     "100 6",
+     kCPUAvailable},
+    {"MemoryElements",
+     "memory",
+     {},
+     [](Model& m) { return m.add(9, 0); },
+     Outcome::Done,
+     "9 100 1",
+     "0 2 3 6 7 8 101/4"},
+    // The combined battery element has no code yet, so it is not offered.
+    {"BatteryElements",
+     "battery",
+     {},
+     [](Model& m) { return m.add(0); },
+     Outcome::Done,
+     "2 1 0",
+     "3 4 5 6 7 8 100 101/4"},
+    {"ASectionNotDrawnHereIsOnlyShown",
+     "disks",
+     {},
+     [](Model& m) { return m.add(0); },
+     Outcome::Refused,
+     "100 0",
+     ""},
+};
+
+class DragRules : public LayoutEditorModelTest, public ::testing::WithParamInterface<DragCase> {};
+
+TEST_P(DragRules, ChangeTheRowsAndWhatIsStored) {
+    const DragCase& c = GetParam();
+    auto m = model(c.section);
+    const std::string key = m->layout().modeKey;
+    if (!c.stored.isNull())
+        storeElsewhere(Value::dict({{key, c.stored}}));
+    m->reload();
+    const auto result = c.change(*m);
+    EXPECT_EQ(result.outcome, c.outcome) << result.reason;
+    EXPECT_EQ(codes(m->active()), c.active);
+    EXPECT_EQ(codes(m->available()), c.available);
+    if (c.outcome == Outcome::Done) {
+        EXPECT_EQ(onDisk(key), m->modeList());
+        EXPECT_EQ(posts.names, (std::vector<std::string>{kNotifications.at(c.section),
+                                                         "CorvaneBarResetPreferencesApp"}));
+        EXPECT_EQ(posts.infos.front(), Value::dict({{"key", key}}));
+    } else {
+        EXPECT_FALSE(result.reason.empty());
+        EXPECT_EQ(onDisk(key), c.stored);
+        EXPECT_TRUE(posts.names.empty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(LayoutEditor, DragRules, ::testing::ValuesIn(kDragCases),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+TEST_F(LayoutEditorModelTest, KeepsEachEntrysSettingsThroughAChange) {
+    // Codes as text, as older versions stored them, read as the numbers they are.
+    storeElsewhere(
+        Value::dict({{"CPU_MenubarMode", modes({"100", Value::dict({{"key", 11}, {"display", 0}}),
+                                                Value::dict({{"key", 101}, {"width", 7}}), 0})}}));
+    auto m = model("cpu");
+    ASSERT_TRUE(m->move(3, 0));
+    const Value expected = modes({0, 100, Value::dict({{"key", 11}, {"display", 0}}),
+                                  Value::dict({{"key", 101}, {"width", 7}})});
+    EXPECT_EQ(onDisk("CPU_MenubarMode"), expected);
+    // A new element gets the catalogue's settings, not those of one placed before.
+    ASSERT_TRUE(m->add(11));
+    EXPECT_EQ(onDisk("CPU_MenubarMode")[4], Value::dict({{"key", 11}, {"display", 1}}));
+    EXPECT_EQ(model("cpu")->modeList(), onDisk("CPU_MenubarMode"));
+
+    const Value weather = Value::array({Value::dict({{"uuid", "A"}, {"mode", 1}}),
+                                        Value::dict({{"uuid", "B"}, {"mode", 0}, {"display", 4}})});
+    storeElsewhere(Value::dict({{"Weather_MenubarMode", weather}}));
+    auto w = model("weather");
+    EXPECT_EQ(codes(w->active()), "1 0");
+    EXPECT_EQ(w->active().preferenceValue(), "A,B");
+    EXPECT_EQ(w->modeList(), weather);
+}
+
+struct DamagedCase {
+    const char* name;
+    Value stored;
+    const char* active;
+    std::vector<const char*> logged;
+};
+
+const DamagedCase kDamagedCases[] = {
+    {"Dictionary", Value::dict({{"key", 0}}), "", {"CPU_MenubarMode holds a dictionary"}},
+    {"Number", Value(7), "", {"CPU_MenubarMode holds an integer"}},
+    // The comma-joined form of old versions is an empty list, nothing to report.
+    {"OldString", Value("100,6"), "", {}},
+    {"BadEntries",
+     Value::array({5, Value::dict({{"key", "x"}}), Value::dict({{"key", 12}}),
+                   Value::dict({{"key", 2.5}}), Value::dict({{"key", "100"}})}),
+     "100",
+     {"entry 1 is an integer", "entry 2 has the code \"x\"", "entry 3 has the code 12",
+      "entry 4 has the code 2.5"}},
+};
+
+void PrintTo(const DamagedCase& c, std::ostream* out) {
+    *out << c.name;
+}
+
+class DamagedModes : public LayoutEditorModelTest,
+                     public ::testing::WithParamInterface<DamagedCase> {};
+
+TEST_P(DamagedModes, ShowWhatCanBeReadAndKeepTheValueUntilTheRowChanges) {
+    const DamagedCase& c = GetParam();
+    storeElsewhere(Value::dict({{"CPU_MenubarMode", c.stored}}));
+    LogCapture log;
+    auto m = model("cpu");
+    EXPECT_EQ(codes(m->active()), c.active);
+    for (const char* line : c.logged)
+        EXPECT_TRUE(log.contains(line)) << line << "\n" << log.lines();
+    if (c.logged.empty()) {
+        EXPECT_FALSE(log.contains("CPU_MenubarMode")) << log.lines();
+    }
+    EXPECT_EQ(onDisk("CPU_MenubarMode"), c.stored);
+
+    ASSERT_TRUE(m->add(0));
+    Value expected = m->active().hasItemWithKey(100) ? modes({100, 0}) : modes({0});
+    EXPECT_EQ(onDisk("CPU_MenubarMode"), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(LayoutEditor, DamagedModes, ::testing::ValuesIn(kDamagedCases),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+TEST_F(LayoutEditorModelTest, FollowsWritesOfOtherProcessesToItsKeyOnly) {
+    auto m = model("cpu");
+    int changes = 0;
+    m->setChangeHandler([&] { ++changes; });
+    ASSERT_TRUE(m->add(0));
+    EXPECT_EQ(changes, 1) << "its own post, heard back, changes nothing";
+
+    const auto writeElsewhere = [&](const char* key, const Value& value) {
+        storeElsewhere(Value::dict({{key, value}}));
+        distributed.postNotificationName("CorvaneBarCPUPreferencesChanged",
+                                         Value::dict({{"key", key}}));
+    };
+    writeElsewhere("CPU_MenubarTextColor", Value("1 0 0 1"));
+    EXPECT_EQ(changes, 1);
+    writeElsewhere("CPU_MenubarMode", modes({3}));
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(codes(m->active()), "3");
+    EXPECT_EQ(codes(m->available()), "0 1 2 4 5 6 9 10 11 13 100 101/4");
+
+    // An import or reset says nothing of which keys it replaced.
+    storeElsewhere(Value::dict({{"CPU_MenubarMode", modes({1})}}));
+    distributed.postNotificationName("CorvaneBarExternalChange");
+    EXPECT_EQ(codes(m->active()), "1");
+    EXPECT_EQ(changes, 3);
+}
+
+TEST_F(LayoutEditorModelTest, ASettingThatCannotBeWrittenIsNotAnnounced) {
+    installUnwritable();
+    LogCapture quiet;
+    auto m = model("cpu");
+    const auto result = m->add(0);
+    EXPECT_EQ(result.outcome, Outcome::NotStored);
+    EXPECT_EQ(result.reason, "CPU_MenubarMode could not be stored");
+    EXPECT_TRUE(posts.names.empty());
+}
+
+// The built command, as a script would run it, on settings of its own.
+class LayoutCommand : public LayoutEditorModelTest {
+protected:
+    struct Run {
+        int status = -1;
+        std::string out;
+        std::string err;
+    };
+    Run layout(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {CVB_CORVANEBAR_PROGRAM, "layout"});
+        std::vector<char*> argv;
+        for (auto& argument : arguments)
+            argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        gchar** env = g_get_environ();
+        env = g_environ_setenv(env, "XDG_CONFIG_HOME", (dir.path() / "config").c_str(), TRUE);
+        env = g_environ_setenv(env, "XDG_STATE_HOME", (dir.path() / "state").c_str(), TRUE);
+        env = g_environ_setenv(env, "LANGUAGE", "en", TRUE);
+        gchar* out = nullptr;
+        gchar* err = nullptr;
+        gint wait = 0;
+        Run run;
+        if (g_spawn_sync(nullptr, argv.data(), env, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
+                         &wait, nullptr)) {
+            GError* error = nullptr;
+            run.status = g_spawn_check_wait_status(wait, &error) ? 0 : error->code;
+            g_clear_error(&error);
+            run.out = out;
+            run.err = err;
+        }
+        g_free(out);
+        g_free(err);
+        g_strfreev(env);
+        return run;
+    }
+    Value stored() {
+        return PreferenceDomain(kExtrasDomain, dir.path() / "config" / "corvanebar" /
+                                                   "com.halvorn.corvanebar6.extras.plist")
+            .copyAll()["CPU_MenubarMode"];
+    }
+};
+
+TEST_F(LayoutCommand, PrintsAndChangesTheRows) {
+    auto run = layout({"cpu"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "CPU & GPU item (CPU_MenubarMode)\n"
+                       "Active:     1. Label (100)  2. Vertical Graph of All Cores (6)\n"
+                       "Available:  History Graph (0), Vertical Graph (1), Percentage (2), Pie "
+                       "Graph (3), Load Average (4), GPU Icon (5), GPU Vertical Graph (9), GPU "
+                       "Percentage (10), GPU History Graph (11), Circular Graph (13), Spacer "
+                       "(101, 4 points)\n");
+
+    run = layout({"cpu", "add", "0", "--at", "1"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("CPU_MenubarMode: "), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("Active:     1. History Graph (0)  2. Label (100)  3. Vertical Graph "
+                           "of All Cores (6)\n"),
+              std::string::npos)
+        << run.out;
+    EXPECT_EQ(stored(), modes({0, 100, 6}));
+
+    run = layout({"cpu", "spacer", "2", "8"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err, "corvanebar layout: cpu: Label has no width to set; nothing changed\n");
+    EXPECT_EQ(stored(), modes({0, 100, 6}));
+}
+
+TEST_F(LayoutCommand, RefusesWhatTheRowsDoNotAllow) {
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* message;
+    } cases[] = {
+        {{"gpu"}, 2, "no section \"gpu\" with a panel item; one of: cpu, memory, disks"},
+        {{"cpu", "add", "12"}, 2, "the CPU & GPU item has no element 12; nothing changed"},
+        {{"cpu", "remove", "3"}, 2, "the row has no element 3, which holds 2 elements (1 to 2)"},
+        {{"cpu", "move", "x", "1"}, 2, "\"x\" is not a whole number"},
+        {{"disks", "add", "0"}, 2, "this version does not draw the Disks item yet"},
+    };
+    for (const auto& c : cases) {
+        const auto run = layout(c.arguments);
+        EXPECT_EQ(run.status, c.status) << c.message;
+        EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+    }
+    EXPECT_TRUE(stored().isNull());
+}
+
+} // namespace
+} // namespace corvane::test

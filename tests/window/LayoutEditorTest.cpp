@@ -1,0 +1,181 @@
+#include "window/LayoutEditor.h"
+
+#include "preferences/PreferencesFixture.h"
+#include "shell/SectionItems.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <glib-unix.h>
+#include <gtest/gtest.h>
+#include <gtkmm/init.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace corvane::test {
+namespace {
+
+// An X server of the test's own when none is given, stopped when the tests end.
+class Display {
+public:
+    // Empty when there is a display to use, else why there is none.
+    std::string open() {
+        if (std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"))
+            return {};
+        int ready[2];
+        if (!g_unix_open_pipe(ready, FD_CLOEXEC, nullptr))
+            return "no pipe for Xvfb";
+        const gchar* argv[] = {"Xvfb",    "-displayfd", "3",           "-nolisten", "tcp",
+                               "-screen", "0",          "1024x768x24", nullptr};
+        const gint source[] = {ready[1]};
+        const gint target[] = {3};
+        GError* error = nullptr;
+        const bool started = g_spawn_async_with_pipes_and_fds(
+            nullptr, argv, nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, -1, -1, -1, source,
+            target, 1, &server_, nullptr, nullptr, nullptr, &error);
+        close(ready[1]);
+        std::string number;
+        char c = 0;
+        while (started && read(ready[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        close(ready[0]);
+        const std::string why = started ? "Xvfb said no display number" : error->message;
+        g_clear_error(&error);
+        if (number.empty())
+            return why;
+        setenv("DISPLAY", (":" + number).c_str(), 1);
+        return {};
+    }
+    ~Display() {
+        if (server_ <= 0)
+            return;
+        kill(server_, SIGTERM);
+        waitpid(server_, nullptr, 0);
+    }
+
+private:
+    GPid server_ = 0;
+};
+
+class LayoutEditorTest : public PreferencesFixture {
+protected:
+    static void SetUpTestSuite() {
+        // Quiet and quick: no accessibility bus, no desktop settings service.
+        setenv("GTK_A11Y", "none", 1);
+        setenv("GSETTINGS_BACKEND", "memory", 1);
+        display_ = new Display;
+        skipReason_ = display_->open();
+        if (skipReason_.empty() && !gtk_init_check())
+            skipReason_ = "GTK cannot open the display";
+        if (skipReason_.empty())
+            Gtk::init_gtkmm_internals();
+    }
+    static void TearDownTestSuite() {
+        delete display_;
+        display_ = nullptr;
+    }
+
+    void SetUp() override {
+        if (!skipReason_.empty())
+            GTEST_SKIP() << skipReason_;
+        install();
+        model_ = std::make_unique<LayoutEditorModel>("cpu", CVBPreferences::sharedPreferences(),
+                                                     distributed_);
+        editor_ = std::make_unique<LayoutEditor>(*model_);
+        window_ = std::make_unique<Gtk::Window>();
+        window_->set_child(*editor_);
+        window_->present();
+        settle();
+    }
+    void TearDown() override {
+        if (window_)
+            window_->destroy();
+        window_.reset();
+        editor_.reset();
+        model_.reset();
+        cleanupSectionItems();
+        PreferencesFixture::TearDown();
+    }
+
+    // Runs the toolkit until it has laid out and drawn what changed; a button pressed from
+    // the keyboard shows itself pressed for a quarter of a second before it acts.
+    void settle(int rounds = 50) {
+        for (int round = 0; round < rounds; ++round) {
+            while (g_main_context_iteration(nullptr, FALSE)) {
+            }
+            g_usleep(2000);
+        }
+    }
+
+    // A drop as the toolkit hands it to the row, with the text a tile's drag carries.
+    bool drop(LayoutEditor::Row row, const std::string& carried, double x) {
+        GValue value = G_VALUE_INIT;
+        g_value_init(&value, G_TYPE_STRING);
+        g_value_set_string(&value, carried.c_str());
+        gboolean taken = FALSE;
+        g_signal_emit_by_name(editor_->dropTarget(row).gobj(), "drop", &value, x, 10.0, &taken);
+        g_value_unset(&value);
+        settle();
+        return taken;
+    }
+
+    Value stored() { return onDisk("CPU_MenubarMode"); }
+    static Value modes(std::initializer_list<int> codes) {
+        Value list = Value::array();
+        for (int code : codes)
+            list.append(Value::dict({{"key", code}}));
+        return list;
+    }
+
+    static inline Display* display_ = nullptr;
+    static inline std::string skipReason_;
+    DistributedNotificationCenter distributed_{nullptr};
+    std::unique_ptr<LayoutEditorModel> model_;
+    std::unique_ptr<LayoutEditor> editor_;
+    std::unique_ptr<Gtk::Window> window_;
+};
+
+TEST_F(LayoutEditorTest, DropsWriteTheModeListAsTheCommandDoes) {
+    using Row = LayoutEditor::Row;
+    ASSERT_EQ(editor_->tiles(Row::Active).size(), 2u);
+    // The history graph, dropped past the last tile: `corvanebar layout cpu add 0`.
+    EXPECT_TRUE(drop(Row::Active, LayoutEditor::dragText(Row::Available, 0), 10000));
+    EXPECT_EQ(stored(), modes({100, 6, 0}));
+    EXPECT_EQ(editor_->tiles(Row::Active).size(), 3u);
+
+    // Within the row, to the front; then out of it onto the available row.
+    EXPECT_TRUE(drop(Row::Active, LayoutEditor::dragText(Row::Active, 2), 0));
+    EXPECT_EQ(stored(), modes({0, 100, 6}));
+    EXPECT_TRUE(drop(Row::Available, LayoutEditor::dragText(Row::Active, 1), 0));
+    EXPECT_EQ(stored(), modes({0, 6}));
+    // From the available row to itself, or text of another kind: nothing moves.
+    EXPECT_FALSE(drop(Row::Available, LayoutEditor::dragText(Row::Available, 1), 0));
+    EXPECT_FALSE(drop(Row::Active, "a file name", 0));
+    EXPECT_EQ(stored(), modes({0, 6}));
+    EXPECT_EQ(editor_->tiles(Row::Available).size(), 11u);
+}
+
+TEST_F(LayoutEditorTest, EachTilesMenuDoesWithoutAMouseWhatADragDoes) {
+    using Row = LayoutEditor::Row;
+    // The menu of the first shown tile: Remove, Move Left, Move Right.
+    auto* tile = dynamic_cast<Gtk::MenuButton*>(editor_->tiles(Row::Active).at(0));
+    ASSERT_NE(tile, nullptr);
+    auto* list = dynamic_cast<Gtk::Box*>(tile->get_popover()->get_child());
+    ASSERT_NE(list, nullptr);
+    auto* moveRight =
+        dynamic_cast<Gtk::Button*>(list->get_first_child()->get_next_sibling()->get_next_sibling());
+    ASSERT_NE(moveRight, nullptr);
+    EXPECT_FALSE(list->get_first_child()->get_next_sibling()->get_sensitive()) << "Move Left";
+    tile->popup();
+    settle();
+    moveRight->activate();
+    settle(200);
+    EXPECT_EQ(stored(), modes({6, 100}));
+    // The keyboard stays on the tile it moved.
+    Gtk::Widget* focus = window_->get_focus();
+    Gtk::Widget* moved = editor_->tiles(Row::Active).at(1);
+    ASSERT_NE(focus, nullptr);
+    EXPECT_TRUE(focus == moved || focus->is_ancestor(*moved));
+}
+
+} // namespace
+} // namespace corvane::test
