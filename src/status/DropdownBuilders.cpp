@@ -114,14 +114,10 @@ ItemSummary DropdownBuilders::summary(std::string_view section) const {
     std::string_view title;
     if (section == "cpu") {
         title = "CPU: %@";
-        const Value status = ProcessorStatus(sources_.cpu, sources_.load).dictionary();
-        if (status.contains("cpu"))
-            value = status["cpu"]["total"].doubleValue();
+        value = ProcessorStatus(sources_.cpu, sources_.load).totalPercent();
     } else if (section == "memory") {
         title = "Memory: %@";
-        const Value status = MemoryStatus(sources_.memory).dictionary();
-        if (status.contains("usedPercent"))
-            value = status["usedPercent"].doubleValue();
+        value = MemoryStatus(sources_.memory).usedPercent();
     } else if (section == "battery") {
         title = "Battery: %@";
         const auto battery = sources_.battery.primaryBattery();
@@ -203,7 +199,8 @@ void DropdownBuilders::addMemoryRows(std::vector<DropdownRow>& rows) const {
         addTopProcesses(rows, true);
         return;
     }
-    const double* v = sources_.memory.sampleAtIndex(0, 0).values;
+    const statsample sample = sources_.memory.sampleAtIndex(0, 0); // the values live in it
+    const double* v = sample.values;
     std::string pressure = percent(text_, v[MemoryStatCollector::WiredAndCompressed]);
     if (const char* word = pressureWord(m["pressureLevel"].integerValue()))
         pressure += " (" + translated(word) + ")";

@@ -215,6 +215,9 @@ void PanelService::setStyle(GVariant* parameters, GDBusMethodInvocation* invocat
             CVBLog("Panel interface: foreground colour \"%s\" is not #rrggbb or #rrggbbaa; kept",
                    given["foreground"].string().c_str());
     }
+    const char* sender = g_dbus_method_invocation_get_sender(invocation);
+    if (sender)
+        watchFrontEnd(sender);
     g_dbus_method_invocation_return_value(invocation, nullptr);
     if (style == style_)
         return;
@@ -222,6 +225,36 @@ void PanelService::setStyle(GVariant* parameters, GDBusMethodInvocation* invocat
     const auto onStyle = onStyle_;
     if (onStyle)
         onStyle(style);
+}
+
+bool PanelService::hasFrontEnd() const {
+    return std::any_of(frontEnds_.begin(), frontEnds_.end(),
+                       [](const auto& entry) { return entry.second.present; });
+}
+
+void PanelService::watchFrontEnd(const char* sender) {
+    if (frontEnds_.contains(sender))
+        return;
+    // Unique names are never reused: the ones gone are dropped here, outside their callbacks.
+    std::erase_if(frontEnds_, [](const auto& entry) { return !entry.second.present; });
+    const bool first = !hasFrontEnd();
+    frontEnds_[sender].watch =
+        NameWatch(g_bus_watch_name_on_connection(connection_, sender, G_BUS_NAME_WATCHER_FLAGS_NONE,
+                                                 nullptr, frontEndVanished, this, nullptr));
+    CVBLog("Panel interface: %s shows the items in the panel", sender);
+    if (first && onFrontEnds_)
+        onFrontEnds_(true);
+}
+
+void PanelService::frontEndVanished(GDBusConnection*, const gchar* name, gpointer self) {
+    auto& service = *static_cast<PanelService*>(self);
+    const auto known = service.frontEnds_.find(name);
+    if (known == service.frontEnds_.end() || !known->second.present)
+        return;
+    known->second.present = false;
+    CVBLog("Panel interface: %s left the bus", name);
+    if (!service.hasFrontEnd() && service.onFrontEnds_)
+        service.onFrontEnds_(false);
 }
 
 void PanelService::activate(GVariant* parameters, GDBusMethodInvocation* invocation) {

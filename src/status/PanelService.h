@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,6 +49,14 @@ public:
     void show(const std::vector<PanelItem>& items) override;
 
     const PanelStyle& style() const { return style_; }
+
+    // A front end that sets the style draws the items in the panel itself. While one stays on
+    // the bus, tray icons would show every item a second time (GNOME with a tray extension);
+    // `handler` hears when the first comes and when the last goes.
+    void setFrontEndHandler(std::function<void(bool present)> handler) {
+        onFrontEnds_ = std::move(handler);
+    }
+    bool hasFrontEnd() const;
     bool isConnected() const { return static_cast<bool>(registration_); }
 
 private:
@@ -64,6 +73,8 @@ private:
     void setStyle(GVariant* parameters, GDBusMethodInvocation* invocation);
     void activate(GVariant* parameters, GDBusMethodInvocation* invocation);
     void reportShown(GVariant* parameters);
+    void watchFrontEnd(const char* sender);
+    static void frontEndVanished(GDBusConnection*, const gchar* name, gpointer self);
     void answerForItem(std::string_view method, GVariant* parameters,
                        GDBusMethodInvocation* invocation) const;
 
@@ -74,6 +85,12 @@ private:
     PanelStyle style_;
     std::vector<PanelItem> items_;
     ConnectionId registration_;
+    struct FrontEnd {
+        NameWatch watch;
+        bool present = true;
+    };
+    std::map<std::string, FrontEnd> frontEnds_; // by unique bus name
+    std::function<void(bool)> onFrontEnds_;
 };
 
 } // namespace corvane

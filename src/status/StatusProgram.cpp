@@ -72,9 +72,11 @@ StatusProgram::StatusProgram(Services services, Options options)
         headless_ = std::make_unique<HeadlessWriter>(*options_.headlessDirectory,
                                                      [&queue] { return queue.clock().now(); });
     } else {
-        if (services_.bus)
+        if (services_.bus) {
             panel_ = std::make_unique<PanelService>(
                 services_.bus, onAction, [this](const PanelStyle& s) { styleChanged(s); });
+            panel_->setFrontEndHandler([this](bool) { publish(); });
+        }
         tray_ = std::make_unique<StatusNotifierFrontEnd>(onAction, options_.tray);
         tray_->setHostHandler([this](const std::string& host) {
             if (services_.appearance)
@@ -214,12 +216,14 @@ void StatusProgram::publish() {
         shown_.push_back(item->shown);
     listChanged_ = false;
     ++frames_;
-    for (PanelFrontEnd* frontEnd :
-         {static_cast<PanelFrontEnd*>(headless_.get()), static_cast<PanelFrontEnd*>(panel_.get()),
-          static_cast<PanelFrontEnd*>(tray_.get())}) {
+    for (PanelFrontEnd* frontEnd : {static_cast<PanelFrontEnd*>(headless_.get()),
+                                    static_cast<PanelFrontEnd*>(panel_.get())}) {
         if (frontEnd)
             frontEnd->show(shown_);
     }
+    // Where a front end draws the items in the panel itself, tray icons would show each twice.
+    if (tray_)
+        tray_->show(panel_ && panel_->hasFrontEnd() ? std::vector<PanelItem>{} : shown_);
 }
 
 bool StatusProgram::repaint(LiveItem& item) {

@@ -262,7 +262,7 @@ TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
     EXPECT_TRUE(quitAsked);
 }
 
-TEST_F(StatusProgramTest, APanelThatSaysItIsDarkAndTallGetsPicturesToMatch) {
+TEST_F(StatusProgramTest, APanelThatDrawsTheItemsGetsPicturesToMatchAndNoTrayTwins) {
     installPreferences(kThreeItems);
     startProgram();
     ASSERT_TRUE(waitUntil([&] { return registered() == 3; }, 1.0));
@@ -276,9 +276,24 @@ TEST_F(StatusProgramTest, APanelThatSaysItIsDarkAndTallGetsPicturesToMatch) {
                                        "SetStyle", g_variant_new("(a{sv})", &style));
     ASSERT_EQ(set.error, "");
     EXPECT_TRUE(CVBPreferences::sharedPreferences().isMenubarDark());
+    // It shows the items itself: tray icons would show each a second time.
+    EXPECT_TRUE(waitUntil([&] { return busName("memory").empty(); }, 1.0));
     EXPECT_TRUE(waitUntil([&] {
-        return itemProperties(busName("memory"))["IconPixmap"][0][1].integerValue() == 44;
+        const auto picture = test::callAndWait(
+            client.get(), g_dbus_connection_get_unique_name(bus.get()), PanelService::kObjectPath,
+            PanelService::kInterface, "GetPicture", g_variant_new("(ssd)", "memory", "wide", 1.0));
+        return picture.reply && fromGVariant(picture.reply.get())[1].integerValue() == 44;
     }));
+
+    // When it leaves the bus, the tray icons come back, drawn to the style it set.
+    g_dbus_connection_close_sync(client.get(), nullptr, nullptr);
+    client = test::clientConnection();
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            return !busName("memory").empty() &&
+                   itemProperties(busName("memory"))["IconPixmap"][0][1].integerValue() == 44;
+        },
+        2.0));
 }
 
 TEST_F(StatusProgramTest, HeadlessFramesFallOnWholeSecondsAndTheHistoryGrows) {

@@ -72,6 +72,12 @@ bool ProcessorStatus::hasLoadAverages() const {
     return measured(load_.sampleAtIndex(0, 0));
 }
 
+std::optional<double> ProcessorStatus::totalPercent() const {
+    if (!hasProcessorLoad())
+        return std::nullopt;
+    return shares(cpu_.sampleAtIndex(0, 0))["total"].doubleValue();
+}
+
 Value ProcessorStatus::dictionary() const {
     Value status = Value::dict();
     if (hasProcessorLoad()) {

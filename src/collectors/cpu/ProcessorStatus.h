@@ -3,6 +3,7 @@
 #include "collectors/cpu/CPUStatCollector.h"
 #include "collectors/cpu/LoadStatCollector.h"
 
+#include <optional>
 #include <string>
 
 namespace corvane {
@@ -24,6 +25,9 @@ public:
     // {"cpu": {"user", "system", "nice", "total", "time"}, "cores": [{"core", "user", ...}],
     //  "physicalCores": [...], "load": {"one", "five", "fifteen"}, "tasks", "threads"}
     Value dictionary() const;
+    // The machine's busy share in percent, for a panel that shows only that; nothing before a
+    // reading.
+    std::optional<double> totalPercent() const;
     // A block: the machine, each core, the load averages.
     std::string text() const;
     // One line for a running display: the sample's second, the machine's load and the load

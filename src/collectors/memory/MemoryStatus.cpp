@@ -25,14 +25,31 @@ bool MemoryStatus::hasReading() const {
     return s.time > 0 && s.empty == 0 && s.values[MemoryStatCollector::Total] > 0;
 }
 
+namespace {
+
+// The shares are worked out from the sizes beside them, so that the two always agree; the
+// collector's own shares divide by the total of the sample before.
+double usedOf(const double* v) {
+    return v[MemoryStatCollector::Wired] + v[MemoryStatCollector::Active] +
+           v[MemoryStatCollector::Compressed];
+}
+
+} // namespace
+
+std::optional<double> MemoryStatus::usedPercent() const {
+    if (!hasReading())
+        return std::nullopt;
+    const statsample sample = memory_.sampleAtIndex(0, 0); // the values live in it
+    const double* v = sample.values;
+    return percentOf(usedOf(v), v[MemoryStatCollector::Total]);
+}
+
 Value MemoryStatus::dictionary() const {
     if (!hasReading())
         return Value::dict();
-    const double* v = memory_.sampleAtIndex(0, 0).values;
-    // The shares are worked out from the sizes beside them, so that the two always agree; the
-    // collector's own shares divide by the total of the sample before.
-    const double used = v[MemoryStatCollector::Wired] + v[MemoryStatCollector::Active] +
-                        v[MemoryStatCollector::Compressed];
+    const statsample sample = memory_.sampleAtIndex(0, 0); // the values live in it
+    const double* v = sample.values;
+    const double used = usedOf(v);
     Value memory =
         Value::dict({{"total", v[MemoryStatCollector::Total]},
                      {"free", v[MemoryStatCollector::Free]},

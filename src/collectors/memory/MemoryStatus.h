@@ -2,6 +2,7 @@
 
 #include "collectors/memory/MemoryStatCollector.h"
 
+#include <optional>
 #include <string>
 
 namespace corvane {
@@ -20,6 +21,8 @@ public:
     //  total less available), "usedWithInactivePercent" (the inactive caches too: total less
     //  free), "pressureLevel" (where the system tells it)}; empty without a reading.
     Value dictionary() const;
+    // Wired, active and compressed memory in percent of the total; nothing before a reading.
+    std::optional<double> usedPercent() const;
     std::string text() const;
 
 private:
