@@ -181,6 +181,11 @@ void PanelService::announceChanges(const std::vector<PanelItem>& before) const {
 }
 
 void PanelService::emit(const char* signal, GVariant* parameters) const {
+    if (!hasClient()) {
+        if (parameters)
+            g_variant_unref(g_variant_ref_sink(parameters));
+        return;
+    }
     g_dbus_connection_emit_signal(connection_, nullptr, kObjectPath, kInterface, signal, parameters,
                                   nullptr);
 }
@@ -215,9 +220,7 @@ void PanelService::setStyle(GVariant* parameters, GDBusMethodInvocation* invocat
             CVBLog("Panel interface: foreground colour \"%s\" is not #rrggbb or #rrggbbaa; kept",
                    given["foreground"].string().c_str());
     }
-    const char* sender = g_dbus_method_invocation_get_sender(invocation);
-    if (sender)
-        watchFrontEnd(sender);
+    noteClient(invocation, true);
     g_dbus_method_invocation_return_value(invocation, nullptr);
     if (style == style_)
         return;
@@ -228,30 +231,46 @@ void PanelService::setStyle(GVariant* parameters, GDBusMethodInvocation* invocat
 }
 
 bool PanelService::hasFrontEnd() const {
-    return std::any_of(frontEnds_.begin(), frontEnds_.end(),
+    return std::any_of(clients_.begin(), clients_.end(), [](const auto& entry) {
+        return entry.second.present && entry.second.drawsItems;
+    });
+}
+
+bool PanelService::hasClient() const {
+    return std::any_of(clients_.begin(), clients_.end(),
                        [](const auto& entry) { return entry.second.present; });
 }
 
-void PanelService::watchFrontEnd(const char* sender) {
-    if (frontEnds_.contains(sender))
+void PanelService::noteClient(GDBusMethodInvocation* invocation, bool drawsItems) {
+    const char* sender = g_dbus_method_invocation_get_sender(invocation);
+    if (!sender)
         return;
-    // Unique names are never reused: the ones gone are dropped here, outside their callbacks.
-    std::erase_if(frontEnds_, [](const auto& entry) { return !entry.second.present; });
-    const bool first = !hasFrontEnd();
-    frontEnds_[sender].watch =
-        NameWatch(g_bus_watch_name_on_connection(connection_, sender, G_BUS_NAME_WATCHER_FLAGS_NONE,
-                                                 nullptr, frontEndVanished, this, nullptr));
+    const bool drawnBefore = hasFrontEnd();
+    auto known = clients_.find(sender);
+    if (known == clients_.end()) {
+        // Unique names are never reused: the ones gone are dropped here, outside their callbacks.
+        std::erase_if(clients_, [](const auto& entry) { return !entry.second.present; });
+        known = clients_.emplace(sender, Client{}).first;
+        known->second.watch = NameWatch(
+            g_bus_watch_name_on_connection(connection_, sender, G_BUS_NAME_WATCHER_FLAGS_NONE,
+                                           nullptr, clientVanished, this, nullptr));
+    }
+    if (!drawsItems || known->second.drawsItems)
+        return;
+    known->second.drawsItems = true;
     CVBLog("Panel interface: %s shows the items in the panel", sender);
-    if (first && onFrontEnds_)
+    if (!drawnBefore && onFrontEnds_)
         onFrontEnds_(true);
 }
 
-void PanelService::frontEndVanished(GDBusConnection*, const gchar* name, gpointer self) {
+void PanelService::clientVanished(GDBusConnection*, const gchar* name, gpointer self) {
     auto& service = *static_cast<PanelService*>(self);
-    const auto known = service.frontEnds_.find(name);
-    if (known == service.frontEnds_.end() || !known->second.present)
+    const auto known = service.clients_.find(name);
+    if (known == service.clients_.end() || !known->second.present)
         return;
     known->second.present = false;
+    if (!known->second.drawsItems)
+        return;
     CVBLog("Panel interface: %s left the bus", name);
     if (!service.hasFrontEnd() && service.onFrontEnds_)
         service.onFrontEnds_(false);
@@ -318,6 +337,7 @@ void PanelService::methodCall(GDBusConnection*, const gchar*, const gchar*, cons
                               GDBusMethodInvocation* invocation, gpointer self) {
     auto& service = *static_cast<PanelService*>(self);
     const std::string_view name = method;
+    service.noteClient(invocation, false);
     if (name == "GetItems") {
         std::vector<Value> items;
         for (const auto& item : service.items_)

@@ -52,7 +52,8 @@ public:
 
     // A front end that sets the style draws the items in the panel itself. While one stays on
     // the bus, tray icons would show every item a second time (GNOME with a tray extension);
-    // `handler` hears when the first comes and when the last goes.
+    // `handler` hears when the first comes and when the last goes. Signals go only to front
+    // ends, callers of any method that are still on the bus: with none, nothing is sent.
     void setFrontEndHandler(std::function<void(bool present)> handler) {
         onFrontEnds_ = std::move(handler);
     }
@@ -73,8 +74,9 @@ private:
     void setStyle(GVariant* parameters, GDBusMethodInvocation* invocation);
     void activate(GVariant* parameters, GDBusMethodInvocation* invocation);
     void reportShown(GVariant* parameters);
-    void watchFrontEnd(const char* sender);
-    static void frontEndVanished(GDBusConnection*, const gchar* name, gpointer self);
+    void noteClient(GDBusMethodInvocation* invocation, bool drawsItems);
+    bool hasClient() const;
+    static void clientVanished(GDBusConnection*, const gchar* name, gpointer self);
     void answerForItem(std::string_view method, GVariant* parameters,
                        GDBusMethodInvocation* invocation) const;
 
@@ -85,11 +87,12 @@ private:
     PanelStyle style_;
     std::vector<PanelItem> items_;
     ConnectionId registration_;
-    struct FrontEnd {
+    struct Client {
         NameWatch watch;
         bool present = true;
+        bool drawsItems = false;
     };
-    std::map<std::string, FrontEnd> frontEnds_; // by unique bus name
+    std::map<std::string, Client> clients_; // by unique bus name
     std::function<void(bool)> onFrontEnds_;
 };
 

@@ -39,6 +39,8 @@ public:
     // The panel's scale factor: from 1.5 up the items send their 2x pictures.
     void setScale(double scale);
     PictureShape pictureShape() const { return pictureShapeFor(style_, hostProgram_); }
+    // Whether a panel shows the square pictures now: only then are they worth drawing.
+    bool showsCompact() const { return watcherPresent_ && pictureShape() == PictureShape::Compact; }
     // The program that owns the watcher, once known.
     const std::string& hostProgram() const { return hostProgram_; }
     // Called each time the host program is learned anew.

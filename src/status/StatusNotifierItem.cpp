@@ -76,18 +76,16 @@ StatusNotifierItem::~StatusNotifierItem() {
 
 void StatusNotifierItem::update(const PanelItem& item, const PanelPicture& picture) {
     const bool first = shown_.id.empty();
-    std::vector<std::uint8_t> pixmap = straightArgbBytes(picture);
-    const bool newIcon = pixmap != pixmap_ || picture.width() != pixmapWidth_;
+    const bool newIcon = !(picture == picture_);
     const bool newTitle = item.title != shown_.title;
     const bool newToolTip = newTitle || item.tooltip != shown_.tooltip;
     const bool newLabel = item.label != shown_.label || item.labelGuide != shown_.labelGuide;
-    pixmap_ = std::move(pixmap);
-    pixmapWidth_ = picture.width();
-    pixmapHeight_ = picture.height();
+    picture_ = picture;
     shown_ = item;
     shown_.id = item.id.empty() ? busName_ : item.id;
     menu_->setModel(item.dropdown);
-    if (first)
+    // Until a watcher lists the item no host listens; the one that does reads it all afresh.
+    if (first || registration_ == Registration::None || registration_ == Registration::Failed)
         return;
     if (newIcon)
         emit("NewIcon");
@@ -106,14 +104,15 @@ void StatusNotifierItem::emit(const char* signal, GVariant* parameters) const {
 }
 
 GVariant* StatusNotifierItem::iconPixmap() const {
-    if (pixmap_.empty())
+    if (picture_.empty())
         return noPixmaps();
+    const std::vector<std::uint8_t> pixmap = straightArgbBytes(picture_);
     // Hosts differ in which of several sizes they take, and some fetch every property on each
     // change: one size keeps both simple.
     GVariant* bytes =
-        g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, pixmap_.data(), pixmap_.size(), 1);
-    GVariant* pixmap = g_variant_new("(ii@ay)", pixmapWidth_, pixmapHeight_, bytes);
-    return g_variant_new_array(G_VARIANT_TYPE("(iiay)"), &pixmap, 1);
+        g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, pixmap.data(), pixmap.size(), 1);
+    GVariant* icon = g_variant_new("(ii@ay)", picture_.width(), picture_.height(), bytes);
+    return g_variant_new_array(G_VARIANT_TYPE("(iiay)"), &icon, 1);
 }
 
 GVariant* StatusNotifierItem::property(std::string_view name) const {

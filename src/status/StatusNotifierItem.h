@@ -68,9 +68,7 @@ private:
     std::function<void(const std::string&)> onAction_;
     NodeInfo info_;
     PanelItem shown_;
-    int pixmapWidth_ = 0;
-    int pixmapHeight_ = 0;
-    std::vector<std::uint8_t> pixmap_;
+    PanelPicture picture_; // converted to the tray's format only when a host reads it
     std::unique_ptr<DBusMenuExporter> menu_;
     ConnectionId itemObject_;
     CancelOnExit pending_;

@@ -81,6 +81,8 @@ StatusProgram::StatusProgram(Services services, Options options)
         tray_->setHostHandler([this](const std::string& host) {
             if (services_.appearance)
                 services_.appearance->setHostDark(hostBarIsDark(host));
+            // The host decides between the wide and the square pictures.
+            themeChanged();
         });
         service_ = std::make_unique<StatusItemService>(
             services_.bus, StatusItemService::Handlers{{},
@@ -252,7 +254,7 @@ bool StatusProgram::repaint(LiveItem& item) {
     p.picture = ItemPainter::picture(*item.view, drawing);
     if (sharp)
         p.picture2x = ItemPainter::picture(*item.view, drawing.withScale(2 * scale));
-    if (!headless_) {
+    if (tray_ && tray_->showsCompact()) {
         p.compact = ItemPainter::compactPicture(summary, drawing);
         if (sharp)
             p.compact2x = ItemPainter::compactPicture(summary, drawing.withScale(2 * scale));
