@@ -56,6 +56,25 @@ Gtk::Widget& actionRow(const std::string& title, Gtk::Widget* suffix, const std:
     return managed(row);
 }
 
+Gtk::Widget& statusPage(const std::string& iconName, const std::string& title,
+                        const std::string& description) {
+    GtkWidget* page = adw_status_page_new();
+    adw_status_page_set_icon_name(ADW_STATUS_PAGE(page), iconName.c_str());
+    adw_status_page_set_title(ADW_STATUS_PAGE(page), title.c_str());
+    // The description is markup; the texts are plain.
+    gchar* escaped = g_markup_escape_text(description.c_str(), -1);
+    adw_status_page_set_description(ADW_STATUS_PAGE(page), escaped);
+    g_free(escaped);
+    // Its scrolled area takes the focus, so that the keys can scroll it: the title names it.
+    for (GtkWidget* child = gtk_widget_get_first_child(page); child;
+         child = gtk_widget_get_next_sibling(child)) {
+        if (GTK_IS_SCROLLED_WINDOW(child))
+            gtk_accessible_update_property(GTK_ACCESSIBLE(child), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                           title.c_str(), -1);
+    }
+    return managed(page);
+}
+
 } // namespace corvane::adw
 
 namespace corvane {

@@ -22,6 +22,10 @@ void addToGroup(Gtk::Widget& group, Gtk::Widget& child);
 Gtk::Widget& actionRow(const std::string& title, Gtk::Widget* suffix,
                        const std::string& subtitle = {});
 
+// A page with a large icon, a title and a text under it, centred: for what has nothing to set.
+Gtk::Widget& statusPage(const std::string& iconName, const std::string& title,
+                        const std::string& description);
+
 } // namespace adw
 
 // The name a screen reader says for the widget.

@@ -1,8 +1,11 @@
 #include "window/ControlWidgets.h"
 
+#include "preferences/CVBPreferences.h"
 #include "text/CVBTranslations.h"
 #include "window/AdwRows.h"
 #include "window/ModeListMember.h"
+
+#include <utility>
 
 namespace corvane {
 
@@ -18,9 +21,10 @@ Gdk::RGBA rgbaOf(const Color& color) {
 
 } // namespace
 
-ControlWidget::ControlWidget(BoundRow& row, Translate translate)
+ControlWidget::ControlWidget(BoundRow& row, Translate translate, ThemeColor themeColor)
     : row_(row)
-    , translate_(std::move(translate)) {
+    , translate_(std::move(translate))
+    , themeColor_(std::move(themeColor)) {
     switch (row.spec.kind) {
     case Kind::Switch:
     case Kind::Member:
@@ -40,6 +44,11 @@ ControlWidget::ControlWidget(BoundRow& row, Translate translate)
     show();
 }
 
+ControlWidget::~ControlWidget() {
+    // The last move of a slider is kept when the page goes before it rested.
+    settleSlider();
+}
+
 void ControlWidget::show() {
     showing_ = true;
     for (const auto& shown : shows_)
@@ -50,7 +59,7 @@ void ControlWidget::show() {
 Gtk::Widget* ControlWidget::makeSwitch() {
     auto* toggle = Gtk::make_managed<Gtk::Switch>();
     BoundControl* control = row_.control.get();
-    auto* member = dynamic_cast<ModeListMember*>(control);
+    auto* member = dynamic_cast<MemberSwitch*>(control);
     auto* checkbox = dynamic_cast<CVBCheckbox*>(control);
     toggle->property_active().signal_changed().connect([this, toggle, member, checkbox] {
         if (showing_)
@@ -97,8 +106,15 @@ Gtk::ColorButton* ControlWidget::makeColorButton(CVBColorWell& well, const std::
         well.userSetColor(
             Color{rgba.get_red(), rgba.get_green(), rgba.get_blue(), rgba.get_alpha()});
     });
-    shows_.push_back([button, &well] { button->set_rgba(rgbaOf(well.color())); });
+    shows_.push_back([this, button, &well] { button->set_rgba(rgbaOf(shownColor(well))); });
     return button;
+}
+
+Color ControlWidget::shownColor(const CVBColorWell& well) const {
+    // A graph colour the user never chose is the theme's, not the black of an empty well.
+    if (themeColor_ && CVBObjectForKey(well.prefKey()).isNull())
+        return themeColor_();
+    return well.color();
 }
 
 Gtk::Widget* ControlWidget::makeColors() {
@@ -121,11 +137,26 @@ Gtk::Widget* ControlWidget::makeSlider() {
     scale->set_digits(2);
     scale->set_size_request(180, -1);
     scale->signal_value_changed().connect([this, scale, &slider] {
-        if (!showing_)
-            slider.userSetDoubleValue(scale->get_value());
+        if (showing_)
+            return;
+        // Each setting written is posted to every process: one write when the slider rests.
+        sliderWrite_ = [&slider, value = scale->get_value()] { slider.userSetDoubleValue(value); };
+        sliderTimer_.disconnect();
+        sliderTimer_ = Glib::signal_timeout().connect(
+            [this] {
+                settleSlider();
+                return false;
+            },
+            kSliderSettleMilliseconds);
     });
     shows_.push_back([scale, &slider] { scale->set_value(slider.doubleValue()); });
     return scale;
+}
+
+void ControlWidget::settleSlider() {
+    sliderTimer_.disconnect();
+    if (auto write = std::exchange(sliderWrite_, nullptr))
+        write();
 }
 
 } // namespace corvane

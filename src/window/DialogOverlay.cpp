@@ -2,6 +2,7 @@
 
 #include "shell/DropdownHotkeyController.h"
 #include "shell/DropdownOrderController.h"
+#include "text/CVBTranslations.h"
 #include "window/AdwRows.h"
 #include "window/InstallerPage.h"
 
@@ -19,9 +20,11 @@ Gtk::Label* wrappedLabel(const std::string& text) {
 
 } // namespace
 
-DialogOverlay::DialogOverlay(Gtk::Window& parent, InstallerPage& installer)
+DialogOverlay::DialogOverlay(Gtk::Window& parent, InstallerPage& installer,
+                             std::function<std::string(const std::string&)> translate)
     : parent_(parent)
-    , installer_(installer) {}
+    , installer_(installer)
+    , tr_(std::move(translate)) {}
 
 DialogOverlay::~DialogOverlay() = default;
 
@@ -83,7 +86,7 @@ Gtk::Widget* DialogOverlay::orderEditor() {
     auto& order = DropdownOrderController::sharedOrderController();
     auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 12);
     if (order.orderview.items.empty())
-        box->append(*wrappedLabel("This section's dropdown has no blocks to arrange yet."));
+        box->append(*wrappedLabel(tr_("This section's dropdown has no blocks to arrange yet.")));
     for (auto& item : order.orderview.items) {
         auto* check = Gtk::make_managed<Gtk::CheckButton>(item.title);
         check->set_active(!item.disabled);
@@ -91,7 +94,7 @@ Gtk::Widget* DialogOverlay::orderEditor() {
         box->append(*check);
     }
     box->append(*buttonRow({{order.resetButton.title, [&order] { order.resetButton.click(); }},
-                            {"Cancel", [&order] { order.cancelButton.click(); }},
+                            {tr_("Cancel"), [&order] { order.cancelButton.click(); }},
                             {order.saveButton.title, [&order] { order.saveButton.click(); }}}));
     return box;
 }
@@ -99,22 +102,23 @@ Gtk::Widget* DialogOverlay::orderEditor() {
 Gtk::Widget* DialogOverlay::hotkeyEditor() {
     auto& hotkey = DropdownHotkeyController::sharedHotkeyController();
     auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 12);
-    box->append(*wrappedLabel("Press the keys that open the " + hotkey.sectionName +
-                              " dropdown. Backspace clears the hotkey."));
-    auto* shown =
-        Gtk::make_managed<Gtk::Label>(hotkey.shortcut ? hotkey.shortcut->display : "No hotkey");
+    box->append(*wrappedLabel(formattedString(
+        tr_("Press the keys that open the %@ dropdown. Backspace clears the hotkey."),
+        hotkey.sectionName)));
+    const std::string none = tr_("No hotkey");
+    auto* shown = Gtk::make_managed<Gtk::Label>(hotkey.shortcut ? hotkey.shortcut->display : none);
     shown->add_css_class("title-2");
     shown->set_focusable(true);
-    setAccessibleLabel(*shown, "Hotkey");
+    setAccessibleLabel(*shown, tr_("Hotkey"));
     box->append(*shown);
     auto keys = Gtk::EventControllerKey::create();
     keys->signal_key_pressed().connect(
-        [&hotkey, shown](guint keyval, guint keycode, Gdk::ModifierType state) {
+        [&hotkey, shown, none](guint keyval, guint keycode, Gdk::ModifierType state) {
             const guint modifiers =
                 static_cast<guint>(state) & gtk_accelerator_get_default_mod_mask();
             if (keyval == GDK_KEY_BackSpace && modifiers == 0) {
                 hotkey.shortcut.reset();
-                shown->set_text("No hotkey");
+                shown->set_text(none);
                 return true;
             }
             // A shortcut needs a modifier, or it would steal a key from every program; a
@@ -132,8 +136,8 @@ Gtk::Widget* DialogOverlay::hotkeyEditor() {
         },
         false);
     box->add_controller(keys);
-    box->append(*buttonRow({{"Cancel", [&hotkey] { hotkey.cancelButton.click(); }},
-                            {"Save", [&hotkey] { hotkey.saveButton.click(); }}}));
+    box->append(*buttonRow({{tr_("Cancel"), [&hotkey] { hotkey.cancelButton.click(); }},
+                            {tr_("Save"), [&hotkey] { hotkey.saveButton.click(); }}}));
     return box;
 }
 
@@ -141,14 +145,16 @@ Gtk::Widget* DialogOverlay::installPage() {
     auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 12);
     auto* text = wrappedLabel(installer_.state().description());
     box->append(*text);
-    auto* enable = Gtk::make_managed<Gtk::Button>("Enable and Start");
+    auto* enable = Gtk::make_managed<Gtk::Button>(tr_("Enable and Start"));
     enable->add_css_class("suggested-action");
     enable->signal_clicked().connect([this, text] {
         const std::string error = installer_.enableAndStart();
         text->set_text(error.empty() ? installer_.state().description()
-                                     : "The status items could not be enabled: " + error);
+                                     : formattedString(tr_("The status items could not be "
+                                                           "enabled: %@"),
+                                                       error));
     });
-    auto* row = buttonRow({{"Close", [this] { removeOverlay(); }}});
+    auto* row = buttonRow({{tr_("Close"), [this] { removeOverlay(); }}});
     row->prepend(*enable);
     box->append(*row);
     return box;

@@ -14,7 +14,9 @@ class InstallerPage;
 // installer page, by the name of the page it is asked to show.
 class DialogOverlay final : public OverlayController {
 public:
-    DialogOverlay(Gtk::Window& parent, InstallerPage& installer);
+    // `translate` gives the editors' words in the window's language.
+    DialogOverlay(Gtk::Window& parent, InstallerPage& installer,
+                  std::function<std::string(const std::string&)> translate);
     ~DialogOverlay() override;
 
     void showWithView(SectionPage& view) override;
@@ -32,6 +34,7 @@ private:
 
     Gtk::Window& parent_;
     InstallerPage& installer_;
+    std::function<std::string(const std::string&)> tr_;
     std::unique_ptr<Gtk::Window> dialog_;
     std::function<void()> closed_;
 };

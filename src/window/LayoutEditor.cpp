@@ -52,12 +52,15 @@ LayoutEditor::LayoutEditor(LayoutEditorModel& model)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 6)
     , model_(model) {
     CVBPreferences& preferences = model_.preferences();
-    // The tiles draw from the collectors the page's preview reads each second; they take
-    // no readings of their own, which would halve the interval the rates are measured over.
+    // The tiles draw from the collectors the page's preview reads each second. One reading
+    // here gives the per-core elements their cores; more would shorten the interval the
+    // preview measures rates over.
     if (MainQueue* queue = preferences.environment().queue; queue && model_.editable()) {
         const EngineContext engine{*queue};
         item_ = makeSectionItem(model_.layout().section, engine,
                                 DrawingContext::forHost(preferences, artwork_));
+        if (item_)
+            item_->sample();
     }
     activeArea_ = &addRow(text(preferences, "Shown in the panel"), active_);
     availableArea_ = &addRow(text(preferences, "Available"), available_);

@@ -88,6 +88,12 @@ void PageControls::observe(const BoundControlServices& services) {
             kImportedPreferencesNotification, [this](const Notification&) { reload(); }));
 }
 
+BoundRow& PageControls::addRow(ControlSpec spec, std::unique_ptr<BoundControl> control) {
+    control->updateValue();
+    rows_.push_back({std::move(spec), std::move(control), nullptr});
+    return rows_.back();
+}
+
 BoundRow* PageControls::rowForKey(const std::string& key) {
     for (auto& row : rows_) {
         if (row.control->prefKey() == key || (row.dark && row.dark->prefKey() == key))

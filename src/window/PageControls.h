@@ -4,6 +4,7 @@
 #include "shell/BoundControls.h"
 #include "window/PageSpec.h"
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -29,7 +30,11 @@ public:
     PageControls(const PageControls&) = delete;
     PageControls& operator=(const PageControls&) = delete;
 
-    std::vector<BoundRow>& rows() { return rows_; }
+    // A deque: the widgets hold their rows by reference while rows are added.
+    std::deque<BoundRow>& rows() { return rows_; }
+    // A row the page's table cannot list, as one per connected device; read again with the
+    // others. Its widget is the page's to make.
+    BoundRow& addRow(ControlSpec spec, std::unique_ptr<BoundControl> control);
     // The row that stores `key` (a dark key finds its row); null when none does.
     BoundRow* rowForKey(const std::string& key);
     void setRefreshed(std::function<void()> refreshed) { refreshed_ = std::move(refreshed); }
@@ -44,7 +49,7 @@ private:
                                               const BoundControlServices& services) const;
     void observe(const BoundControlServices& services);
 
-    std::vector<BoundRow> rows_;
+    std::deque<BoundRow> rows_;
     std::function<void()> refreshed_;
     std::vector<Observation> observations_;
 };

@@ -2,13 +2,16 @@
 
 namespace corvane {
 
-SettingsFileDialogs::SettingsFileDialogs(Gtk::Window& parent, SettingsFileFlow& flow)
+SettingsFileDialogs::SettingsFileDialogs(Gtk::Window& parent, SettingsFileFlow& flow,
+                                         std::function<std::string(const std::string&)> translate)
     : parent_(parent)
-    , flow_(flow) {}
+    , flow_(flow)
+    , tr_(std::move(translate)) {}
 
 void SettingsFileDialogs::exportSettings() {
-    chooser_ = Gtk::FileChooserNative::create("Export Settings", parent_,
-                                              Gtk::FileChooser::Action::SAVE, "Export", "Cancel");
+    chooser_ = Gtk::FileChooserNative::create(tr_("Export Settings"), parent_,
+                                              Gtk::FileChooser::Action::SAVE, tr_("Export"),
+                                              tr_("Cancel"));
     chooser_->set_current_name("Corvane Bar Settings.cvbp");
     chooser_->signal_response().connect([this](int response) {
         const auto file = chooser_->get_file();
@@ -21,10 +24,11 @@ void SettingsFileDialogs::exportSettings() {
 }
 
 void SettingsFileDialogs::importSettings() {
-    chooser_ = Gtk::FileChooserNative::create("Import Settings", parent_,
-                                              Gtk::FileChooser::Action::OPEN, "Import", "Cancel");
+    chooser_ = Gtk::FileChooserNative::create(tr_("Import Settings"), parent_,
+                                              Gtk::FileChooser::Action::OPEN, tr_("Import"),
+                                              tr_("Cancel"));
     auto filter = Gtk::FileFilter::create();
-    filter->set_name("Corvane Bar settings");
+    filter->set_name(tr_("Corvane Bar settings"));
     filter->add_pattern("*.cvbp");
     chooser_->add_filter(filter);
     chooser_->signal_response().connect([this](int response) {
@@ -41,14 +45,14 @@ void SettingsFileDialogs::confirmImport(const std::filesystem::path& file) {
         tell(flow_.importFrom(file).message, true);
         return;
     }
-    ask(SettingsFileFlow::importQuestion(file), "Import", [this, file] {
+    ask(SettingsFileFlow::importQuestion(file), tr_("Import"), [this, file] {
         const auto outcome = flow_.importFrom(file);
         tell(outcome.message, !outcome.done);
     });
 }
 
 void SettingsFileDialogs::resetSettings() {
-    ask(SettingsFileFlow::resetQuestion(), "Reset", [this] {
+    ask(SettingsFileFlow::resetQuestion(), tr_("Reset"), [this] {
         const auto outcome = flow_.reset();
         tell(outcome.message, !outcome.done);
     });
@@ -58,7 +62,7 @@ void SettingsFileDialogs::ask(const std::string& question, const std::string& ac
                               std::function<void()> confirmed) {
     dialog_ = std::make_unique<Gtk::MessageDialog>(
         parent_, question, false, Gtk::MessageType::QUESTION, Gtk::ButtonsType::NONE, true);
-    dialog_->add_button("Cancel", Gtk::ResponseType::CANCEL);
+    dialog_->add_button(tr_("Cancel"), Gtk::ResponseType::CANCEL);
     dialog_->add_button(action, Gtk::ResponseType::ACCEPT);
     dialog_->signal_response().connect([this, confirmed](int response) {
         dialog_->hide();

@@ -2,6 +2,7 @@
 
 #include "window/SettingsFileFlow.h"
 
+#include <functional>
 #include <gtkmm.h>
 #include <memory>
 
@@ -11,7 +12,10 @@ namespace corvane {
 // what it came to in a message over the window.
 class SettingsFileDialogs {
 public:
-    SettingsFileDialogs(Gtk::Window& parent, SettingsFileFlow& flow);
+    // `translate` gives the dialogs' own words in the window's language; the messages are
+    // the command line's.
+    SettingsFileDialogs(Gtk::Window& parent, SettingsFileFlow& flow,
+                        std::function<std::string(const std::string&)> translate);
 
     void exportSettings();
     void importSettings();
@@ -27,6 +31,7 @@ private:
 
     Gtk::Window& parent_;
     SettingsFileFlow& flow_;
+    std::function<std::string(const std::string&)> tr_;
     Glib::RefPtr<Gtk::FileChooserNative> chooser_;
     std::unique_ptr<Gtk::MessageDialog> dialog_;
 };

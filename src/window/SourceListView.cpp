@@ -9,10 +9,11 @@ std::string themedIconForSourceItem(const std::string& icon) {
         {"general", "preferences-system-symbolic"},
         {"notifications", "preferences-system-notifications-symbolic"},
         {"weather", "weather-few-clouds-symbolic"},
+        {"weather-moon", "weather-clear-night-symbolic"},
         {"cpu", "computer-symbolic"},
         {"memory", "media-flash-symbolic"},
         {"disks", "drive-harddisk-symbolic"},
-        {"network", "network-wired-symbolic"},
+        {"network", "network-transmit-receive-symbolic"},
         {"sensors", "dialog-warning-symbolic"},
         {"battery", "battery-full-symbolic"},
         {"time", "preferences-system-time-symbolic"},
@@ -34,6 +35,13 @@ gboolean focusSidebar(GtkWidget* widget, GtkDirectionType direction) {
         return gtk_widget_child_focus(inside, direction);
     auto* listBox = static_cast<GtkWidgetClass*>(g_type_class_peek(GTK_TYPE_LIST_BOX));
     return listBox->focus(widget, direction);
+}
+
+// Gtk::Image's constructor from a string reads a file; these are names in the icon theme.
+Gtk::Image* themedImage(const std::string& name) {
+    auto* image = Gtk::make_managed<Gtk::Image>();
+    image->set_from_icon_name(name);
+    return image;
 }
 
 } // namespace
@@ -62,14 +70,15 @@ SourceListView::SourceListView(Select select)
 void SourceListView::addItem(SourceListItem& item) {
     SourceList::addItem(item);
     auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, 10);
+    Row row;
     box->set_margin(6);
-    box->append(*Gtk::make_managed<Gtk::Image>(themedIconForSourceItem(item.icon)));
+    row.icon = themedImage(themedIconForSourceItem(item.icon));
+    box->append(*row.icon);
     auto* label = Gtk::make_managed<Gtk::Label>(item.label.text);
     label->set_hexpand(true);
     label->set_xalign(item.label.alignment == 1 ? 1.0f : 0.0f);
     box->append(*label);
-    Row row;
-    row.combined = Gtk::make_managed<Gtk::Image>("view-grid-symbolic");
+    row.combined = themedImage("view-grid-symbolic");
     row.combined->set_tooltip_text("Shown inside Combined");
     box->append(*row.combined);
     row.toggle = Gtk::make_managed<Gtk::Switch>();
@@ -99,6 +108,7 @@ void SourceListView::show(SourceListItem& item) {
         return;
     const Row& row = found->second;
     showing_ = true;
+    row.icon->set_from_icon_name(themedIconForSourceItem(item.icon));
     row.toggle->set_active(item.toggle.on);
     row.toggle->set_visible(!item.toggle.hidden);
     row.combined->set_visible(!item.combinedIcon.hidden);

@@ -39,6 +39,7 @@ public:
 private:
     struct Row {
         Gtk::ListBoxRow* row = nullptr;
+        Gtk::Image* icon = nullptr;
         Gtk::Switch* toggle = nullptr;
         Gtk::Image* combined = nullptr;
     };

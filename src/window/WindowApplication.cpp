@@ -115,7 +115,10 @@ void WindowApplication::buildServices() {
     services_ = std::make_unique<WindowServices>(WindowServices{
         preferences, artwork_, EngineContext{queue_, kSettingsTierCount, nullptr}, distributed,
         [this, &preferences](const std::string& key) {
-            return HLVLocalizedString(text_.with(preferences), key, std::nullopt, "prefs");
+            // The window's own texts, else those it shares with the pages of earlier versions.
+            const TextContext text = text_.with(preferences);
+            return HLVLocalizedString(
+                text, key, HLVLocalizedString(text, key, std::nullopt, "prefs"), "window");
         },
         [this] { dialogs_->exportSettings(); }, [this] { dialogs_->importSettings(); },
         [this] { dialogs_->resetSettings(); },
@@ -129,9 +132,9 @@ void WindowApplication::buildWindow() {
     window_ = new MainWindow(
         [](SourceListItem& item) { SectionManager::sharedSectionManager().selectItem(item); });
     add_window(*window_);
-    dialogs_ = std::make_unique<SettingsFileDialogs>(*window_, *flow_);
+    dialogs_ = std::make_unique<SettingsFileDialogs>(*window_, *flow_, services_->translate);
     installer_ = std::make_shared<InstallerPage>();
-    overlay_ = std::make_shared<DialogOverlay>(*window_, *installer_);
+    overlay_ = std::make_shared<DialogOverlay>(*window_, *installer_, services_->translate);
     overlay_->setClosed([this] {
         if (WindowPage* page = window_->currentPage())
             page->showValues();

@@ -1,29 +1,28 @@
 #include "window/WindowPage.h"
 
+#include "collectors/battery/BatteryStatCollectorLinux.h"
+#include "drawing/DrawingContext.h"
+#include "drawing/GraphColors.h"
+#include "preferences/SectionNotifications.h"
+#include "shell/LayoutEditorModel.h"
 #include "shell/SectionController.h"
 #include "window/AdwRows.h"
-#include "window/PreviewArea.h"
-
-#if __has_include("window/LayoutEditor.h") && __has_include("shell/LayoutEditorModel.h")
-#include "shell/LayoutEditorModel.h"
+#include "window/BatteryListMember.h"
 #include "window/LayoutEditor.h"
-#define CVB_HAS_LAYOUT_EDITOR 1
-#endif
+#include "window/PreviewArea.h"
+#include "window/SourceListView.h"
 
 namespace corvane {
 
-#ifdef CVB_HAS_LAYOUT_EDITOR
 struct WindowPage::LayoutParts {
     LayoutEditorModel model;
 };
-#else
-struct WindowPage::LayoutParts {};
-#endif
 
 namespace {
 
 constexpr int kPageMargin = 24;
 constexpr int kPageWidth = 640;
+constexpr const char* kDropdownGroup = "Dropdown";
 
 } // namespace
 
@@ -36,22 +35,8 @@ WindowPage::WindowPage(const std::string& xibName, SectionController& owner,
     , controls_(std::make_unique<PageControls>(
           spec_, BoundControlServices{&services.distributed, nullptr, nullptr, {}}))
     , root_(std::make_unique<Gtk::ScrolledWindow>()) {
-    auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 18);
-    box->set_margin(kPageMargin);
-    box->set_size_request(kPageWidth, -1);
-    box->set_halign(Gtk::Align::CENTER);
-    addHeader(*box, services_.translate(owner.sectionName()));
-    if (!spec_.item.empty())
-        addPreview(*box);
-    if (spec_.layoutEditor)
-        addLayoutEditor(*box);
-    addGroups(*box);
-    if (xibName == "General")
-        addGeneralCommands(*box);
-    if (spec_.dropdownEditors)
-        addDropdownButtons(*box);
+    root_->set_child(spec_.placeholder ? placeholder() : controlsPage());
     root_->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
-    root_->set_child(*box);
     root_->set_hexpand(true);
     root_->set_vexpand(true);
     controls_->setRefreshed([this] { showValues(); });
@@ -66,6 +51,35 @@ WindowPage::~WindowPage() {
     widgets_.clear();
 }
 
+Gtk::Widget& WindowPage::controlsPage() {
+    auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 18);
+    box->set_margin(kPageMargin);
+    box->set_size_request(kPageWidth, -1);
+    box->set_halign(Gtk::Align::CENTER);
+    addHeader(*box, services_.translate(owner_.sectionName()));
+    if (!spec_.item.empty())
+        addPreview(*box);
+    if (spec_.layoutEditor)
+        addLayoutEditor(*box);
+    addGroups(*box);
+    if (name() == "Battery")
+        addBatteryList(*box);
+    if (name() == "General")
+        addGeneralCommands(*box);
+    if (spec_.dropdownEditors)
+        addDropdownButtons(*box);
+    return *box;
+}
+
+Gtk::Widget& WindowPage::placeholder() {
+    return adw::statusPage(
+        themedIconForSourceItem(owner_.sourceItem().icon),
+        services_.translate(owner_.sectionName()),
+        services_.translate(spec_.summary) + "\n\n" +
+            services_.translate("The settings of this section come in a later version. Its panel "
+                                "item can be switched on and off in the list on the left."));
+}
+
 void WindowPage::addHeader(Gtk::Box& box, const std::string& title) {
     auto* heading = Gtk::make_managed<Gtk::Label>(title);
     heading->add_css_class("title-1");
@@ -78,16 +92,6 @@ void WindowPage::addHeader(Gtk::Box& box, const std::string& title) {
     summary->set_xalign(0);
     summary->set_max_width_chars(60);
     box.append(*summary);
-    if (!spec_.placeholder)
-        return;
-    auto* later = Gtk::make_managed<Gtk::Label>(
-        services_.translate("The settings of this section come in a later version. Its panel "
-                            "item can be switched on and off in the list on the left."));
-    later->set_wrap(true);
-    later->set_xalign(0);
-    later->set_max_width_chars(60);
-    later->add_css_class("dim-label");
-    box.append(*later);
 }
 
 void WindowPage::addPreview(Gtk::Box& box) {
@@ -103,7 +107,6 @@ void WindowPage::addPreview(Gtk::Box& box) {
 }
 
 void WindowPage::addLayoutEditor(Gtk::Box& box) {
-#ifdef CVB_HAS_LAYOUT_EDITOR
     auto& group = adw::group(services_.translate("Menu bar item"),
                              services_.translate("Drag elements between the rows to choose "
                                                  "what the panel item shows."));
@@ -112,18 +115,22 @@ void WindowPage::addLayoutEditor(Gtk::Box& box) {
     auto* editor = Gtk::make_managed<LayoutEditor>(layout_->model);
     adw::addToGroup(group, *editor);
     box.append(group);
-#else
-    (void)box;
-#endif
 }
 
 void WindowPage::addGroups(Gtk::Box& box) {
     auto& rows = controls_->rows();
+    const auto themeColor = [&services = services_] {
+        return defaultColorForTheme(
+            DrawingContext::forHost(services.preferences, services.artwork).withDark(false));
+    };
     std::size_t next = 0;
     for (const auto& groupSpec : spec_.groups) {
         auto& group = adw::group(services_.translate(groupSpec.title));
+        if (groupSpec.title == kDropdownGroup)
+            dropdownGroup_ = &group;
         for (std::size_t i = 0; i < groupSpec.rows.size(); ++i, ++next) {
-            auto widget = std::make_unique<ControlWidget>(rows[next], services_.translate);
+            auto widget =
+                std::make_unique<ControlWidget>(rows[next], services_.translate, themeColor);
             adw::addToGroup(group, adw::actionRow(services_.translate(rows[next].spec.title),
                                                   &widget->widget()));
             widgets_.push_back(std::move(widget));
@@ -132,15 +139,51 @@ void WindowPage::addGroups(Gtk::Box& box) {
     }
 }
 
+void WindowPage::addBatteryList(Gtk::Box& box) {
+    constexpr const char* kKey = "Battery_MenubarItems";
+    auto& batteries = BatteryStatCollectorLinux::sharedBatteryCollector(services_.engine);
+    const auto connected = [&batteries] {
+        std::vector<Value> records;
+        for (const auto& battery : batteries.batteries())
+            records.push_back(BatteryListMember::recordOf(
+                battery->type == BatteryStatCollectorItem::InternalBattery, battery->key()));
+        return records;
+    };
+    auto& group = adw::group(services_.translate("Batteries in the panel item"),
+                             services_.translate("Those connected when the page opened."));
+    const auto present = batteries.batteries();
+    for (const auto& battery : present) {
+        const bool internal = battery->type == BatteryStatCollectorItem::InternalBattery;
+        std::string title = internal ? services_.translate("Internal battery") : battery->name;
+        if (title.empty())
+            title = battery->key();
+        auto control = std::make_unique<BatteryListMember>(
+            kKey, notificationForKey(kKey), BatteryListMember::recordOf(internal, battery->key()),
+            connected, BoundControlServices{&services_.distributed, nullptr, nullptr, {}});
+        BoundRow& row =
+            controls_->addRow({ControlSpec::Kind::Member, kKey, title, {}}, std::move(control));
+        auto widget = std::make_unique<ControlWidget>(row, services_.translate);
+        adw::addToGroup(group, adw::actionRow(title, &widget->widget()));
+        widgets_.push_back(std::move(widget));
+    }
+    if (present.empty())
+        adw::addToGroup(group,
+                        adw::actionRow(services_.translate("No battery is connected."), nullptr));
+    box.append(group);
+}
+
 void WindowPage::addDropdownButtons(Gtk::Box& box) {
-    auto& group = adw::group(services_.translate("Dropdown"));
+    // The editors join the page's own dropdown settings, if it has a group of them.
+    const bool joined = dropdownGroup_ != nullptr;
+    auto& group = joined ? *dropdownGroup_ : adw::group(services_.translate(kDropdownGroup));
     auto* order = Gtk::make_managed<Gtk::Button>(services_.translate("Edit"));
     order->signal_clicked().connect([this] { owner_.dropdownOrderButton().click(); });
     adw::addToGroup(group, adw::actionRow(services_.translate("Order of the dropdown"), order));
     hotkeyButton_ = Gtk::make_managed<Gtk::Button>(owner_.dropdownHotkeyButton().title);
     hotkeyButton_->signal_clicked().connect([this] { owner_.dropdownHotkeyButton().click(); });
     adw::addToGroup(group, adw::actionRow(services_.translate("Hotkey"), hotkeyButton_));
-    box.append(group);
+    if (!joined)
+        box.append(group);
 }
 
 void WindowPage::addGeneralCommands(Gtk::Box& box) {

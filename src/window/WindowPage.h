@@ -31,11 +31,16 @@ public:
     void showValues();
 
 private:
+    // The page of a section with settings; the page of one whose settings are still to come.
+    Gtk::Widget& controlsPage();
+    Gtk::Widget& placeholder();
     void addHeader(Gtk::Box& box, const std::string& title);
     void addPreview(Gtk::Box& box);
     void addLayoutEditor(Gtk::Box& box);
     void addGroups(Gtk::Box& box);
     void addDropdownButtons(Gtk::Box& box);
+    // Which of the connected batteries the panel item lists.
+    void addBatteryList(Gtk::Box& box);
     void addGeneralCommands(Gtk::Box& box);
 
     PageSpec spec_;
@@ -46,6 +51,7 @@ private:
     std::unique_ptr<Gtk::ScrolledWindow> root_;
     PreviewArea* preview_ = nullptr;
     Gtk::Button* hotkeyButton_ = nullptr;
+    Gtk::Widget* dropdownGroup_ = nullptr;
     // The element rows' model behind the embedded editor, on pages that have one.
     struct LayoutParts;
     std::unique_ptr<LayoutParts> layout_;

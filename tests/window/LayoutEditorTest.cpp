@@ -59,9 +59,14 @@ private:
 class LayoutEditorTest : public PreferencesFixture {
 protected:
     static void SetUpTestSuite() {
-        // Quiet and quick: no accessibility bus, no desktop settings service.
-        setenv("GTK_A11Y", "none", 1);
-        setenv("GSETTINGS_BACKEND", "memory", 1);
+        // Quiet and quick, unless the test's runner says otherwise: no accessibility bus, no
+        // desktop settings service, no GL (its drivers leave allocations the sanitizer
+        // reports; tiles draw with Cairo).
+        for (const auto& [name, value] : {std::pair{"GTK_A11Y", "none"},
+                                          {"GDK_DEBUG", "gl-disable"},
+                                          {"GSK_RENDERER", "cairo"},
+                                          {"GSETTINGS_BACKEND", "memory"}})
+            setenv(name, value, 0);
         display_ = new Display;
         skipReason_ = display_->open();
         if (skipReason_.empty() && !gtk_init_check())
@@ -137,6 +142,18 @@ protected:
 TEST_F(LayoutEditorTest, DropsWriteTheModeListAsTheCommandDoes) {
     using Row = LayoutEditor::Row;
     ASSERT_EQ(editor_->tiles(Row::Active).size(), 2u);
+    // Each tile draws its element alone; the spacer draws nothing and shows its title.
+    const auto available = editor_->tiles(Row::Available);
+    const auto face = [](Gtk::Widget* tile) {
+        return dynamic_cast<Gtk::MenuButton&>(*tile).get_child();
+    };
+    auto* history = dynamic_cast<Gtk::DrawingArea*>(face(available.at(0)));
+    auto* pie = dynamic_cast<Gtk::DrawingArea*>(face(available.at(3)));
+    auto* spacer = dynamic_cast<Gtk::Label*>(face(available.back()));
+    ASSERT_TRUE(history && pie && spacer);
+    EXPECT_NE(history->get_content_width(), pie->get_content_width());
+    EXPECT_EQ(spacer->get_text(), "Spacer, 4 points");
+
     // The history graph, dropped past the last tile: `corvanebar layout cpu add 0`.
     EXPECT_TRUE(drop(Row::Active, LayoutEditor::dragText(Row::Available, 0), 10000));
     EXPECT_EQ(stored(), modes({100, 6, 0}));

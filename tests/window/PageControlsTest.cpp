@@ -1,6 +1,7 @@
 #include "window/PageControls.h"
 
 #include "preferences/PreferencesFixture.h"
+#include "window/BatteryListMember.h"
 #include "window/ModeListMember.h"
 #include "window/PageSpec.h"
 
@@ -161,6 +162,45 @@ TEST_F(PageControlsTest, ModeListMembersKeepTheOtherEntries) {
     battery.updateValue();
     EXPECT_FALSE(battery.checked());
     EXPECT_EQ(onDisk("CombinedMenubarDisplayMode"), Value("1,2"));
+}
+
+// The panel item lists every battery while nothing is stored; a switch turned off stores the
+// others, the last one turned back on removes the list, and absent devices stay listed.
+TEST_F(PageControlsTest, BatterySwitchesStoreTheListThePanelItemReads) {
+    const Value internal = BatteryListMember::recordOf(true, "");
+    const Value mouse = BatteryListMember::recordOf(false, "mouse");
+    const Value gone = BatteryListMember::recordOf(false, "gone");
+    struct Case {
+        const char* name;
+        Value stored; // null: nothing stored
+        const Value* battery;
+        bool turnOn;
+        bool wasOn;
+        Value after;
+    };
+    const std::vector<Case> cases{
+        {"all by default", Value(), &internal, false, true, Value::array({mouse})},
+        {"wrong type counts as all", Value("x"), &mouse, false, true, Value::array({internal})},
+        {"back to all", Value::array({mouse}), &internal, true, false, Value()},
+        {"absent kept", Value::array({gone, internal}), &mouse, true, false,
+         Value::array({gone, internal, mouse})},
+        {"absent kept when off", Value::array({gone, internal, mouse}), &internal, false, true,
+         Value::array({gone, mouse})},
+    };
+    for (const auto& c : cases) {
+        storeElsewhere(Value::dict({{"Battery_MenubarItems", c.stored}}));
+        CVBRefreshKey("Battery_MenubarItems");
+        BatteryListMember member(
+            "Battery_MenubarItems", "CorvaneBarBatteryPreferencesChanged", *c.battery,
+            [&] {
+                return std::vector<Value>{internal, mouse};
+            },
+            services());
+        member.updateValue();
+        EXPECT_EQ(member.checked(), c.wasOn) << c.name;
+        member.userSetChecked(c.turnOn);
+        EXPECT_EQ(onDisk("Battery_MenubarItems"), c.after) << c.name;
+    }
 }
 
 } // namespace

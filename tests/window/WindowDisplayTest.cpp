@@ -1,6 +1,6 @@
 // The settings window on a real X server: one application for the whole program, the tests
-// running inside its main loop as a user's clicks and key presses would. Run by
-// run-window-display-tests, which gives it the server, a private bus and settings of its own.
+// running inside its main loop as a user's clicks and key presses would. It starts its own X
+// server; CTest gives it a bus with dbus-run-session. Its settings are in a directory of its own.
 #include "drawing/Image.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/GLibHandles.h"
@@ -17,10 +17,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <functional>
+#include <glib-unix.h>
 #include <gtest/gtest.h>
+#include <iostream>
+#include <memory>
 #include <set>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace corvane::test {
@@ -220,6 +226,47 @@ std::vector<guchar> pixelsOf(Gtk::Widget& widget) {
     return pixels;
 }
 
+// An X server of the test's own on a display it picks itself, so that programs starting
+// servers at the same time cannot take the same number; stopped with the object.
+class XvfbServer {
+public:
+    XvfbServer() {
+        int ready[2];
+        if (!g_unix_open_pipe(ready, FD_CLOEXEC, nullptr))
+            return;
+        const gchar* argv[] = {"Xvfb", "-displayfd",   "3",    "-nolisten", "tcp", "-screen",
+                               "0",    "1280x1024x24", nullptr};
+        const gint source[] = {ready[1]};
+        const gint target[] = {3};
+        const bool started = g_spawn_async_with_pipes_and_fds(
+            nullptr, argv, nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, -1, -1, -1, source,
+            target, 1, &server_, nullptr, nullptr, nullptr, nullptr);
+        close(ready[1]);
+        std::string number;
+        char c = 0;
+        while (started && read(ready[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        close(ready[0]);
+        if (!number.empty())
+            display_ = ":" + number;
+    }
+    ~XvfbServer() {
+        if (server_ <= 0)
+            return;
+        kill(server_, SIGTERM);
+        waitpid(server_, nullptr, 0);
+    }
+    XvfbServer(const XvfbServer&) = delete;
+    XvfbServer& operator=(const XvfbServer&) = delete;
+
+    // Empty when the server did not start.
+    const std::string& display() const { return display_; }
+
+private:
+    GPid server_ = 0;
+    std::string display_;
+};
+
 class WindowDisplayTest : public ::testing::Test {
 protected:
     MainWindow& window() { return *session().application->mainWindow(); }
@@ -229,6 +276,22 @@ protected:
 TEST_F(WindowDisplayTest, OpensAtTheAskedSection) {
     EXPECT_EQ(session().firstPage, "CPU");
     EXPECT_TRUE(window().is_visible());
+}
+
+// Each section's entry shows an icon of the desktop's theme, not the sign of a missing one.
+TEST_F(WindowDisplayTest, SourceListIconsAreInTheTheme) {
+    auto theme = Gtk::IconTheme::get_for_display(window().get_display());
+    int icons = 0;
+    for (Gtk::Widget* widget : widgetsUnder(window().sourceList().widget())) {
+        auto* image = dynamic_cast<Gtk::Image*>(widget);
+        if (!image || !image->get_visible())
+            continue;
+        ++icons;
+        ASSERT_EQ(image->get_storage_type(), Gtk::Image::Type::ICON_NAME);
+        const std::string name = image->get_icon_name();
+        EXPECT_TRUE(theme->has_icon(name) && name.rfind("image-missing", 0) != 0) << name;
+    }
+    EXPECT_GE(icons, static_cast<int>(SectionManager::sharedSectionManager().sections().size()));
 }
 
 // `corvanebar open` posts on the bus; the window answers by showing that page.
@@ -241,41 +304,77 @@ TEST_F(WindowDisplayTest, OpenCommandSwitchesThePage) {
     EXPECT_LE(Clock::now() - *exited, milliseconds(200));
 }
 
+// Another process on the bus, counting the posts of one notification.
+class BusListener {
+public:
+    explicit BusListener(const std::string& notification) {
+        gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+        connection_ = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_for_address_sync(
+            address,
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr));
+        g_free(address);
+        center_ = std::make_unique<DistributedNotificationCenter>(connection_.get());
+        observation_ = center_->addObserver(notification, [this](const Notification&) { ++heard; });
+    }
+    int heard = 0;
+
+private:
+    GObjectRef<GDBusConnection> connection_;
+    std::unique_ptr<DistributedNotificationCenter> center_;
+    Observation observation_;
+};
+
+Value storedValue(const char* key) {
+    const auto file = PreferenceDomain::named(kExtrasDomain)->file();
+    return PreferenceDomain(kExtrasDomain, file).copyValue(key);
+}
+
+// The widget of the page's row for `key`, found by the name a screen reader says.
+template <typename Control>
+Control* controlForKey(WindowPage& page, const char* key) {
+    const BoundRow* row = page.controls().rowForKey(key);
+    for (Gtk::Widget* widget : row ? widgetsUnder(page.widget()) : std::vector<Gtk::Widget*>()) {
+        auto* control = dynamic_cast<Control*>(widget);
+        if (control && accessibleLabelIs(*control, row->spec.title))
+            return control;
+    }
+    return nullptr;
+}
+
 // The user's click is stored in the settings file, and every process hears of it.
 TEST_F(WindowDisplayTest, AToggledSwitchWritesItsKeyAndTellsTheBus) {
     showSection("cpu", "CPU");
     const char* key = "CPU_MenubarGraphBreakdowns";
-    const BoundRow* row = page().controls().rowForKey(key);
-    ASSERT_NE(row, nullptr);
-    Gtk::Switch* toggle = nullptr;
-    for (Gtk::Widget* widget : widgetsUnder(page().widget())) {
-        auto* candidate = dynamic_cast<Gtk::Switch*>(widget);
-        if (candidate && accessibleLabelIs(*candidate, row->spec.title))
-            toggle = candidate;
-    }
-    ASSERT_NE(toggle, nullptr) << "no switch is called \"" << row->spec.title << "\"";
-
-    GErrorHolder error;
-    gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-    auto connection = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_for_address_sync(
-        address,
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, error.out()));
-    g_free(address);
-    ASSERT_TRUE(connection) << error.message();
-    DistributedNotificationCenter listener(connection.get());
-    int heard = 0;
-    auto observation = listener.addObserver("CorvaneBarCPUPreferencesChanged",
-                                            [&](const Notification&) { ++heard; });
+    auto* toggle = controlForKey<Gtk::Switch>(page(), key);
+    ASSERT_NE(toggle, nullptr);
+    BusListener bus("CorvaneBarCPUPreferencesChanged");
 
     const bool before = toggle->get_active();
     toggle->activate();
     // The switch moves at the end of its animation.
     EXPECT_TRUE(runUntil([&] { return toggle->get_active() != before; }));
-    const auto file = PreferenceDomain::named(kExtrasDomain)->file();
-    EXPECT_EQ(PreferenceDomain(kExtrasDomain, file).copyValue(key).boolValue(), !before);
-    EXPECT_TRUE(runUntil([&] { return heard == 1; }));
+    EXPECT_EQ(storedValue(key).boolValue(), !before);
+    EXPECT_TRUE(runUntil([&] { return bus.heard == 1; }));
+}
+
+// A drag moves a slider through many values; only the one it rests on is stored and posted.
+TEST_F(WindowDisplayTest, ASliderWritesOnceWhenItRests) {
+    showSection("general", "General");
+    const char* key = "MenubarGraphOpacity-Modern";
+    auto* slider = controlForKey<Gtk::Scale>(page(), key);
+    ASSERT_NE(slider, nullptr);
+    BusListener bus("CorvaneBarGlobalDisplayChange");
+    const Value before = storedValue(key);
+
+    for (const double value : {0.2, 0.3, 0.4, 0.45})
+        slider->set_value(value);
+    EXPECT_EQ(storedValue(key), before);
+    ASSERT_TRUE(runUntil([&] { return bus.heard > 0; }));
+    runUntil([] { return false; }, milliseconds(2 * ControlWidget::kSliderSettleMilliseconds));
+    EXPECT_EQ(bus.heard, 1);
+    EXPECT_DOUBLE_EQ(storedValue(key).doubleValue(), 0.45);
 }
 
 // The preview is the panel's item: what the window shows on a light panel is, pixel for pixel,
@@ -346,6 +445,12 @@ TEST_F(WindowDisplayTest, EveryControlIsNamedAndReachableWithTab) {
 int main(int argc, char** argv) {
     using namespace corvane;
     ::testing::InitGoogleTest(&argc, argv);
+    test::XvfbServer server;
+    if (server.display().empty()) {
+        std::cerr << "window_display_tests: Xvfb did not start\n";
+        return 1;
+    }
+    setenv("DISPLAY", server.display().c_str(), 1);
     // Settings, state and readings of the test's own; the commands it starts inherit them.
     test::TemporaryDirectory home;
     for (const char* name :
