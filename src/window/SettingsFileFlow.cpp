@@ -24,8 +24,10 @@ SettingsFileFlow::Outcome SettingsFileFlow::importFrom(const std::filesystem::pa
     if (file.extension() != std::string(".") + kSettingsFileExtension)
         return {false, file.string() + " is not a settings file (.cvbp); nothing changed"};
     SettingsFile settings(preferences_, restarter_);
+    // The reason alone ("the file is not a property list") would not say which file it was.
     if (const auto result = settings.importSettingsFile(file); !result)
-        return {false, result.reason + "; nothing changed"};
+        return {false, "Cannot import " + file.filename().string() + ": " + result.reason +
+                           "; nothing changed"};
     announceReplacedSettings();
     return {true, "Imported the settings of " + file.string()};
 }
