@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <gio/gio.h>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
 
 namespace corvane::test {
@@ -14,8 +15,10 @@ namespace corvane::test {
 struct ProgramRun {
     bool started = false;
     bool succeeded = false;
+    int status = -1; // the exit status
     std::string output;
-    std::string error;
+    std::string errors; // what it printed on its standard error
+    std::string error;  // why it did not start
 };
 
 // Runs the built `corvanebar` with its settings and logs in the given folders, as a user would.
@@ -29,19 +32,24 @@ inline ProgramRun runCorvanebar(const std::vector<std::string>& arguments,
     gchar** environment = g_get_environ();
     environment = g_environ_setenv(environment, "XDG_CONFIG_HOME", configHome.c_str(), TRUE);
     environment = g_environ_setenv(environment, "XDG_STATE_HOME", stateHome.c_str(), TRUE);
+    environment = g_environ_setenv(environment, "LANGUAGE", "en", TRUE);
     ProgramRun run;
     gint status = -1;
     gchar* output = nullptr;
+    gchar* errors = nullptr;
     GError* error = nullptr;
     run.started = g_spawn_sync(nullptr, argv.data(), environment, G_SPAWN_DEFAULT, nullptr, nullptr,
-                               &output, nullptr, &status, &error);
+                               &output, &errors, &status, &error);
     if (run.started) {
         run.succeeded = g_spawn_check_wait_status(status, nullptr);
+        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         run.output = output ? output : "";
+        run.errors = errors ? errors : "";
     } else {
         run.error = error ? error->message : "cannot start";
     }
     g_free(output);
+    g_free(errors);
     g_clear_error(&error);
     g_strfreev(environment);
     return run;

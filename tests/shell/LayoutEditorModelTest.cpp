@@ -316,37 +316,9 @@ TEST_F(LayoutEditorModelTest, ASettingThatCannotBeWrittenIsNotAnnounced) {
 // The built command, as a script would run it, on settings of its own.
 class LayoutCommand : public LayoutEditorModelTest {
 protected:
-    struct Run {
-        int status = -1;
-        std::string out;
-        std::string err;
-    };
-    Run layout(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {CVB_CORVANEBAR_PROGRAM, "layout"});
-        std::vector<char*> argv;
-        for (auto& argument : arguments)
-            argv.push_back(argument.data());
-        argv.push_back(nullptr);
-        gchar** env = g_get_environ();
-        env = g_environ_setenv(env, "XDG_CONFIG_HOME", (dir.path() / "config").c_str(), TRUE);
-        env = g_environ_setenv(env, "XDG_STATE_HOME", (dir.path() / "state").c_str(), TRUE);
-        env = g_environ_setenv(env, "LANGUAGE", "en", TRUE);
-        gchar* out = nullptr;
-        gchar* err = nullptr;
-        gint wait = 0;
-        Run run;
-        if (g_spawn_sync(nullptr, argv.data(), env, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
-                         &wait, nullptr)) {
-            GError* error = nullptr;
-            run.status = g_spawn_check_wait_status(wait, &error) ? 0 : error->code;
-            g_clear_error(&error);
-            run.out = out;
-            run.err = err;
-        }
-        g_free(out);
-        g_free(err);
-        g_strfreev(env);
-        return run;
+    ProgramRun layout(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "layout");
+        return runCorvanebar(arguments, dir.path() / "config", dir.path() / "state");
     }
     Value stored() {
         return PreferenceDomain(kExtrasDomain, dir.path() / "config" / "corvanebar" /
@@ -358,25 +330,25 @@ protected:
 TEST_F(LayoutCommand, PrintsAndChangesTheRows) {
     auto run = layout({"cpu"});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "CPU & GPU item (CPU_MenubarMode)\n"
-                       "Active:     1. Label (100)  2. Vertical Graph of All Cores (6)\n"
-                       "Available:  History Graph (0), Vertical Graph (1), Percentage (2), Pie "
-                       "Graph (3), Load Average (4), GPU Icon (5), GPU Vertical Graph (9), GPU "
-                       "Percentage (10), GPU History Graph (11), Circular Graph (13), Spacer "
-                       "(101, 4 points)\n");
+    EXPECT_EQ(run.output, "CPU & GPU item (CPU_MenubarMode)\n"
+                          "Active:     1. Label (100)  2. Vertical Graph of All Cores (6)\n"
+                          "Available:  History Graph (0), Vertical Graph (1), Percentage (2), Pie "
+                          "Graph (3), Load Average (4), GPU Icon (5), GPU Vertical Graph (9), GPU "
+                          "Percentage (10), GPU History Graph (11), Circular Graph (13), Spacer "
+                          "(101, 4 points)\n");
 
     run = layout({"cpu", "add", "0", "--at", "1"});
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(run.out.find("CPU_MenubarMode: "), std::string::npos) << run.out;
-    EXPECT_NE(run.out.find("Active:     1. History Graph (0)  2. Label (100)  3. Vertical Graph "
-                           "of All Cores (6)\n"),
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_NE(run.output.find("CPU_MenubarMode: "), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("Active:     1. History Graph (0)  2. Label (100)  3. Vertical Graph "
+                              "of All Cores (6)\n"),
               std::string::npos)
-        << run.out;
+        << run.output;
     EXPECT_EQ(stored(), modes({0, 100, 6}));
 
     run = layout({"cpu", "spacer", "2", "8"});
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "corvanebar layout: cpu: Label has no width to set; nothing changed\n");
+    EXPECT_EQ(run.errors, "corvanebar layout: cpu: Label has no width to set; nothing changed\n");
     EXPECT_EQ(stored(), modes({0, 100, 6}));
 }
 
@@ -395,7 +367,7 @@ TEST_F(LayoutCommand, RefusesWhatTheRowsDoNotAllow) {
     for (const auto& c : cases) {
         const auto run = layout(c.arguments);
         EXPECT_EQ(run.status, c.status) << c.message;
-        EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+        EXPECT_NE(run.errors.find(c.message), std::string::npos) << run.errors;
     }
     EXPECT_TRUE(stored().isNull());
 }
