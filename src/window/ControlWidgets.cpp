@@ -11,7 +11,7 @@ namespace corvane {
 
 namespace {
 
-using Kind = ControlSpec::Kind;
+using Kind = ControlDescription::Kind;
 
 Gdk::RGBA rgbaOf(const Color& color) {
     Gdk::RGBA rgba;
@@ -25,7 +25,7 @@ ControlWidget::ControlWidget(BoundRow& row, Translate translate, ThemeColor them
     : row_(row)
     , translate_(std::move(translate))
     , themeColor_(std::move(themeColor)) {
-    switch (row.spec.kind) {
+    switch (row.description.kind) {
     case Kind::Switch:
     case Kind::Member:
         widget_ = makeSwitch();
@@ -80,7 +80,8 @@ Gtk::Widget* ControlWidget::makeDropDown() {
     auto* popup = dynamic_cast<CVBPopUpButton*>(row_.control.get());
     std::vector<Glib::ustring> titles;
     for (const auto& item : popup->items())
-        titles.emplace_back(row_.spec.kind == Kind::Choice ? translate_(item.title) : item.title);
+        titles.emplace_back(row_.description.kind == Kind::Choice ? translate_(item.title)
+                                                                  : item.title);
     auto* dropDown = Gtk::make_managed<Gtk::DropDown>(titles);
     dropDown->property_selected().signal_changed().connect([this, dropDown, popup] {
         if (showing_ || dropDown->get_selected() == GTK_INVALID_LIST_POSITION)
@@ -118,7 +119,7 @@ Color ControlWidget::shownColor(const CVBColorWell& well) const {
 }
 
 Gtk::Widget* ControlWidget::makeColors() {
-    const std::string title = translate_(row_.spec.title);
+    const std::string title = translate_(row_.description.title);
     auto& light = dynamic_cast<CVBColorWell&>(*row_.control);
     if (!row_.dark)
         return makeColorButton(light, title);

@@ -9,31 +9,31 @@ namespace corvane {
 
 namespace {
 
-using Kind = ControlSpec::Kind;
+using Kind = ControlDescription::Kind;
 
 constexpr const char* kExternalChangeNotification = "CorvaneBarExternalChange";
 
-std::vector<CVBPopUpButton::Item> itemsOf(const ControlSpec& spec) {
+std::vector<CVBPopUpButton::Item> itemsOf(const ControlDescription& description) {
     std::vector<CVBPopUpButton::Item> items;
-    for (const auto& title : spec.choices)
+    for (const auto& title : description.choices)
         items.push_back({title, {}});
     return items;
 }
 
 } // namespace
 
-PageControls::PageControls(const PageSpec& page, BoundControlServices services) {
+PageControls::PageControls(const PageDescription& page, BoundControlServices services) {
     if (!services.distributedCenter)
         services.distributedCenter = &DistributedNotificationCenter::defaultCenter();
     if (!services.center)
         services.center = CVBPreferences::sharedPreferences().environment().center;
     const Value& defaults = CVBPreferences::sharedPreferences().defaults();
     for (const auto& group : page.groups) {
-        for (const auto& spec : group.rows) {
-            BoundRow row{spec, makeControl(spec, spec.key, services), nullptr};
-            const std::string darkKey = spec.key + "-Dark";
-            if (spec.kind == Kind::Color && defaults.contains(darkKey))
-                row.dark = makeControl(spec, darkKey, services);
+        for (const auto& description : group.rows) {
+            BoundRow row{description, makeControl(description, description.key, services), nullptr};
+            const std::string darkKey = description.key + "-Dark";
+            if (description.kind == Kind::Color && defaults.contains(darkKey))
+                row.dark = makeControl(description, darkKey, services);
             rows_.push_back(std::move(row));
         }
     }
@@ -48,18 +48,18 @@ PageControls::PageControls(const PageSpec& page, BoundControlServices services) 
 PageControls::~PageControls() = default;
 
 std::unique_ptr<BoundControl>
-PageControls::makeControl(const ControlSpec& spec, const std::string& key,
+PageControls::makeControl(const ControlDescription& description, const std::string& key,
                           const BoundControlServices& services) const {
     std::string notification = notificationForKey(key);
-    switch (spec.kind) {
+    switch (description.kind) {
     case Kind::Switch:
         return std::make_unique<CVBCheckbox>(key, std::move(notification), services);
     case Kind::Choice:
     case Kind::Number: {
-        const auto kind = spec.kind == Kind::Choice ? CVBPopUpButton::Kind::Index
-                                                    : CVBPopUpButton::Kind::NumberInTitle;
+        const auto kind = description.kind == Kind::Choice ? CVBPopUpButton::Kind::Index
+                                                           : CVBPopUpButton::Kind::NumberInTitle;
         auto popup = std::make_unique<CVBPopUpButton>(key, std::move(notification), kind, services);
-        popup->setItems(itemsOf(spec));
+        popup->setItems(itemsOf(description));
         return popup;
     }
     case Kind::Color:
@@ -67,7 +67,7 @@ PageControls::makeControl(const ControlSpec& spec, const std::string& key,
     case Kind::Opacity:
         return std::make_unique<OpacitySlider>(key, std::move(notification), services);
     case Kind::Member:
-        return std::make_unique<ModeListMember>(key, std::move(notification), spec.member,
+        return std::make_unique<ModeListMember>(key, std::move(notification), description.member,
                                                 services);
     }
     return nullptr;
@@ -88,9 +88,10 @@ void PageControls::observe(const BoundControlServices& services) {
             kImportedPreferencesNotification, [this](const Notification&) { reload(); }));
 }
 
-BoundRow& PageControls::addRow(ControlSpec spec, std::unique_ptr<BoundControl> control) {
+BoundRow& PageControls::addRow(ControlDescription description,
+                               std::unique_ptr<BoundControl> control) {
     control->updateValue();
-    rows_.push_back({std::move(spec), std::move(control), nullptr});
+    rows_.push_back({std::move(description), std::move(control), nullptr});
     return rows_.back();
 }
 

@@ -2,7 +2,7 @@
 
 #include "foundation/NotificationCenter.h"
 #include "shell/BoundControls.h"
-#include "window/PageSpec.h"
+#include "window/PageDescription.h"
 
 #include <deque>
 #include <functional>
@@ -14,7 +14,7 @@ namespace corvane {
 // A row of a page with the controls that store it: one, or two for a colour that has a
 // variant for dark panels.
 struct BoundRow {
-    ControlSpec spec;
+    ControlDescription description;
     std::unique_ptr<BoundControl> control;
     std::unique_ptr<BoundControl> dark; // null unless the colour has a "-Dark" key
 };
@@ -25,7 +25,7 @@ struct BoundRow {
 // then tells `refreshed` so that the widgets show them.
 class PageControls {
 public:
-    PageControls(const PageSpec& page, BoundControlServices services = {});
+    PageControls(const PageDescription& page, BoundControlServices services = {});
     ~PageControls();
     PageControls(const PageControls&) = delete;
     PageControls& operator=(const PageControls&) = delete;
@@ -34,7 +34,7 @@ public:
     std::deque<BoundRow>& rows() { return rows_; }
     // A row the page's table cannot list, as one per connected device; read again with the
     // others. Its widget is the page's to make.
-    BoundRow& addRow(ControlSpec spec, std::unique_ptr<BoundControl> control);
+    BoundRow& addRow(ControlDescription description, std::unique_ptr<BoundControl> control);
     // The row that stores `key` (a dark key finds its row); null when none does.
     BoundRow* rowForKey(const std::string& key);
     void setRefreshed(std::function<void()> refreshed) { refreshed_ = std::move(refreshed); }
@@ -45,7 +45,8 @@ public:
     void reloadKey(const std::string& key);
 
 private:
-    std::unique_ptr<BoundControl> makeControl(const ControlSpec& spec, const std::string& key,
+    std::unique_ptr<BoundControl> makeControl(const ControlDescription& description,
+                                              const std::string& key,
                                               const BoundControlServices& services) const;
     void observe(const BoundControlServices& services);
 

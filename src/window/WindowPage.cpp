@@ -29,7 +29,7 @@ constexpr const char* kDropdownGroup = "Dropdown";
 WindowPage::WindowPage(const std::string& xibName, SectionController& owner,
                        WindowServices& services)
     : SectionPage(xibName)
-    , spec_(pageSpecFor(xibName))
+    , spec_(pageDescriptionFor(xibName))
     , owner_(owner)
     , services_(services)
     , controls_(std::make_unique<PageControls>(
@@ -124,14 +124,14 @@ void WindowPage::addGroups(Gtk::Box& box) {
             DrawingContext::forHost(services.preferences, services.artwork).withDark(false));
     };
     std::size_t next = 0;
-    for (const auto& groupSpec : spec_.groups) {
-        auto& group = adw::group(services_.translate(groupSpec.title));
-        if (groupSpec.title == kDropdownGroup)
+    for (const auto& groupDescription : spec_.groups) {
+        auto& group = adw::group(services_.translate(groupDescription.title));
+        if (groupDescription.title == kDropdownGroup)
             dropdownGroup_ = &group;
-        for (std::size_t i = 0; i < groupSpec.rows.size(); ++i, ++next) {
+        for (std::size_t i = 0; i < groupDescription.rows.size(); ++i, ++next) {
             auto widget =
                 std::make_unique<ControlWidget>(rows[next], services_.translate, themeColor);
-            adw::addToGroup(group, adw::actionRow(services_.translate(rows[next].spec.title),
+            adw::addToGroup(group, adw::actionRow(services_.translate(rows[next].description.title),
                                                   &widget->widget()));
             widgets_.push_back(std::move(widget));
         }
@@ -160,8 +160,8 @@ void WindowPage::addBatteryList(Gtk::Box& box) {
         auto control = std::make_unique<BatteryListMember>(
             kKey, notificationForKey(kKey), BatteryListMember::recordOf(internal, battery->key()),
             connected, BoundControlServices{&services_.distributed, nullptr, nullptr, {}});
-        BoundRow& row =
-            controls_->addRow({ControlSpec::Kind::Member, kKey, title, {}}, std::move(control));
+        BoundRow& row = controls_->addRow({ControlDescription::Kind::Member, kKey, title, {}},
+                                          std::move(control));
         auto widget = std::make_unique<ControlWidget>(row, services_.translate);
         adw::addToGroup(group, adw::actionRow(title, &widget->widget()));
         widgets_.push_back(std::move(widget));

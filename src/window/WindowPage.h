@@ -4,7 +4,7 @@
 #include "shell/SectionPageFactory.h"
 #include "window/ControlWidgets.h"
 #include "window/PageControls.h"
-#include "window/PageSpec.h"
+#include "window/PageDescription.h"
 #include "window/WindowServices.h"
 
 #include <gtkmm.h>
@@ -43,7 +43,7 @@ private:
     void addBatteryList(Gtk::Box& box);
     void addGeneralCommands(Gtk::Box& box);
 
-    PageSpec spec_;
+    PageDescription spec_;
     SectionController& owner_;
     WindowServices& services_;
     std::unique_ptr<PageControls> controls_;

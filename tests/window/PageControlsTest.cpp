@@ -3,7 +3,7 @@
 #include "preferences/PreferencesFixture.h"
 #include "window/BatteryListMember.h"
 #include "window/ModeListMember.h"
-#include "window/PageSpec.h"
+#include "window/PageDescription.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>
@@ -44,7 +44,7 @@ TEST_F(PageControlsTest, EveryKeyOfTheSectionHasAControlOrAnotherEditor) {
     };
     const Value& defaults = CVBPreferences::sharedPreferences().defaults();
     for (const auto& family : families) {
-        const auto page = pageSpecFor(family.page);
+        const auto page = pageDescriptionFor(family.page);
         auto covered = controlledKeys(page, defaults);
         const auto elsewhere = keysEditedElsewhere(family.page);
         covered.insert(covered.end(), elsewhere.begin(), elsewhere.end());
@@ -58,10 +58,10 @@ TEST_F(PageControlsTest, EveryKeyOfTheSectionHasAControlOrAnotherEditor) {
 
 TEST_F(PageControlsTest, SectionsWithoutSettingsYetOfferNoControls) {
     for (const char* page : {"Notifications", "Weather", "Disks", "Network", "Sensors", "Time"}) {
-        const auto spec = pageSpecFor(page);
-        EXPECT_TRUE(spec.placeholder) << page;
-        EXPECT_TRUE(spec.groups.empty()) << page;
-        EXPECT_FALSE(spec.summary.empty()) << page;
+        const auto description = pageDescriptionFor(page);
+        EXPECT_TRUE(description.placeholder) << page;
+        EXPECT_TRUE(description.groups.empty()) << page;
+        EXPECT_FALSE(description.summary.empty()) << page;
     }
 }
 
@@ -90,7 +90,7 @@ TEST_F(PageControlsTest, AChangeIsStoredAndPostedWithTheSectionsNotification) {
          "CorvaneBarGlobalDisplayChange"},
     };
     for (const auto& c : cases) {
-        PageControls controls(pageSpecFor(c.page), services());
+        PageControls controls(pageDescriptionFor(c.page), services());
         std::vector<std::string> heard;
         auto observation = bus.addObserver(c.notification,
                                            [&](const Notification& n) { heard.push_back(n.name); });
@@ -104,7 +104,7 @@ TEST_F(PageControlsTest, AChangeIsStoredAndPostedWithTheSectionsNotification) {
 
 // The key is off by default, so that each step below is a change the page must show.
 TEST_F(PageControlsTest, ChangesFromElsewhereAreShownAndTold) {
-    PageControls controls(pageSpecFor("CPU"), services());
+    PageControls controls(pageDescriptionFor("CPU"), services());
     int refreshes = 0;
     controls.setRefreshed([&] { ++refreshes; });
     auto& box =
@@ -129,7 +129,7 @@ TEST_F(PageControlsTest, ChangesFromElsewhereAreShownAndTold) {
 }
 
 TEST_F(PageControlsTest, AColourWithADarkVariantGetsAWellForEach) {
-    PageControls controls(pageSpecFor("CPU"), services());
+    PageControls controls(pageDescriptionFor("CPU"), services());
     const BoundRow* text = controls.rowForKey("CPU_MenubarTextColor-Dark");
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->control->prefKey(), "CPU_MenubarTextColor");

@@ -337,7 +337,7 @@ Control* controlForKey(WindowPage& page, const char* key) {
     const BoundRow* row = page.controls().rowForKey(key);
     for (Gtk::Widget* widget : row ? widgetsUnder(page.widget()) : std::vector<Gtk::Widget*>()) {
         auto* control = dynamic_cast<Control*>(widget);
-        if (control && accessibleLabelIs(*control, row->spec.title))
+        if (control && accessibleLabelIs(*control, row->description.title))
             return control;
     }
     return nullptr;

@@ -10,7 +10,7 @@ namespace corvane {
 
 // One settings row of a page: what it edits and how. Pages are tables of these, so a section's
 // page is a list of keys and titles rather than widget code.
-struct ControlSpec {
+struct ControlDescription {
     enum class Kind {
         Switch,  // on or off, stored as 1 or 0
         Choice,  // one of `choices`, stored as its index
@@ -26,14 +26,14 @@ struct ControlSpec {
     std::int64_t member = 0;
 };
 
-struct GroupSpec {
+struct GroupDescription {
     std::string title;
-    std::vector<ControlSpec> rows;
+    std::vector<ControlDescription> rows;
 };
 
 // A section's page. `item` names the panel item the page previews ("cpu"), empty for none;
 // `layoutEditor` says whether the page arranges that item's elements.
-struct PageSpec {
+struct PageDescription {
     std::string xibName;
     std::string item;
     bool layoutEditor = false;
@@ -41,14 +41,14 @@ struct PageSpec {
     // A page still to come: says what it will hold and offers no control.
     bool placeholder = false;
     std::string summary;
-    std::vector<GroupSpec> groups;
+    std::vector<GroupDescription> groups;
 };
 
 // The page of the section with that page file ("CPU", "Memory", ...); every section has one.
-PageSpec pageSpecFor(const std::string& xibName);
+PageDescription pageDescriptionFor(const std::string& xibName);
 
 // Every key a page has a control for, in page order, light and dark colour keys both.
-std::vector<std::string> controlledKeys(const PageSpec& page, const Value& defaults);
+std::vector<std::string> controlledKeys(const PageDescription& page, const Value& defaults);
 
 // The keys of a section that its page leaves to another editor: the element rows, the
 // dropdown order and hotkey editors, the source list's switches.

@@ -1,4 +1,4 @@
-#include "window/PageSpec.h"
+#include "window/PageDescription.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@ namespace corvane {
 
 namespace {
 
-using Kind = ControlSpec::Kind;
+using Kind = ControlDescription::Kind;
 
 const std::vector<std::string> kFontStyles{"Regular", "Condensed", "Semibold"};
 const std::vector<std::string> kTextSizes{"8", "9", "10", "11", "12", "13", "14", "15", "16"};
@@ -18,30 +18,30 @@ const std::vector<std::string> kSkinColors{"Blue",  "Orange", "Slate",   "Teal",
                                            "Pink",  "Purple", "Coral",   "Black",
                                            "White", "Yellow", "Sky blue"};
 
-ControlSpec toggle(std::string key, std::string title) {
+ControlDescription toggle(std::string key, std::string title) {
     return {Kind::Switch, std::move(key), std::move(title), {}};
 }
-ControlSpec choice(std::string key, std::string title, std::vector<std::string> choices) {
+ControlDescription choice(std::string key, std::string title, std::vector<std::string> choices) {
     return {Kind::Choice, std::move(key), std::move(title), std::move(choices)};
 }
-ControlSpec number(std::string key, std::string title, std::vector<std::string> choices) {
+ControlDescription number(std::string key, std::string title, std::vector<std::string> choices) {
     return {Kind::Number, std::move(key), std::move(title), std::move(choices)};
 }
-ControlSpec color(std::string key, std::string title) {
+ControlDescription color(std::string key, std::string title) {
     return {Kind::Color, std::move(key), std::move(title), {}};
 }
-ControlSpec opacity(std::string key, std::string title) {
+ControlDescription opacity(std::string key, std::string title) {
     return {Kind::Opacity, std::move(key), std::move(title), {}};
 }
 
 // The rows every text element of a panel item has, for the keys that begin with `prefix`.
-std::vector<ControlSpec> textRows(const std::string& prefix, const std::string& size) {
+std::vector<ControlDescription> textRows(const std::string& prefix, const std::string& size) {
     return {number(prefix + size, "Text size", kTextSizes),
             choice(prefix + "MenubarFontStyle", "Font", kFontStyles)};
 }
 
-PageSpec general() {
-    PageSpec page{"General", "", false, false, false, "", {}};
+PageDescription general() {
+    PageDescription page{"General", "", false, false, false, "", {}};
     page.groups = {
         {"Panel items",
          {choice("MenubarTheme", "Graph style", {"Plain", "Shaded"}),
@@ -72,8 +72,8 @@ PageSpec general() {
     return page;
 }
 
-PageSpec cpu() {
-    PageSpec page{"CPU", "cpu", true, true, false, "", {}};
+PageDescription cpu() {
+    PageDescription page{"CPU", "cpu", true, true, false, "", {}};
     auto text = textRows("CPU_", "MenubarTextSize");
     text.push_back(color("CPU_MenubarTextColor", "Text colour"));
     text.push_back(color("CPU_MenubarTextShadowColor", "Text shadow"));
@@ -99,8 +99,8 @@ PageSpec cpu() {
     return page;
 }
 
-PageSpec memory() {
-    PageSpec page{"Memory", "memory", true, true, false, "", {}};
+PageDescription memory() {
+    PageDescription page{"Memory", "memory", true, true, false, "", {}};
     auto text = textRows("Memory_", "MenubarPercentageSize");
     text.push_back(color("Memory_MenubarPercentageColor", "Text colour"));
     text.push_back(color("Memory_MenubarPercentageShadowColor", "Text shadow"));
@@ -133,8 +133,8 @@ PageSpec memory() {
     return page;
 }
 
-PageSpec battery() {
-    PageSpec page{"Battery", "battery", true, true, false, "", {}};
+PageDescription battery() {
+    PageDescription page{"Battery", "battery", true, true, false, "", {}};
     page.groups = {
         {"Percentage and time",
          {number("Battery_PercentageSize", "Percentage size", kTextSizes),
@@ -166,18 +166,18 @@ PageSpec battery() {
 }
 
 // The sections that can live inside the Combined item, by their keys.
-GroupSpec members(const std::string& key, std::string title) {
+GroupDescription members(const std::string& key, std::string title) {
     static const std::pair<std::int64_t, const char*> kSections[] = {
         {1, "CPU & GPU"}, {2, "Memory"},          {3, "Disks"}, {4, "Network"},
         {5, "Sensors"},   {6, "Battery & Power"}, {7, "Time"},  {9, "Weather"}};
-    GroupSpec group{std::move(title), {}};
+    GroupDescription group{std::move(title), {}};
     for (const auto& [section, name] : kSections)
         group.rows.push_back({Kind::Member, key, name, {}, section});
     return group;
 }
 
-PageSpec combined() {
-    PageSpec page{"Combined", "", false, true, false, "", {}};
+PageDescription combined() {
+    PageDescription page{"Combined", "", false, true, false, "", {}};
     page.summary = "One panel item for several sections. Each section's own page sets how its "
                    "part looks.";
     page.groups = {members("CombinedMenubarDisplayMode", "In the panel item"),
@@ -185,14 +185,14 @@ PageSpec combined() {
     return page;
 }
 
-PageSpec placeholder(const std::string& xibName, std::string summary) {
-    PageSpec page{xibName, "", false, false, true, std::move(summary), {}};
+PageDescription placeholder(const std::string& xibName, std::string summary) {
+    PageDescription page{xibName, "", false, false, true, std::move(summary), {}};
     return page;
 }
 
 } // namespace
 
-PageSpec pageSpecFor(const std::string& xibName) {
+PageDescription pageDescriptionFor(const std::string& xibName) {
     if (xibName == "General")
         return general();
     if (xibName == "CPU")
@@ -224,7 +224,7 @@ PageSpec pageSpecFor(const std::string& xibName) {
     return placeholder(xibName, "");
 }
 
-std::vector<std::string> controlledKeys(const PageSpec& page, const Value& defaults) {
+std::vector<std::string> controlledKeys(const PageDescription& page, const Value& defaults) {
     std::vector<std::string> keys;
     for (const auto& group : page.groups) {
         for (const auto& row : group.rows) {
