@@ -13,9 +13,10 @@ namespace {
 
 constexpr const char* kLibraryName = "librsvg-2.so.2";
 
+// The function of that name, or null.
 template <class Function>
-Function* symbol(void* handle, const char* name) {
-    return reinterpret_cast<Function*>(::dlsym(handle, name));
+void resolve(void* handle, Function& function, const char* name) {
+    function = reinterpret_cast<Function>(::dlsym(handle, name));
 }
 
 } // namespace
@@ -35,12 +36,9 @@ std::unique_ptr<SvgLibrary> SvgLibrary::load() {
         return nullptr;
     }
     auto functions = std::make_unique<Functions>();
-    functions->newFromFile = symbol<std::remove_pointer_t<decltype(functions->newFromFile)>>(
-        handle, "rsvg_handle_new_from_file");
-    functions->intrinsicSize = symbol<std::remove_pointer_t<decltype(functions->intrinsicSize)>>(
-        handle, "rsvg_handle_get_intrinsic_size_in_pixels");
-    functions->renderDocument = symbol<std::remove_pointer_t<decltype(functions->renderDocument)>>(
-        handle, "rsvg_handle_render_document");
+    resolve(handle, functions->newFromFile, "rsvg_handle_new_from_file");
+    resolve(handle, functions->intrinsicSize, "rsvg_handle_get_intrinsic_size_in_pixels");
+    resolve(handle, functions->renderDocument, "rsvg_handle_render_document");
     if (!functions->newFromFile || !functions->intrinsicSize || !functions->renderDocument) {
         CVBLog("Artwork: %s lacks the functions needed; SVG pictures are not drawn", kLibraryName);
         ::dlclose(handle);

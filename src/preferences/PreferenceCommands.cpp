@@ -440,16 +440,22 @@ int PreferenceCommands::announceIfWritten(const std::string& key, bool written,
 
 // The key's notification reaches the status item and the agent; the settings window listens
 // for its own.
-void PreferenceCommands::announce(const std::string& key) {
+std::vector<std::string> postKeyChanged(DistributedNotificationCenter& center,
+                                        const std::string& key) {
     const Value userInfo = Value::dict({{"key", key}});
     std::vector<std::string> names;
     for (const auto& notification : notificationsForChangedKey(key)) {
-        center_.postNotificationName(notification.name, notification.withKey ? userInfo : Value(),
-                                     notification.options);
+        center.postNotificationName(notification.name, notification.withKey ? userInfo : Value(),
+                                    notification.options);
         names.push_back(notification.name);
     }
-    center_.postNotificationName(kResetPreferencesAppNotification, userInfo);
+    center.postNotificationName(kResetPreferencesAppNotification, userInfo);
     names.push_back(kResetPreferencesAppNotification);
+    return names;
+}
+
+void PreferenceCommands::announce(const std::string& key) {
+    const std::vector<std::string> names = postKeyChanged(center_, key);
     center_.flush();
     if (center_.isConnected())
         out_ << key << ": posted " << joined(names) << "\n";

@@ -66,6 +66,10 @@ struct KeyNotification {
     bool withKey = true; // carries {"key": key}
 };
 std::vector<KeyNotification> notificationsForChangedKey(std::string_view key);
+// Tells every program that the key changed: its notifications, then the one a settings window
+// re-reads the key on. Answers the names posted.
+std::vector<std::string> postKeyChanged(DistributedNotificationCenter& center,
+                                        const std::string& key);
 
 // The "prefs" commands; each returns the process's exit status.
 class PreferenceCommands {

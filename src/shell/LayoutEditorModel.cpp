@@ -249,14 +249,8 @@ LayoutEditorModel::Result LayoutEditorModel::layoutContainerUpdated() {
 // As a settings command does after a write: the key's own notifications for the status item
 // and the agent, then the one a settings window re-reads the key on.
 void LayoutEditorModel::announce() {
-    const Value userInfo = Value::dict({{"key", layout_.modeKey}});
-    for (const auto& notification : notificationsForChangedKey(layout_.modeKey)) {
-        center_.postNotificationName(notification.name, notification.withKey ? userInfo : Value(),
-                                     notification.options);
-        posted_.push_back(notification.name);
-    }
-    center_.postNotificationName(kResetPreferencesAppNotification, userInfo);
-    posted_.emplace_back(kResetPreferencesAppNotification);
+    const auto names = postKeyChanged(center_, layout_.modeKey);
+    posted_.insert(posted_.end(), names.begin(), names.end());
 }
 
 LayoutEditorModel::Result LayoutEditorModel::refused(std::string reason) const {
