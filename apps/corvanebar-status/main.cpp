@@ -97,6 +97,7 @@ int main(int argc, char** argv) {
         options.headlessDirectory = arguments.headless;
     options.once = arguments.once;
     options.dropdowns = arguments.dropdowns;
+    options.checkInternet = !headless;
     int status = 0;
     {
         StatusProgram program(

@@ -1,7 +1,9 @@
 #include "RenderCommand.h"
 
 #include "CommandLine.h"
+#include "clock/ClockTime.h"
 #include "drawing/Artwork.h"
+#include "drawing/CVBTimeMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/Log.h"
@@ -29,10 +31,19 @@ void addRenderCommand(CLI::App& app, RenderOptions& o) {
     o.command->add_option("--seconds", o.seconds, "Seconds of readings before drawing")
         ->check(corvane::cli::wholeNumber(1, 600));
     o.command->add_option("--out", o.out, "The PNG file to write")->required();
+    o.command->add_option("--at", o.at,
+                          "For the time item, the moment to show: Unix seconds, or "
+                          "YYYY-MM-DDTHH:MM[:SS] in the local zone, with Z or +HH:MM for another");
 }
 
 int runRender(const RenderOptions& o) {
     corvane::setupLog("App");
+    const auto at = corvane::parseClockTime(o.at);
+    if (!o.at.empty() && !at) {
+        std::cerr << "corvanebar render: --at: \"" << o.at << "\" is neither Unix seconds nor a "
+                  << "date and time such as 2024-03-31T01:30\n";
+        return corvane::cli::kUsageError;
+    }
     corvane::GLibMainQueue queue;
     auto environment = corvane::CVBPreferences::systemEnvironment(queue);
     environment.appearance = corvane::makeFixedAppearanceSource(o.dark);
@@ -44,9 +55,17 @@ int runRender(const RenderOptions& o) {
 
     const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
     auto item = corvane::makeSectionItem(o.section, context, drawing);
+    if (!item) {
+        // Only the sensors have no item, on a machine without them.
+        std::cerr << "corvanebar render: no sensors were found on this machine\n";
+        corvane::cleanupSectionItems();
+        return 1;
+    }
+    if (auto* clock = dynamic_cast<corvane::CVBTimeMenuExtraView*>(item->view.get()))
+        clock->setFixedTime(at);
     // Rates and shares need two readings: one now, then one a second for each second asked.
     item->sample();
-    for (int second = 0; second < o.seconds; ++second) {
+    for (int second = 0; second < o.seconds && o.section != "time"; ++second) {
         g_usleep(G_USEC_PER_SEC);
         item->sample();
     }

@@ -12,6 +12,7 @@ struct RenderOptions {
     double scale = 1;
     int seconds = 2;
     std::string out;
+    std::string at; // the clock's moment; empty: now
 };
 
 void addRenderCommand(CLI::App& app, RenderOptions& options);

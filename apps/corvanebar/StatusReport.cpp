@@ -4,6 +4,7 @@
 #include "collectors/battery/BatteryStatus.h"
 #include "collectors/cpu/ProcessorStatus.h"
 #include "collectors/memory/MemoryStatus.h"
+#include "collectors/network/NetworkStatus.h"
 #include "foundation/Json.h"
 
 #include <ostream>
@@ -18,10 +19,20 @@ constexpr double kWholeInterval = 0.95;
 } // namespace
 
 int printStatus(const StatusSources& s, const std::function<void()>& wait, std::ostream& out,
-                std::ostream& err, bool json) {
+                std::ostream& err, bool json, const BootVolumeStatus* boot,
+                NetworkStatCollector* network, const SensorsStatus* sensors) {
+    // The network's rates, as the cycle takes them: the next identifier, then the reading.
+    const auto sampleNetwork = [network] {
+        if (network) {
+            network->setID(network->idForInterval(0) + 1, 0);
+            network->updateStats();
+        }
+    };
     s.cpu.updateStats();
     s.memory.updateStats();
+    sampleNetwork();
     wait();
+    sampleNetwork();
     s.cpu.updateStats();
     s.load.updateStats();
     s.memory.updateStats();
@@ -35,9 +46,23 @@ int printStatus(const StatusSources& s, const std::function<void()>& wait, std::
         if (memory.hasReading())
             all.set("memory", memory.dictionary());
         all.set("battery", battery.dictionary());
+        if (boot)
+            all.set("bootVolume", boot->dictionary());
+        if (network) {
+            network->networkStatus();
+            all.set("network", NetworkStatus(*network).dictionary());
+        }
+        if (sensors)
+            all.set("sensors", sensors->dictionary());
         out << cli::escapeC1Controls(toJson(all, 2)) << "\n";
     } else {
         out << processor.text() << memory.text() << battery.text();
+        if (boot)
+            out << boot->text();
+        if (network)
+            out << NetworkStatus(*network).text();
+        if (sensors)
+            out << sensors->text();
     }
     const bool readAnything = processor.hasProcessorLoad() || processor.hasLoadAverages() ||
                               memory.hasReading() || !s.battery.batteries().empty();

@@ -3,7 +3,10 @@
 #include "collectors/battery/BatteryStatCollector.h"
 #include "collectors/cpu/CPUStatCollector.h"
 #include "collectors/cpu/LoadStatCollector.h"
+#include "collectors/disks/BootVolumeStatus.h"
 #include "collectors/memory/MemoryStatCollector.h"
+#include "collectors/network/NetworkStatCollector.h"
+#include "collectors/sensors/SensorsStatus.h"
 
 #include <functional>
 #include <iosfwd>
@@ -20,9 +23,12 @@ struct StatusSources {
 
 // `corvanebar status`: reads the machine, lets `wait` pass (a core's load and memory's shares
 // need a reading before), reads it again and prints the figures as text or JSON. Returns the
-// exit status: 1 when nothing at all could be read.
+// exit status: 1 when nothing at all could be read. `boot`, when given, adds the boot volume;
+// `network` the network services with their rates over the same second; `sensors` the
+// sensors the panel shows by default.
 int printStatus(const StatusSources& sources, const std::function<void()>& wait, std::ostream& out,
-                std::ostream& err, bool json);
+                std::ostream& err, bool json, const BootVolumeStatus* boot = nullptr,
+                NetworkStatCollector* network = nullptr, const SensorsStatus* sensors = nullptr);
 
 // `corvanebar status --watch`: runs the processor's one-second cycle and prints a line for each
 // sample that measured a whole second. The first beat comes a fraction of a second after the

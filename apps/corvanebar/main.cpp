@@ -1,9 +1,17 @@
 // corvanebar: the settings application's command.
+#include "CitiesCommand.h"
+#include "ClockCommand.h"
 #include "CommandLine.h"
+#include "DaemonCommand.h"
+#include "DisksCommand.h"
 #include "GnomeExtensionCommand.h"
 #include "LayoutCommand.h"
+#include "MachineCommand.h"
 #include "MenuCommands.h"
+#include "NetCommand.h"
+#include "PingCommand.h"
 #include "RenderCommand.h"
+#include "SensorsCommand.h"
 #include "ShellCommands.h"
 #include "StatusCommand.h"
 #include "WaybarCommand.h"
@@ -196,8 +204,20 @@ struct Commands {
     MenuOptions menu;
     GnomeExtensionOptions gnomeExtension;
     WaybarOptions waybar;
+    DaemonOptions daemon;
     LayoutOptions layout;
+    ClockOptions clock;
+    CitiesOptions cities;
+    ClocksOptions clocks;
+    LocationOptions location;
     WindowCommandOptions window;
+    NetOptions net;
+    PingOptions ping;
+    RdnsOptions rdns;
+    DisksOptions disks;
+    SensorsOptions sensors;
+    MachineOptions machine;
+    SmcOptions smc;
 };
 
 void addCommands(CLI::App& app, Commands& c) {
@@ -211,8 +231,18 @@ void addCommands(CLI::App& app, Commands& c) {
     addMenuCommands(app, c.menu);
     addGnomeExtensionCommand(app, c.gnomeExtension);
     addWaybarCommand(app, c.waybar);
+    addDaemonCommand(app, c.daemon);
     addLayoutCommand(app, c.layout);
+    addClockCommand(app, c.clock);
+    addCitiesCommand(app, c.cities);
+    addClocksCommand(app, c.clocks);
+    addLocationCommand(app, c.location);
     addWindowCommand(app, c.window);
+    addNetCommand(app, c.net);
+    addPingCommands(app, c.ping, c.rdns);
+    addDisksCommand(app, c.disks);
+    addSensorsCommand(app, c.sensors);
+    addMachineCommands(app, c.machine, c.smc);
 }
 
 int runCommand(const CLI::App& app, const Commands& c) {
@@ -226,10 +256,34 @@ int runCommand(const CLI::App& app, const Commands& c) {
         return runGnomeExtensionCommand(c.gnomeExtension);
     if (c.waybar.command->parsed())
         return runWaybar(c.waybar);
+    if (c.daemon.command->parsed())
+        return runDaemonCommand(c.daemon);
     if (c.window.command->parsed())
         return runWindow(c.window);
+    if (c.net.command->parsed())
+        return runNet(c.net);
+    if (c.ping.command->parsed())
+        return runPing(c.ping);
+    if (c.rdns.command->parsed())
+        return runRdns(c.rdns);
+    if (c.disks.command->parsed())
+        return runDisks(c.disks);
+    if (c.sensors.command->parsed())
+        return runSensors(c.sensors);
+    if (c.machine.command->parsed())
+        return runMachine(c.machine);
+    if (c.smc.command->parsed())
+        return runSmc(c.smc);
     if (c.layout.command->parsed())
         return runLayout(c.layout);
+    if (c.clock.command->parsed())
+        return runClock(c.clock);
+    if (c.cities.command->parsed())
+        return runCities(c.cities);
+    if (c.clocks.command->parsed())
+        return runClocks(c.clocks);
+    if (c.location.command->parsed())
+        return runLocation(c.location);
     if (menuCommandParsed(c.menu))
         return runMenuCommand(c.menu);
     if (shellCommandParsed(c.shell))

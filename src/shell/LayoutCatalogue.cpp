@@ -74,7 +74,7 @@ const std::vector<SectionRow>& sectionRows() {
          "DiskDrawing",
          "Disks_MenubarMode",
          "key",
-         false,
+         true,
          {LayoutCatalogue::kMenubarSpacerItem},
          {{0, "DiskVerticalGraph", "Vertical Graph"},
           {1, "DiskText", "Percentage"},

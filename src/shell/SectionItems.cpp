@@ -3,19 +3,28 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
+#include "collectors/disks/DiskSystem.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "collectors/network/NetworkStatCollectorLinux.h"
+#include "collectors/sensors/SensorsStatCollectorLinux.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/CVBCPUMenuExtraView.h"
+#include "drawing/CVBDisksMenuExtraView.h"
 #include "drawing/CVBMemoryMenuExtraView.h"
+#include "drawing/CVBNetworkMenuExtraView.h"
+#include "drawing/CVBSensorsMenuExtraView.h"
+#include "drawing/CVBTimeMenuExtraView.h"
+#include "foundation/MainQueue.h"
 
 namespace corvane {
 
 std::vector<std::string> sectionItemNames() {
-    return {"cpu", "memory", "battery"};
+    return {"cpu", "memory", "disks", "network", "sensors", "battery", "time"};
 }
 
 std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context,
-                                           const DrawingContext& drawing) {
+                                           const DrawingContext& drawing,
+                                           std::function<std::optional<bool>()> internet) {
     if (section == "cpu") {
         auto& cpu = CPUStatCollectorLinux::sharedCPUCollector(context);
         auto& load = LoadStatCollectorLinux::sharedLoadCollector(context);
@@ -30,10 +39,45 @@ std::optional<SectionItem> makeSectionItem(std::string_view section, const Engin
         return SectionItem{[&memory] { memory.updateStats(); },
                            std::make_unique<CVBMemoryMenuExtraView>(drawing, memory)};
     }
+    if (section == "disks") {
+        auto& disks = DiskSystem::shared(context);
+        auto view = std::make_unique<CVBDisksMenuExtraView>(drawing, disks.disks(),
+                                                            disks.activity(), disks.info());
+        return SectionItem{[&disks] { disks.sampleNow(); }, std::move(view)};
+    }
+    if (section == "network") {
+        auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(context);
+        // As the cycle does: the next identifier, then the reading.
+        return SectionItem{
+            [&network] {
+                network.setID(network.idForInterval(0) + 1, 0);
+                network.updateStats();
+                network.networkStatus();
+            },
+            std::make_unique<CVBNetworkMenuExtraView>(drawing, network, std::move(internet))};
+    }
+    if (section == "sensors") {
+        auto& sensors = SensorsStatCollectorLinux::sharedSensorCollector(context);
+        // A machine without sensors shows no item rather than an empty one.
+        if (sensors.sensors().empty())
+            return std::nullopt;
+        auto view = std::make_unique<CVBSensorsMenuExtraView>(drawing, sensors);
+        view->ready = true; // loaded when made
+        return SectionItem{[&sensors] {
+                               sensors.setID(sensors.idForInterval(0) + 1, 0);
+                               sensors.updateStats();
+                           },
+                           std::move(view)};
+    }
     if (section == "battery") {
         auto& battery = BatteryStatCollectorLinux::sharedBatteryCollector(context);
         return SectionItem{[&battery] { battery.updateStats(); },
                            std::make_unique<CVBBatteryMenuExtraView>(drawing, battery)};
+    }
+    if (section == "time") {
+        auto view = std::make_unique<CVBTimeMenuExtraView>(drawing, context.queue.clock());
+        auto* clock = view.get();
+        return SectionItem{[clock] { clock->update(); }, std::move(view)};
     }
     return std::nullopt;
 }
@@ -42,7 +86,10 @@ void cleanupSectionItems() {
     CPUStatCollectorLinux::cleanupShared();
     LoadStatCollectorLinux::cleanupShared();
     MemoryStatCollectorLinux::cleanupShared();
+    DiskSystem::cleanupShared();
+    NetworkStatCollectorLinux::cleanupShared();
     BatteryStatCollectorLinux::cleanupShared();
+    SensorsStatCollectorLinux::cleanupShared();
 }
 
 } // namespace corvane

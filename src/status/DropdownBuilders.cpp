@@ -1,12 +1,19 @@
 #include "status/DropdownBuilders.h"
 
+#include "clock/CVBDateAndTimeUtilities.h"
+#include "clock/TimeDropdown.h"
 #include "collectors/battery/BatteryStatCollector.h"
 #include "collectors/battery/BatteryStatus.h"
 #include "collectors/cpu/ProcessorStatus.h"
+#include "collectors/disks/DiskManager.h"
 #include "collectors/memory/MemoryStatCollector.h"
 #include "collectors/memory/MemoryStatus.h"
+#include "collectors/network/NetworkStatus.h"
+#include "collectors/sensors/SensorsStatus.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
+#include "foundation/MainQueue.h"
 #include "preferences/CVBPreferences.h"
+#include "preferences/SystemFacts.h"
 #include "status/ProcessTable.h"
 #include "text/CVBTranslations.h"
 #include "text/ValueFormatters.h"
@@ -15,10 +22,34 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
+#include <memory>
 
 namespace corvane {
 
 namespace {
+
+// The clock's dates in the chosen language, with its "time" table.
+std::unique_ptr<CVBDateAndTimeUtilities> clockUtilities(const TextContext& text) {
+    const auto languages = text.translations.preferedLocalization(text.language());
+    auto utilities = std::make_unique<CVBDateAndTimeUtilities>(
+        CVBDateAndTimeUtilities::localeForLanguage(languages.empty() ? "" : languages.front(),
+                                                   formatsLocaleId("LC_TIME")),
+        [text](std::string_view key) {
+            return HLVLocalizedString(text, key, std::nullopt, "time");
+        });
+    utilities->setWeekNumberFormat(text.integer("Time_WeekNumberFormat"));
+    return utilities;
+}
+
+void addTimeRows(std::vector<DropdownRow>& rows, const TextContext& text) {
+    const auto utilities = clockUtilities(text);
+    rows.push_back(DropdownRow::header(utilities->localized("World Clocks")));
+    for (std::string& row : worldClockRows(*utilities, text.preferences.objectForKey("Time_Cities"),
+                                           text.preferences.objectForKey("Time_CityNames"),
+                                           SystemClock::shared().now()))
+        rows.push_back(DropdownRow::textRow(std::move(row)));
+}
 
 constexpr const char* kTable = "status";
 constexpr int kMostProcesses = 20;
@@ -109,6 +140,15 @@ void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) const {
 
 ItemSummary DropdownBuilders::summary(std::string_view section) const {
     ItemSummary s;
+    if (section == "time") {
+        const auto utilities = clockUtilities(text_);
+        s.label = menubarClockText(*utilities, text_.preferences.objectForKey("Time_MenubarFormat"),
+                                   SystemClock::shared().now());
+        s.labelGuide = s.label;
+        s.tooltip = s.label;
+        s.accessibleDescription = s.label;
+        return s;
+    }
     s.labelGuide = percent(text_, 100);
     std::optional<double> value;
     std::string_view title;
@@ -118,6 +158,37 @@ ItemSummary DropdownBuilders::summary(std::string_view section) const {
     } else if (section == "memory") {
         title = "Memory: %@";
         value = MemoryStatus(sources_.memory).usedPercent();
+    } else if (section == "disks" && sources_.disks) {
+        title = "Disks: %@";
+        const auto boot = sources_.disks->disks().bootDisk();
+        if (boot && boot->hasSizes)
+            value = boot->storagePercentage;
+    } else if (section == "network" && sources_.network) {
+        // Rates, not a share: the label is the two rates and the picture stays empty.
+        const Value all = NetworkStatus(*sources_.network).dictionary();
+        double down = 0, up = 0;
+        for (const Value& service : all["services"].arrayItems()) {
+            down += service["download"].doubleValue();
+            up += service["upload"].doubleValue();
+        }
+        s.label = formattedBandwidthFormatter(text_, false, down) + " / " +
+                  formattedBandwidthFormatter(text_, false, up);
+        s.labelGuide = s.label;
+        s.tooltip = described(*this, "Network: %@", s.label);
+        s.accessibleDescription = s.tooltip;
+        return s;
+    } else if (section == "sensors" && sources_.sensors) {
+        // Readings in their own units: the label is the default sensors' values.
+        const Value shown =
+            SensorsStatus(*sources_.sensors, text_, SensorsStatus::Scope::defaults).dictionary();
+        for (const Value& sensor : shown.arrayItems())
+            s.label += (s.label.empty() ? "" : " ") + sensor["text"].stringValue();
+        if (!shown.arrayItems().empty())
+            s.fraction = std::clamp(shown[0]["percentage"].doubleValue(), 0.0, 1.0);
+        s.labelGuide = s.label;
+        s.tooltip = described(*this, "Sensors: %@", s.label);
+        s.accessibleDescription = s.tooltip;
+        return s;
     } else if (section == "battery") {
         title = "Battery: %@";
         const auto battery = sources_.battery.primaryBattery();
@@ -144,6 +215,14 @@ DropdownModel DropdownBuilders::dropdown(std::string_view section, const PanelPi
         addMemoryRows(model.rows);
     else if (section == "battery")
         addBatteryRows(model.rows);
+    else if (section == "disks")
+        addDiskRows(model.rows);
+    else if (section == "network")
+        addNetworkRows(model.rows);
+    else if (section == "sensors")
+        addSensorRows(model.rows);
+    else if (section == "time")
+        addTimeRows(model.rows, text_);
     appendClosingRows(model.rows);
     return model;
 }
@@ -260,6 +339,120 @@ void DropdownBuilders::addBatteryRows(std::vector<DropdownRow>& rows) const {
     if (all.contains("adapterWatts"))
         rows.push_back(DropdownRow::textRow(
             valueRow("Power Adapter", std::to_string(all["adapterWatts"].integerValue()) + " W")));
+}
+
+// Every sensor under its heading: value, limits and the extremes seen.
+void DropdownBuilders::addSensorRows(std::vector<DropdownRow>& rows) const {
+    if (!sources_.sensors)
+        return;
+    const Value all =
+        SensorsStatus(*sources_.sensors, text_, SensorsStatus::Scope::all).dictionary();
+    if (all.arrayItems().empty())
+        rows.push_back(DropdownRow::textRow(translated("No sensors were found")));
+    std::optional<std::string> heading;
+    for (const Value& sensor : all.arrayItems()) {
+        if (sensor["heading"].stringValue() != heading) {
+            heading = sensor["heading"].stringValue();
+            rows.push_back(DropdownRow::header(translated(*heading)));
+        }
+        std::string row =
+            printable(sensor["name"].stringValue()) + ": " + sensor["text"].stringValue();
+        if (sensor.contains("low"))
+            row +=
+                "  " + sensor["lowText"].stringValue() + " – " + sensor["highText"].stringValue();
+        if (sensor.contains("lowest"))
+            row += "  (" + sensor["lowestText"].stringValue() + " – " +
+                   sensor["highestText"].stringValue() + ")";
+        rows.push_back(DropdownRow::textRow(std::move(row)));
+    }
+}
+
+// Each group of volumes with their space, then the disks' rates.
+void DropdownBuilders::addDiskRows(std::vector<DropdownRow>& rows) const {
+    if (!sources_.disks || sources_.disks->stucture().empty()) {
+        rows.push_back(DropdownRow::header(translated("Disks")));
+        rows.push_back(DropdownRow::textRow(translated("No disks")));
+        return;
+    }
+    for (const DiskStructureGroup& group : sources_.disks->stucture()) {
+        const bool named = group.physicalDiskName && !group.physicalDiskName->empty();
+        rows.push_back(DropdownRow::header(group.bsd == "_network"      ? translated("Network")
+                                           : group.bsd == "_removable"  ? translated("Removable")
+                                           : group.bsd == "_notmounted" ? translated("Not Mounted")
+                                           : named                      ? *group.physicalDiskName
+                                                                        : group.bsd));
+        for (const DiskStructurePartition& partition : group.partitions) {
+            const DiskStatCollectorItem& volume = *partition.collector;
+            if (!volume.hasSizes) {
+                rows.push_back(DropdownRow::textRow(printable(volume.name)));
+                continue;
+            }
+            rows.push_back(
+                DropdownRow::textRow(printable(volume.name) + ": " +
+                                     amountOf(*this, formattedSpace(text_, volume.storageUsed),
+                                              formattedSpace(text_, volume.storageSize)) +
+                                     " (" + percent(text_, volume.storagePercentage) + ")"));
+        }
+    }
+    const auto disks = sources_.disks->activity().disks();
+    if (disks.empty())
+        return;
+    rows.push_back(DropdownRow::header(translated("Activity")));
+    for (const auto& disk : disks)
+        rows.push_back(
+            DropdownRow::textRow(printable(disk->name) + ": " +
+                                 valueRow("Read", formattedDiskActivity(text_, disk->read)) + "  " +
+                                 valueRow("Write", formattedDiskActivity(text_, disk->write))));
+}
+
+// Each service with its addresses, router, DNS, link and rates, then this period's totals.
+void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows) const {
+    const Value all = sources_.network ? NetworkStatus(*sources_.network).dictionary() : Value();
+    if (all["services"].empty()) {
+        rows.push_back(DropdownRow::header(translated("Network")));
+        rows.push_back(DropdownRow::textRow(translated("No services")));
+        return;
+    }
+    const auto joined = [](const Value& list) {
+        std::string text;
+        for (const Value& item : list.arrayItems())
+            text += (text.empty() ? "" : ", ") + printable(item.stringValue());
+        return text;
+    };
+    for (const Value& s : all["services"].arrayItems()) {
+        rows.push_back(DropdownRow::header(printable(s["name"].stringValue())));
+        for (const char* key : {"ipv4", "ipv6", "subnet", "dnsIPV4", "dnsIPV6"}) {
+            static const std::map<std::string_view, std::string_view> labels{
+                {"ipv4", "IPv4"},
+                {"ipv6", "IPv6"},
+                {"subnet", "Subnet Mask"},
+                {"dnsIPV4", "DNS"},
+                {"dnsIPV6", "DNS"}};
+            if (!s[key].empty())
+                rows.push_back(DropdownRow::textRow(valueRow(labels.at(key), joined(s[key]))));
+        }
+        for (const char* key : {"routerIPV4", "routerIPV6"})
+            if (!s[key].stringValue().empty())
+                rows.push_back(DropdownRow::textRow(valueRow("Router", s[key].stringValue())));
+        if (s["linkSpeed"].doubleValue() > 0)
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Link Speed", std::to_string(s["linkSpeed"].integerValue()) + " Mb/s")));
+        if (!s["interface"].stringValue().empty())
+            rows.push_back(DropdownRow::textRow(
+                valueRow("Download",
+                         formattedBandwidth(text_, false, s["download"].doubleValue())) +
+                "  " +
+                valueRow("Upload", formattedBandwidth(text_, false, s["upload"].doubleValue()))));
+    }
+    const auto& periods = sources_.network->bandwidthItems();
+    if (periods.empty())
+        return;
+    rows.push_back(DropdownRow::header(translated("Data Used")));
+    for (const auto& [name, period] : periods)
+        rows.push_back(DropdownRow::textRow(
+            printable(name) + ": " +
+            valueRow("Download", formattedSpace(text_, period.downloadBytes())) + "  " +
+            valueRow("Upload", formattedSpace(text_, period.uploadBytes()))));
 }
 
 void DropdownBuilders::addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const {

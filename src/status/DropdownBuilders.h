@@ -14,9 +14,12 @@ namespace corvane {
 
 class BatteryStatCollector;
 class CPUStatCollector;
+class DiskManager;
 class LoadStatCollector;
 class MemoryStatCollector;
+class NetworkStatCollector;
 class ProcessTable;
+class SensorsStatCollector;
 
 // The collectors and files the texts of the items are read from.
 struct ItemSources {
@@ -26,6 +29,12 @@ struct ItemSources {
     BatteryStatCollector& battery;
     const ProcessTable& processes;
     SysRoot root; // for the uptime
+    // The tree of disks and volumes, where the program has one.
+    DiskManager* disks = nullptr;
+    // The network services, where the program follows them.
+    NetworkStatCollector* network = nullptr;
+    // The sensors, where the program reads them.
+    SensorsStatCollector* sensors = nullptr;
 };
 
 // What an item says besides its picture: its value as text for panels that show text, and
@@ -78,6 +87,9 @@ private:
                           const GraphPeriod& period) const;
     void addMemoryRows(std::vector<DropdownRow>& rows) const;
     void addBatteryRows(std::vector<DropdownRow>& rows) const;
+    void addDiskRows(std::vector<DropdownRow>& rows) const;
+    void addNetworkRows(std::vector<DropdownRow>& rows) const;
+    void addSensorRows(std::vector<DropdownRow>& rows) const;
     void addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const;
     std::optional<double> uptimeSeconds() const;
 

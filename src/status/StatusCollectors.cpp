@@ -3,7 +3,10 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/CPUStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollectorLinux.h"
+#include "collectors/disks/DiskSystem.h"
 #include "collectors/memory/MemoryStatCollectorLinux.h"
+#include "collectors/network/NetworkStatCollectorLinux.h"
+#include "collectors/sensors/SensorsStatCollectorLinux.h"
 #include "foundation/Paths.h"
 #include "shell/SectionItems.h"
 
@@ -34,6 +37,13 @@ StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path histo
           prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_), historyDirectory)) {
     // No item or dropdown shows the number of processes.
     CPUStatCollectorLinux::sharedCPUCollector(context_).setCountsTasks(false);
+    DiskSystem& disks = DiskSystem::shared(context_);
+    prepared(disks.disks(), historyDirectory);
+    prepared(disks.activity(), historyDirectory);
+    // This process keeps the periods of data usage.
+    auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(context_);
+    prepared(network, historyDirectory).bandwidthMonitoringEnabled = true;
+    prepared(SensorsStatCollectorLinux::sharedSensorCollector(context_), historyDirectory);
 }
 
 StatusCollectors::~StatusCollectors() {
@@ -52,6 +62,12 @@ void StatusCollectors::start() {
     load_.startLogging();
     memory_.startLogging();
     battery_.startLogging();
+    DiskSystem& disks = DiskSystem::shared(context_);
+    disks.startMonitoring();
+    disks.disks().startLogging();
+    disks.activity().startLogging();
+    NetworkStatCollectorLinux::sharedNetworkCollector(context_).startLogging();
+    SensorsStatCollectorLinux::sharedSensorCollector(context_).startLogging();
 }
 
 std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {
@@ -61,6 +77,14 @@ std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {
         return memory_.lastIDForType(0);
     if (section == "battery")
         return battery_.lastIDForType(0);
+    if (section == "disks") {
+        DiskSystem& disks = DiskSystem::shared(context_);
+        return disks.disks().lastIDForType(0) + disks.activity().lastIDForType(0);
+    }
+    if (section == "network")
+        return NetworkStatCollectorLinux::sharedNetworkCollector(context_).lastIDForType(0);
+    if (section == "sensors")
+        return SensorsStatCollectorLinux::sharedSensorCollector(context_).lastIDForType(0);
     return 0;
 }
 

@@ -1,11 +1,16 @@
 #include "status/StatusProgram.h"
 
 #include "collectors/cpu/CPUStatCollector.h"
+#include "collectors/disks/DiskSystem.h"
 #include "collectors/memory/MemoryStatCollector.h"
+#include "collectors/network/NetworkStatCollectorLinux.h"
+#include "collectors/ping/ReachabilityCheck.h"
+#include "collectors/sensors/SensorsStatCollectorLinux.h"
 #include "drawing/CVBModuleView.h"
 #include "drawing/Surface.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
+#include "shell/DisksController.h"
 #include "shell/SectionItems.h"
 #include "status/HeadlessWriter.h"
 #include "status/ItemPainter.h"
@@ -124,15 +129,27 @@ void StatusProgram::startCycle() {
         std::make_unique<StatusCollectors>(beat_, options_.historyDirectory, services_.sleepWake);
     builders_ = std::make_unique<DropdownBuilders>(
         ItemSources{collectors_->cpu(), collectors_->load(), collectors_->memory(),
-                    collectors_->battery(), processes_, options_.root},
+                    collectors_->battery(), processes_, options_.root,
+                    &DiskSystem::shared(collectors_->context()).manager(),
+                    &NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context()),
+                    &SensorsStatCollectorLinux::sharedSensorCollector(collectors_->context())},
         artwork_.text().with(CVBPreferences::sharedPreferences()));
+    menubarDisks_ = std::make_unique<MenubarDisksKeeper>(
+        DiskSystem::shared(collectors_->context()).manager(), &services_.center);
+    if (options_.checkInternet)
+        reachability_ = std::make_unique<ReachabilityCheck>(
+            services_.queue, [] { return CVBObjectForKey("Network_StatusAddress").stringValue(); },
+            [this](bool) { redrawSoon(); });
     collectors_->start();
     syncItems();
 }
 
 void StatusProgram::stopCycle() {
     items_.clear();
+    reachability_.reset();
+    reachabilityStatus_ = -1;
     builders_.reset();
+    menubarDisks_.reset();
     collectors_.reset();
     graph_ = {};
     graphStamp_.reset();
@@ -156,7 +173,11 @@ void StatusProgram::syncItems() {
             items.push_back(std::move(*known));
             continue;
         }
-        auto made = makeSectionItem(section->name, collectors_->context(), drawingContext(1.0));
+        std::function<std::optional<bool>()> internet;
+        if (reachability_)
+            internet = [check = reachability_.get()] { return check->hasInternetConnection(); };
+        auto made = makeSectionItem(section->name, collectors_->context(), drawingContext(1.0),
+                                    std::move(internet));
         if (!made)
             continue;
         items.push_back(std::make_unique<LiveItem>(section, std::move(made->view)));
@@ -193,6 +214,7 @@ void StatusProgram::frame() {
     if (!collectors_)
         return;
     scanProcessesIfDue();
+    followReachability();
     bool changed = listChanged_;
     for (auto& item : items_)
         changed |= repaint(*item);
@@ -200,6 +222,21 @@ void StatusProgram::frame() {
         publish();
     if (options_.once && (readyForOnce() || frames_ >= kMostFramesForOnce) && services_.quit)
         services_.quit();
+}
+
+// The check pings while the network is connected and the dot is asked to show it.
+void StatusProgram::followReachability() {
+    if (!reachability_)
+        return;
+    const std::int64_t status =
+        CVBBoolForKey("Network_StatusCheckInternet")
+            ? NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context())
+                  .networkStatusValue()
+            : 0;
+    if (status != reachabilityStatus_) {
+        reachabilityStatus_ = status;
+        reachability_->networkChanged(status);
+    }
 }
 
 bool StatusProgram::readyForOnce() const {

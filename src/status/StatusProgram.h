@@ -21,8 +21,11 @@
 
 namespace corvane {
 
+class ReachabilityCheck;
+
 class CVBModuleView;
 class HeadlessWriter;
+class MenubarDisksKeeper;
 class PanelAppearance;
 class SettingsListener;
 class SleepWakeSource;
@@ -47,6 +50,9 @@ public:
         // Headless: keep every dropdown's rows live and write them, as if all were open.
         bool dropdowns = false;
         SysRoot root = SysRoot::fromEnvironment();
+        // Pings "Network_StatusAddress" for the network item's status dot. Off unless the
+        // main asks: tests must not reach outside their machine.
+        bool checkInternet = false;
     };
     // What the program is given by its main, or by a test.
     struct Services {
@@ -80,6 +86,7 @@ private:
 
     void startCycle();
     void stopCycle();
+    void followReachability();
     void frame();
     void publish();
     bool repaint(LiveItem& item);
@@ -107,6 +114,9 @@ private:
     Options options_;
     BeatQueue beat_;
     std::unique_ptr<StatusCollectors> collectors_;
+    std::unique_ptr<ReachabilityCheck> reachability_;
+    std::int64_t reachabilityStatus_ = -1; // the network status it was last told
+    std::unique_ptr<MenubarDisksKeeper> menubarDisks_;
     ProcessTable processes_;
     DropdownDemand demand_;
     std::unique_ptr<DropdownBuilders> builders_;

@@ -133,6 +133,58 @@ PageDescription memory() {
     return page;
 }
 
+PageDescription disks() {
+    PageDescription page{"Disks", "disks", true, true, false, "", {}};
+    page.summary = "The panel item shows the boot volume unless other volumes are chosen with "
+                   "corvanebar prefs set Disks_MenubarItems.";
+    auto text = textRows("Disks_", "MenubarPercentageSize");
+    text.push_back(color("Disks_MenubarPercentageColor", "Text colour"));
+    text.push_back(color("Disks_MenubarPercentageShadowColor", "Text shadow"));
+    text.push_back(color("Disks_Label", "Label colour"));
+    page.groups = {
+        {"Volumes",
+         {toggle("Disks_MenubarGroupItems", "Show the elements of each volume together"),
+          toggle("Disks_HidePurgable", "Count purgeable space as free")}},
+        {"Text", std::move(text)},
+        {"Used and free",
+         {toggle("Disks_MenubarUFShowLabel", "Show labels"),
+          choice("Disks_MenubarUFFontStyle", "Font", kFontStyles),
+          color("Disks_MenubarUFUsedColor", "Used"),
+          color("Disks_MenubarUFUsedShadowColor", "Used shadow"),
+          color("Disks_MenubarUFFreeColor", "Free"),
+          color("Disks_MenubarUFFreeShadowColor", "Free shadow")}},
+        {"Activity",
+         {number("Disks_MenubarGraphActivityWidth", "Graph width", kGraphWidths),
+          choice(
+              "Disks_ActivityGraphMode", "Graph",
+              {"Read above, write below", "Write above, read below", "Both upright", "Overlaid"}),
+          toggle("Disks_MenubarGraphActivityShowBackground", "Graph background"),
+          color("Disks_MenubarGraphActivityRead", "Graph, read"),
+          color("Disks_MenubarGraphActivityWrite", "Graph, write"),
+          color("Disks_MenubarDotActivityRead", "Dot, read"),
+          color("Disks_MenubarDotActivityWrite", "Dot, write"),
+          color("Disks_MenubarArrowRead", "Arrow, read"),
+          color("Disks_MenubarArrowWrite", "Arrow, write"),
+          toggle("Disks_MenubarCombineActivity", "One activity for all disks")}},
+        {"Read and write",
+         {toggle("Disks_MenubarRWShowLabel", "Show labels"),
+          choice("Disks_MenubarRWFontStyle", "Font", kFontStyles),
+          color("Disks_MenubarRWReadColor", "Read"),
+          color("Disks_MenubarRWReadShadwColor", "Read shadow"),
+          color("Disks_MenubarRWWriteColor", "Write"),
+          color("Disks_MenubarRWWriteShadowColor", "Write shadow")}},
+        {"Dropdown",
+         {toggle("Disks_ShowIcons", "Show icons"),
+          toggle("Disks_DropdownShowAllActivity", "Show the activity of every disk"),
+          toggle("Disks_DropdownCombineActivity", "One activity for all disks"),
+          choice("Disks_DropdownActivityDisplayMode", "Activity", {"Rates", "Graph"}),
+          toggle("Disks_SeperateFusion", "Show the members of a fused volume apart"),
+          toggle("Disks_MonitorSMART", "Monitor drive health"),
+          number("Disks_ProcessCount", "Processes shown", kProcessCounts)}},
+    };
+    return page;
+}
+
 PageDescription battery() {
     PageDescription page{"Battery", "battery", true, true, false, "", {}};
     page.groups = {
@@ -161,6 +213,23 @@ PageDescription battery() {
         {"Devices",
          {toggle("Battery_MenubarCustomizeStates", "A layout for each state"),
           toggle("Battery_DisableBluetooth", "Ignore Bluetooth devices")}},
+    };
+    return page;
+}
+
+PageDescription sensors() {
+    PageDescription page{"Sensors", "sensors", true, false, false, "", {}};
+    page.groups = {
+        {"Text",
+         {number("Sensors_MenubarTextSize", "Text size", kTextSizes),
+          choice("Sensors_MenubarFontStyle", "Font", kFontStyles),
+          choice("Sensors_StackedMenubarFontStyle", "Font of stacked text", kFontStyles),
+          color("Sensors_MenubarTextColor", "Colour"),
+          color("Sensors_MenubarTextShadowColor", "Shadow"),
+          color("Sensors_Label", "Label colour")}},
+        {"Readings",
+         {choice("Sensors_TemperatureMode", "Temperature", {"Celsius", "Fahrenheit", "Kelvin"}),
+          toggle("Sensors_DisableIntelKext", "Leave out the processor and GPU frequencies")}},
     };
     return page;
 }
@@ -210,14 +279,12 @@ PageDescription pageDescriptionFor(const std::string& xibName) {
         return placeholder(xibName, "The weather of the places you choose, in the panel and its "
                                     "dropdown, with the units you prefer.");
     if (xibName == "Disks")
-        return placeholder(xibName, "Space, activity and health of your disks, and which of "
-                                    "them the panel item shows.");
+        return disks();
     if (xibName == "Network")
         return placeholder(xibName, "Bandwidth, addresses and connection status of your "
                                     "network interfaces.");
     if (xibName == "Sensors")
-        return placeholder(xibName, "Temperatures, fan speeds and power readings, and rules "
-                                    "for the fans.");
+        return sensors();
     if (xibName == "Time")
         return placeholder(xibName, "The panel clock's format, the cities of the world clock "
                                     "and the calendar.");
@@ -247,12 +314,19 @@ std::vector<std::string> keysEditedElsewhere(const std::string& xibName) {
         return {"CPU_MenubarMode", "CPU_AppFormat"};
     if (xibName == "Memory")
         return {"Memory_MenubarMode", "Memory_AppFormat"};
+    if (xibName == "Disks")
+        // The element rows, the dropdown's order, and the volumes the dropdown chooses.
+        return {"Disks_MenubarMode", "Disks_DropdownOrder", "Disks_DropdownOrderDisabled",
+                "Disks_MenubarItems"};
     if (xibName == "Battery")
         // The element rows of the panel item, and of each state's own layout.
         return {"Battery_MenubarMode",         "Battery_MenubarModeCharged",
                 "Battery_MenubarModeCharging", "Battery_MenubarModeNotCharging",
                 "Battery_MenubarModeDraining", "Battery_MenubarModeBluetooth",
                 "Battery_MenubarModeAirpods"};
+    if (xibName == "Sensors")
+        // The element rows, and the sensors the item shows.
+        return {"Sensors_MenubarMode", "Sensors_MenubarItems"};
     return {};
 }
 

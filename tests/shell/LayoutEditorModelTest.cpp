@@ -169,7 +169,7 @@ const DragCase kDragCases[] = {
      "2 1 0",
      "3 4 5 6 7 8 100 101/4"},
     {"ASectionNotDrawnHereIsOnlyShown",
-     "disks",
+     "sensors",
      {},
      [](Model& m) { return m.add(0); },
      Outcome::Refused,
@@ -362,7 +362,7 @@ TEST_F(LayoutCommand, RefusesWhatTheRowsDoNotAllow) {
         {{"cpu", "add", "12"}, 2, "the CPU & GPU item has no element 12; nothing changed"},
         {{"cpu", "remove", "3"}, 2, "the row has no element 3, which holds 2 elements (1 to 2)"},
         {{"cpu", "move", "x", "1"}, 2, "\"x\" is not a whole number"},
-        {{"disks", "add", "0"}, 2, "this version does not draw the Disks item yet"},
+        {{"sensors", "add", "0"}, 2, "this version does not draw the Sensors item yet"},
     };
     for (const auto& c : cases) {
         const auto run = layout(c.arguments);

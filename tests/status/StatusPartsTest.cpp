@@ -1,5 +1,7 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
 #include "collectors/cpu/LoadStatCollector.h"
+#include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "hardware/PlatformLinux.h"
 #include "preferences/PreferencesFixture.h"
 #include "status/BeatQueue.h"
 #include "status/DropdownBuilders.h"
@@ -44,8 +46,8 @@ TEST(StatusSections, TheStoredOrderGivesTheDrawnItemsEachOnce) {
     std::vector<std::string> names;
     for (const auto* section : enabledSections({-1, 4, 2, 1, 2, 6, 99}))
         names.emplace_back(section->name);
-    // Network (4) has no item drawn here yet.
-    EXPECT_EQ(names, (std::vector<std::string>{"memory", "cpu", "battery"}));
+    // Unknown keys give nothing; a key listed twice, one item.
+    EXPECT_EQ(names, (std::vector<std::string>{"network", "memory", "cpu", "battery"}));
     EXPECT_EQ(statusSectionForNotification("CorvaneBarMeoryPreferencesChanged")->key, 2);
 }
 
@@ -177,7 +179,7 @@ protected:
 };
 
 TEST_F(Dropdowns, FiguresNotReadAreLeftOutAndEveryDropdownEndsAlike) {
-    for (const char* section : {"cpu", "memory", "battery"}) {
+    for (const char* section : {"cpu", "memory", "battery", "time"}) {
         const auto rows = texts(builders().dropdown(section));
         ASSERT_GE(rows.size(), 3u);
         EXPECT_EQ(std::vector<std::string>(rows.end() - 2, rows.end()),
@@ -248,6 +250,26 @@ TEST_F(Dropdowns, EachPowerSourceWithItsChargeStateTimeAndHealth) {
     const ItemSummary summary = builders().summary("battery");
     EXPECT_EQ(summary.label, "60%");
     EXPECT_EQ(summary.batteryState, BatteryStatCollectorItem::Discharging);
+}
+
+TEST_F(Dropdowns, SensorsByHeadingWithLimitsAndTheExtremesSeen) {
+    const SysRoot root(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / "hw-intel-laptop");
+    HwmonReadings readings(root);
+    SensorsStatCollectorLinux sensors(
+        context, root, std::make_unique<PlatformLinux>(PlatformInputs{}, readings.inputs()));
+    sensors.loadSensors();
+    const DropdownBuilders withSensors(ItemSources{cpu, load, memory, battery, processes,
+                                                   SysRoot(procRoot.path()), nullptr, nullptr,
+                                                   &sensors},
+                                       text.with(CVBPreferences::sharedPreferences()));
+    const auto rows = texts(withSensors.dropdown("sensors"));
+    ASSERT_GE(rows.size(), 6u);
+    EXPECT_EQ(rows[0], "TEMPERATURE SENSORS");
+    EXPECT_EQ(rows[1], "acpitz temp1: 44°  (44° – 44°)");
+    EXPECT_EQ(rows[4], "coretemp Package id 0: 48°  0° – 100°  (48° – 48°)");
+    EXPECT_EQ(withSensors.summary("sensors").label, "48°");
+    EXPECT_TRUE(has(texts(builders().dropdown("sensors")), "Quit")); // no collector, no rows
+    sensors.cleanup();
 }
 
 } // namespace

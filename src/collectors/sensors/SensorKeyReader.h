@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace corvane {
+
+// Where the decoded values of sensor keys come from: the controller read here, or the daemon
+// that alone may move the controller's key cursor.
+class SensorKeyReader {
+public:
+    virtual ~SensorKeyReader() = default;
+    // The key's decoded value; -1.0 when it cannot be read.
+    virtual double value(std::string_view key) = 0;
+};
+
+} // namespace corvane

@@ -1,0 +1,138 @@
+#include "clock/ClockFormatCompiler.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+using Kind = ClockSegment::Kind;
+
+ClockSegment p(const char* text) {
+    return {Kind::Pattern, text};
+}
+ClockSegment icon(const char* text) {
+    return {Kind::Icon, text};
+}
+const ClockSegment kSeconds{Kind::Seconds, "ss"};
+
+struct LineCase {
+    const char* name;
+    std::vector<const char*> components;
+    bool flash;
+    std::vector<ClockSegment> segments;
+};
+
+Value componentArray(const std::vector<const char*>& components) {
+    Value line = Value::array();
+    for (const char* c : components)
+        line.append(c);
+    return line;
+}
+
+// A separator measures 5 in one line and 3 in two, so the test sees which style was asked.
+ClockCompileOptions options(bool flash) {
+    return {flash, [](std::string_view, bool twoLines) { return twoLines ? 3.2 : 4.5; }};
+}
+
+class LineCompiling : public ::testing::TestWithParam<LineCase> {};
+
+TEST_P(LineCompiling, MakesTheSegments) {
+    const Value record =
+        Value::dict({{"format", Value::array({componentArray(GetParam().components)})}});
+    const CompiledClock clock =
+        formattedLocations(Value::array({record}), options(GetParam().flash));
+    ASSERT_EQ(clock.locations.size(), 1u);
+    ASSERT_EQ(clock.locations[0].lines.size(), 1u);
+    EXPECT_EQ(clock.locations[0].lines[0].segments, GetParam().segments);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, LineCompiling,
+    ::testing::Values(
+        LineCase{"LiteralColonStaysInThePatternWithoutFlashing",
+                 {"HH", "':'", "mm"},
+                 false,
+                 {p("HH':'mm")}},
+        LineCase{"FlashingColonAfterAnHourIsItsOwnSegment",
+                 {"HH", "':'", "mm"},
+                 true,
+                 {p("HH"), p("'__COLON__'"), p("mm")}},
+        LineCase{"BareColonOfTheDefaultsFlashesToo",
+                 {"EE", "' '", "H", ":", "mm"},
+                 true,
+                 {p("EE' 'H"), p("'__COLON__'"), p("mm")}},
+        LineCase{"FlashingDotAfterMinutes",
+                 {"HH", "mm", "'.'", "ss"},
+                 true,
+                 {p("HHmm"), p("'__DOT__'"), kSeconds}},
+        LineCase{"ColonAfterAnotherFieldIsSeparateButPlain",
+                 {"EEE", "':'", "HH"},
+                 true,
+                 {p("EEE"), p("':'"), p("HH")}},
+        LineCase{
+            "LaterHourFieldsBecomeMinutesWithoutMinutes", {"h", "' '", "hh"}, false, {p("h' 'mm")}},
+        LineCase{
+            "HourFieldsStayWhenMinutesAreThere", {"h", "hh", "mm"}, false, {p("h"), p("hhmm")}},
+        LineCase{"LikeFieldsDoNotRunTogether",
+                 {"d", "dd", "' '", "MMM"},
+                 false,
+                 {p("d"), p("dd' 'MMM")}},
+        LineCase{"SecondsStandAlone",
+                 {"HH", "':'", "mm", "':'", "ss"},
+                 false,
+                 {p("HH':'mm':'"), kSeconds}},
+        LineCase{"AmPmMarksBecomeTokens",
+                 {"h", "aa", "' '", "aaa", "a"},
+                 false,
+                 {p("h'__AMPM_UPPER__ __AMPM_LOWER____AMPM_DEFAULT__'")}},
+        LineCase{"WeekAndTokensAreQuoted",
+                 {"w", "__DAY_MTWRFSU__", "FUZZY"},
+                 false,
+                 {p("'__WEEKNUMBER____DAY_MTWRFSU__FUZZY'")}},
+        LineCase{"QuotesInsideLiteralTextSurvive", {"'It's '", "HH"}, false, {p("'It__SQ__s 'HH")}},
+        LineCase{"EmptyLiteralsVanish", {"''", "HH", "''"}, false, {p("HH")}},
+        LineCase{"IconsSplitOneLineClocks",
+                 {"EEE", "___ICON__RED___", "HH", "mm"},
+                 false,
+                 {p("EEE"), icon("___ICON__RED___"), p("HHmm")}}),
+    [](const auto& in) { return std::string(in.param.name); });
+
+TEST(ClockCompiling, SeparatorWidthsAreStoredInTheLinesOwnStyle) {
+    const Value one =
+        Value::dict({{"format", Value::array({componentArray({"HH", "':'", "mm"})})}});
+    EXPECT_EQ(formattedLocations(Value::array({one}), options(true)).separatorWidth("'__COLON__'"),
+              5);
+    EXPECT_EQ(formattedLocations(Value::array({one}), options(false)).separatorWidth("'__COLON__'"),
+              -1);
+    Value two = one;
+    two.set("lines", 2);
+    EXPECT_EQ(formattedLocations(Value::array({two}), options(true)).separatorWidth("'__COLON__'"),
+              4);
+}
+
+TEST(ClockCompiling, TwoLineRecordsGatherIconsAndKeepTheirZones) {
+    const Value record =
+        Value::dict({{"lines", 2},
+                     {"timezone", "Asia/Kolkata"},
+                     {"timezone-2", "America/New_York"},
+                     {"format", Value::array({componentArray({"___ICON__CLOCK__", "HH", "mm"}),
+                                              componentArray({"EEE", "___ICON__MOON__"}),
+                                              componentArray({"ignored"})})}});
+    const Value untitled =
+        Value::dict({{"format", Value::array({componentArray({"HH"}), componentArray({"mm"})})}});
+    const CompiledClock clock =
+        formattedLocations(Value::array({record, "junk", untitled}), options(false));
+    ASSERT_EQ(clock.locations.size(), 2u);
+    const ClockLocation& two = clock.locations[0];
+    EXPECT_EQ(two.icons, (std::vector<std::string>{"___ICON__CLOCK__", "___ICON__MOON__"}));
+    ASSERT_EQ(two.lines.size(), 2u);
+    EXPECT_EQ(two.lines[0].zone, "Asia/Kolkata");
+    EXPECT_EQ(two.lines[1].zone, "America/New_York");
+    EXPECT_EQ(two.lines[1].segments, std::vector<ClockSegment>{p("EEE")});
+    // A record without "lines" is one line in the system's zone, whatever else it holds.
+    ASSERT_EQ(clock.locations[1].lines.size(), 1u);
+    EXPECT_EQ(clock.locations[1].lines[0].zone, "");
+}
+
+} // namespace
+} // namespace corvane

@@ -1,0 +1,292 @@
+#include "clock/CVBDateAndTimeUtilities.h"
+#include "clock/ClockFormatCompiler.h"
+#include "clock/ClockTime.h"
+#include "clock/ClockTokens.h"
+#include "clock/TimeDropdown.h"
+#include "text/CVBTranslations.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+// 2023-11-14 22:13:20 UTC, a Tuesday: 23:13 in Berlin, 17:13 in New York, and already
+// Wednesday in Kolkata (+5:30), Kathmandu (+5:45) and Kiritimati (+14).
+constexpr double kT0 = 1700000000;
+constexpr const char* kLocal = "Europe/Berlin";
+
+// The clock of one locale with its language's "time" table, in a fixed local zone.
+struct LocaleClock {
+    explicit LocaleClock(const char* locale, const char* local = kLocal)
+        : utilities(
+              locale,
+              [this, language = std::string(locale).substr(0, 2)](std::string_view key) {
+                  return translations.localizedString(key, "time", Value(language)).value_or("");
+              },
+              local) {}
+
+    std::string text(const std::vector<const char*>& components, const char* zone, double time,
+                     bool flashSeparators = false, int flash = 1) {
+        Value line = Value::array();
+        for (const char* c : components)
+            line.append(c);
+        const CompiledClock clock = formattedLocations(
+            Value::array({Value::dict({{"timezone", zone}, {"format", Value::array({line})}})}),
+            {flashSeparators, [](std::string_view, bool) { return 4.0; }});
+        return lineText(utilities, clock.locations.at(0).lines.at(0), time, flash);
+    }
+
+    CVBTranslations translations;
+    CVBDateAndTimeUtilities utilities;
+};
+
+struct TextCase {
+    const char* name;
+    std::vector<const char*> components;
+    const char* zone;
+    double time;
+    const char* english;
+    const char* german;
+};
+
+class ClockText : public ::testing::TestWithParam<TextCase> {
+protected:
+    static LocaleClock& english() {
+        static LocaleClock clock("en_US");
+        return clock;
+    }
+    static LocaleClock& german() {
+        static LocaleClock clock("de_DE");
+        return clock;
+    }
+};
+
+TEST_P(ClockText, InEnglishAndGerman) {
+    const TextCase& c = GetParam();
+    EXPECT_EQ(english().text(c.components, c.zone, c.time), c.english);
+    EXPECT_EQ(german().text(c.components, c.zone, c.time), c.german);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zones, ClockText,
+    ::testing::Values(
+        TextCase{"LocalZoneWhenNoneIsGiven",
+                 {"EEE", "' '", "HH", "':'", "mm"},
+                 "",
+                 kT0,
+                 "Tue 23:13",
+                 "Di. 23:13"},
+        TextCase{"TwelveHourClockWithMarks",
+                 {"h", "':'", "mm", "' '", "a"},
+                 "America/New_York",
+                 kT0,
+                 "5:13 PM",
+                 "5:13 PM"},
+        TextCase{"OneLetterMarks",
+                 {"h", "aa", "' '", "h", "aaa"},
+                 "America/New_York",
+                 kT0,
+                 "5P 13p",
+                 "5P 13p"},
+        TextCase{"HalfHourZone",
+                 {"HH", "':'", "mm", "' '", "__RELATIVE_OFFSET__"},
+                 "Asia/Kolkata",
+                 kT0,
+                 "03:43 +4.5",
+                 "03:43 +4.5"},
+        TextCase{"QuarterHourZone",
+                 {"HH", "':'", "mm", "' '", "__RELATIVE_OFFSET__"},
+                 "Asia/Kathmandu",
+                 kT0,
+                 "03:58 +4.8",
+                 "03:58 +4.8"},
+        TextCase{
+            "ZonesBehindAreNegative", {"__RELATIVE_OFFSET__"}, "America/New_York", kT0, "-6", "-6"},
+        TextCase{"OwnZoneIsPlusNought", {"__RELATIVE_OFFSET__"}, kLocal, kT0, "+0", "+0"},
+        // New York has changed to summer time on 10 March, Berlin only on 31 March.
+        TextCase{"OffsetsFollowEachZonesDaylightSaving",
+                 {"__RELATIVE_OFFSET__"},
+                 "America/New_York",
+                 1710936000,
+                 "-5",
+                 "-5"},
+        TextCase{"LastMinuteBeforeTheClocksGoForward",
+                 {"HH", "':'", "mm"},
+                 kLocal,
+                 1711846770,
+                 "01:59",
+                 "01:59"},
+        TextCase{"FirstMinuteAfterTheClocksGoForward",
+                 {"HH", "':'", "mm"},
+                 kLocal,
+                 1711846830,
+                 "03:00",
+                 "03:00"},
+        TextCase{"DayAheadAcrossTheDateLine",
+                 {"__RELATIVE_DAY__"},
+                 "Pacific/Kiritimati",
+                 kT0,
+                 "Tomorrow",
+                 "Morgen"},
+        TextCase{"SameDay", {"__RELATIVE_DAY__"}, "America/New_York", kT0, "Today", "Heute"},
+        // 00:30 on Wednesday in Berlin is still Tuesday evening in New York.
+        TextCase{"DayBehind",
+                 {"__RELATIVE_DAY__"},
+                 "America/New_York",
+                 1700004600,
+                 "Yesterday",
+                 "Gestern"},
+        TextCase{"WeekdayLetterInTheSegmentsZone",
+                 {"__DAY_MTWRFSU__", "__DAY_MTWRFSU__"},
+                 "Asia/Kolkata",
+                 kT0,
+                 "WW",
+                 "WW"},
+        TextCase{"OrdinalDay",
+                 {"d", "__DAY_SUFFIX__", "' '", "__DAY_SUFFIX_UPPER__"},
+                 "America/New_York",
+                 kT0,
+                 "14th TH",
+                 "14. ."},
+        TextCase{
+            "QuotedTextKeepsItsApostrophe", {"'It's '", "H"}, "UTC", kT0, "It's 22", "It's 22"},
+        TextCase{
+            "FuzzyClockInTheZone", {"FUZZY"}, "Asia/Kathmandu", kT0, "four o'clock", "vier Uhr"}),
+    [](const auto& in) { return std::string(in.param.name); });
+
+TEST(ClockFlashing, BlankSeparatorsTakeTheirPlaceAndSecondsFollow) {
+    LocaleClock clock("en_US");
+    const std::vector<const char*> line{"HH", "':'", "mm", "':'", "ss"};
+    EXPECT_EQ(clock.text(line, "UTC", kT0, true, 1), "22:13:20");
+    EXPECT_EQ(clock.text(line, "UTC", kT0, true, 0), "22 13 20");
+    EXPECT_EQ(clock.text(line, "UTC", kT0, false, 0), "22:13:20");
+}
+
+struct FuzzyCase {
+    int hour, minute;
+    const char* english;
+    const char* german;
+};
+
+TEST(FuzzyClock, WordsByFiveMinutesWithEachLanguagesHourCounting) {
+    const FuzzyCase cases[] = {
+        {23, 58, "midnight", "Mitternacht"},
+        {0, 2, "midnight", "Mitternacht"},
+        {0, 3, "five past twelve", "fünf nach zwölf"},
+        {11, 58, "twelve o'clock", "zwölf Uhr"},
+        {12, 2, "twelve o'clock", "zwölf Uhr"},
+        {14, 15, "quarter past two", "Viertel nach zwei"},
+        {10, 25, "twenty five past ten", "fünf vor halb elf"},
+        {10, 30, "half past ten", "halb elf"},
+        {10, 35, "twenty five to eleven", "fünf nach halb elf"},
+        {22, 57, "five to eleven", "fünf vor elf"},
+        {23, 35, "twenty five to twelve", "fünf nach halb zwölf"},
+    };
+    LocaleClock english("en_US", "UTC");
+    LocaleClock german("de_DE", "UTC");
+    for (const FuzzyCase& c : cases) {
+        const double time = c.hour * 3600 + c.minute * 60;
+        EXPECT_EQ(english.utilities.fuzzyClock(time, {}), c.english) << c.hour << ":" << c.minute;
+        EXPECT_EQ(german.utilities.fuzzyClock(time, {}), c.german) << c.hour << ":" << c.minute;
+    }
+}
+
+TEST(FuzzyClock, AMalformedHourListFallsBackToTheEnglishCounting) {
+    for (const char* list : {"1,1", "0,0,0,0,0,0,1,1,1,1,x", ""}) {
+        CVBDateAndTimeUtilities u(
+            "en_US",
+            [list](std::string_view key) {
+                return key == "FUZZY_CLOCK_HOURS" ? std::string(list) : std::string(key);
+            },
+            "UTC");
+        EXPECT_EQ(u.fuzzyClock(10 * 3600 + 30 * 60, {}), "half past ten") << list;
+        EXPECT_EQ(u.fuzzyClock(10 * 3600 + 35 * 60, {}), "twenty five to eleven") << list;
+    }
+}
+
+TEST(WeekNumbers, IsoAndUsCountingDisagreeAtTheTurnOfTheYear) {
+    LocaleClock clock("en_US", "UTC");
+    constexpr double kSunday2023 = 1672574400; // 2023-01-01
+    constexpr double kMonday2024 = 1704110400; // 2024-01-01
+    clock.utilities.setWeekNumberFormat(1);
+    EXPECT_EQ(clock.utilities.week(kSunday2023), "52");
+    EXPECT_EQ(clock.utilities.week(kMonday2024), "1");
+    clock.utilities.setWeekNumberFormat(0);
+    EXPECT_EQ(clock.utilities.week(kSunday2023), "1");
+    EXPECT_EQ(clock.text({"w"}, "UTC", kSunday2023), "1");
+}
+
+TEST(AmPm, CustomSymbolsReplaceTheLocalesOnlyWhenBothAreSet) {
+    LocaleClock clock("en_US", "UTC");
+    clock.utilities.amSymbol = "vorm.";
+    EXPECT_EQ(clock.text({"a"}, "UTC", kT0), "PM");
+    clock.utilities.pmSymbol = "nachm.";
+    EXPECT_EQ(clock.text({"a"}, "UTC", kT0), "nachm.");
+    EXPECT_EQ(clock.text({"a"}, "UTC", 3600), "vorm.");
+}
+
+TEST(ClockZones, AnUnknownZoneOrPatternGivesANeutralText) {
+    LocaleClock clock("en_US", "UTC");
+    EXPECT_EQ(clock.text({"HH"}, "Mars/Olympus_Mons", kT0), "22");
+    EXPECT_EQ(clock.utilities.formatters().format(kT0, "UTC", "jJ"), "");
+}
+
+} // namespace
+} // namespace corvane
+
+namespace corvane {
+namespace {
+
+TEST(ClockTimeArguments, UnixSecondsOrADateAndTimeInAZone) {
+    const struct {
+        const char* text;
+        std::optional<double> seconds;
+    } cases[] = {
+        {"1700000000", 1700000000},
+        {"2023-11-14T22:13:20Z", 1700000000},
+        {"2023-11-14 23:13:20", 1700000000}, // local: Berlin
+        {"2023-11-15T03:58:20+05:45", 1700000000},
+        {"2023-11-14T17:13-05:00", 1699999980},
+        {"2024-03-31T03:00", 1711846800}, // first minute of summer time
+        {"2024-02-30T10:00", std::nullopt},
+        {"2023-11-14T24:00", std::nullopt},
+        {"2023-11-14", std::nullopt},
+        {"2023-11-14T22:13Zjunk", std::nullopt},
+        {"yesterday", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(parseClockTime(c.text, "Europe/Berlin"), c.seconds) << c.text;
+}
+
+} // namespace
+} // namespace corvane
+
+namespace corvane {
+namespace {
+
+TEST(TimeDropdown, WorldClocksWithTheirNamesTimesAndDays) {
+    LocaleClock german("de_DE");
+    const Value cities = Value::array(
+        {Value::dict({{"identifier", "-6"}, {"city", "Moon"}}), Value::dict({{"identifier", "-7"}}),
+         Value::dict(
+             {{"identifier", "1"}, {"city", "Kiritimati"}, {"timezone", "Pacific/Kiritimati"}}),
+         Value::dict(
+             {{"identifier", "2"}, {"city", "New York City"}, {"timezone", "America/New_York"}}),
+         Value::dict({{"identifier", "3"}, {"city", "Nowhere"}})});
+    const Value names = Value::array({Value::dict({{"identifier", "2"}, {"name", "Büro"}})});
+    EXPECT_EQ(worldClockRows(german.utilities, cities, names, kT0),
+              (std::vector<std::string>{"Aktueller Ort  23:13  Di. 14 Nov.  Heute",
+                                        "Kiritimati  12:13  Mi. 15 Nov.  Morgen",
+                                        "Büro  17:13  Di. 14 Nov.  Heute"}));
+    const Value twoLocations = Value::array(
+        {Value::dict({{"format", Value::array({Value::array({"HH", "':'", "mm"})})}}),
+         Value::dict({{"lines", 2},
+                      {"timezone", "Asia/Kolkata"},
+                      {"format", Value::array({Value::array({"HH"}), Value::array({"EEE"})})}})});
+    // The second line has a zone of its own, "timezone-2": without one it is the local day.
+    EXPECT_EQ(menubarClockText(german.utilities, twoLocations, kT0), "23:13  03  Di.");
+}
+
+} // namespace
+} // namespace corvane

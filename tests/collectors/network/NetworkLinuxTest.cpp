@@ -1,0 +1,198 @@
+#include "collectors/network/LinuxInterfaces.h"
+#include "collectors/network/RtnetlinkMessages.h"
+
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <linux/if_addr.h>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+using namespace corvane;
+using namespace corvane::network;
+using Strings = std::vector<std::string>;
+
+namespace {
+
+const SysRoot kLaptop{std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot/net-laptop"};
+
+TEST(NetDev, LinesGiveSixtyFourBitCountersAndSkipWhatIsMalformed) {
+    const auto lines =
+        parseNetDev("Inter-|   Receive |  Transmit\n"
+                    " face |bytes    packets|bytes\n"
+                    "  eth0: 18446744073709551000 1 0 0 0 0 0 0 190669 2 0 0 0 0 0 0\n"
+                    "  short: 1 2 3\n"
+                    "  bad: x 1 0 0 0 0 0 0 5 2 0 0 0 0 0 0\n"
+                    "wlan0:52000 40 0 0 0 0 0 0 8000 30 0 0 0 0 0 0\n"
+                    ":1 2 3 4 5 6 7 8 9 10\n");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].name, "eth0");
+    EXPECT_EQ(lines[0].received, 18446744073709551000ull);
+    EXPECT_EQ(lines[0].sent, 190669u);
+    EXPECT_EQ(lines[1].name, "wlan0"); // no blank after the colon once names are long
+    EXPECT_EQ(lines[1].received, 52000u);
+}
+
+TEST(NetDev, ReaderTakesUpAndLoopbackFromTheFlags) {
+    NetDevReader reader(kLaptop);
+    for (int pass = 0; pass < 2; ++pass) { // the second read goes through the kept descriptors
+        const auto counters = reader.read();
+        ASSERT_TRUE(counters);
+        ASSERT_EQ(counters->size(), 4u);
+        const struct {
+            const char* name;
+            bool up, loopback;
+        } expected[] = {{"lo", true, true},
+                        {"eth0", true, false},
+                        {"wlp2s0", true, false},
+                        {"eth0.7", false, false}};
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_EQ((*counters)[i].name, expected[i].name);
+            EXPECT_EQ((*counters)[i].up, expected[i].up) << expected[i].name;
+            EXPECT_EQ((*counters)[i].loopback, expected[i].loopback) << expected[i].name;
+        }
+    }
+    EXPECT_FALSE(NetDevReader(SysRoot("/nonexistent")).read());
+}
+
+TEST(InterfaceText, AddressesFlagsAndVlanParents) {
+    const std::pair<const char*, std::optional<std::string>> macs[] = {
+        {"52:54:00:ab:cd:ef\n", "52:54:00:AB:CD:EF"},
+        {"00:00:00:00:00:00", std::nullopt},
+        {"52:54:00:ab:cd", std::nullopt},
+        {"52-54-00-ab-cd-ef", std::nullopt},
+        {"52:54:00:ab:cd:eg", std::nullopt}};
+    for (const auto& [text, mac] : macs)
+        EXPECT_EQ(macAddress(text), mac) << text;
+
+    const auto flags = parseIfInet6("fe8000000000000000fc00fffe000001 02 40 20 80     eth0\n"
+                                    "fd00000000000000000000000000000 02 40 00 82 eth0\n"
+                                    "zz000000000000000000000000000002 02 40 00 82 eth0\n");
+    ASSERT_EQ(flags.size(), 1u);
+    EXPECT_EQ(flags.at("fe80::fc:ff:fe00:1")["flags"].integerValue(), 0x80);
+    EXPECT_EQ(flags.at("fe80::fc:ff:fe00:1")["scope"].integerValue(), 0x20);
+
+    const auto vlans = parseVlanConfig("VLAN Dev name | VLAN ID\n"
+                                       "Name-Type: VLAN_NAME_TYPE_RAW_PLUS_VID_NO_PAD\n"
+                                       "eth0.7   | 7  | eth0\n"
+                                       "odd | x | eth1\n");
+    EXPECT_EQ(vlans, (std::map<std::string, std::string>{{"eth0.7", "eth0"}}));
+    EXPECT_EQ(nameserversFromResolvConf("# x\nnameserver 10.0.0.53\nsearch lan\n"
+                                        "nameserver fd00::53\nnameserver\n"),
+              (Strings{"10.0.0.53", "fd00::53"}));
+}
+
+TEST(InterfaceText, FactsOfARecordedLaptop) {
+    const auto facts = readInterfaceFacts(kLaptop);
+    EXPECT_EQ(facts.macs.at("eth0"), "52:54:00:AB:CD:EF");
+    EXPECT_FALSE(facts.macs.contains("lo"));
+    EXPECT_EQ(facts.linkSpeeds.at("eth0"), 1000);
+    EXPECT_EQ(facts.linkSpeeds.at("wlp2s0"), 0); // -1 while down
+    EXPECT_EQ(facts.mediaOptions.at("eth0")["duplex"].stringValue(), "full");
+    EXPECT_EQ(facts.vlanMap.at("eth0.7"), "eth0");
+    EXPECT_EQ(facts.ipv6AddressFlags.at("fd00::2")["flags"].integerValue(), 0x82);
+}
+
+std::vector<std::uint8_t> recordedDump() {
+    std::ifstream file(std::string(CVB_FIXTURES_DIR) + "/net-rtnetlink-dump.bin", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A namespace with a veth pair v0 (10.9.0.2/24, fd09::2/64, default routes) and v1 (no address).
+TEST(Rtnetlink, RecordedDumpGivesLinksAddressesAndDefaultRoutes) {
+    const auto bytes = recordedDump();
+    ASSERT_FALSE(bytes.empty());
+    NetlinkDump dump;
+    parseNetlinkMessages(bytes, dump);
+    EXPECT_TRUE(dump.done);
+    EXPECT_FALSE(dump.error);
+    ASSERT_EQ(dump.links.size(), 3u);
+    EXPECT_EQ(dump.links[1].name, "v1");
+    EXPECT_EQ(dump.links[2].name, "v0");
+    EXPECT_EQ(dump.links[2].kind, "veth");
+    EXPECT_EQ(dump.links[2].mac, "02:00:00:00:00:0A");
+    ASSERT_EQ(dump.routes.size(), 2u);
+
+    const NetworkStore store = storeFromNetlink(dump, {"10.9.0.53"});
+    const Value order = store["Setup:/Network/Global/IPv4"]["ServiceOrder"];
+    ASSERT_EQ(order.size(), 2u); // the loopback has no service
+    const std::string v0 = order[0].stringValue();
+    EXPECT_EQ(v0, serviceKeyForLink(dump.links[2])); // the routed link comes first
+    EXPECT_EQ(store["State:/Network/Global/IPv4"]["PrimaryInterface"].stringValue(), "v0");
+    const Value& ipv4 = store["State:/Network/Service/" + v0 + "/IPv4"];
+    EXPECT_EQ(ipv4["Addresses"][0].stringValue(), "10.9.0.2");
+    EXPECT_EQ(ipv4["SubnetMasks"][0].stringValue(), "255.255.255.0");
+    EXPECT_EQ(ipv4["Router"].stringValue(), "10.9.0.1");
+    EXPECT_EQ(store["State:/Network/Service/" + v0 + "/IPv6"]["Router"].stringValue(), "fd09::1");
+    EXPECT_EQ(store["State:/Network/Service/" + v0 + "/DNS"]["ServerAddresses"][0].stringValue(),
+              "10.9.0.53");
+    EXPECT_EQ(store["Setup:/Network/Service/" + v0 + "/IPv4"]["ConfigMethod"].stringValue(),
+              "Manual"); // added by hand: permanent
+    EXPECT_TRUE(store["State:/Network/Interface/v0/Link"]["Active"].boolValue());
+
+    // Every cut of the recording parses what came before it and never more.
+    for (std::size_t cut = 0; cut < bytes.size(); cut += 7) {
+        NetlinkDump partial;
+        parseNetlinkMessages(std::span(bytes).first(cut), partial);
+        EXPECT_LE(partial.links.size(), 3u);
+    }
+}
+
+TEST(Rtnetlink, ServiceKeysStayForTheSameHardware) {
+    NetlinkLink a;
+    a.name = "eth0";
+    a.permanentMac = "52:54:00:AB:CD:EF";
+    NetlinkLink renamed = a;
+    renamed.name = "enp1s0";
+    renamed.index = 7;
+    NetlinkLink other;
+    other.name = "eth0";
+    EXPECT_EQ(serviceKeyForLink(a), serviceKeyForLink(renamed));
+    EXPECT_NE(serviceKeyForLink(a), serviceKeyForLink(other));
+    EXPECT_EQ(serviceKeyForLink(a).size(), 36u);
+}
+
+// One RTM_NEWADDR or RTM_DELADDR of an IPv4 address, as the kernel sends it to listeners.
+std::vector<std::uint8_t> addressMessage(std::uint16_t type, int index, std::uint8_t last) {
+    constexpr std::size_t bodyAt = NLMSG_HDRLEN;
+    constexpr std::size_t attributeAt = bodyAt + NLMSG_ALIGN(sizeof(ifaddrmsg));
+    std::vector<std::uint8_t> bytes(attributeAt + RTA_SPACE(4));
+    nlmsghdr header{};
+    header.nlmsg_len = static_cast<std::uint32_t>(bytes.size());
+    header.nlmsg_type = type;
+    ifaddrmsg info{};
+    info.ifa_family = AF_INET;
+    info.ifa_prefixlen = 16;
+    info.ifa_index = static_cast<std::uint32_t>(index);
+    rtattr attribute{};
+    attribute.rta_type = IFA_LOCAL;
+    attribute.rta_len = RTA_LENGTH(4);
+    const std::uint8_t address[4] = {10, 1, 0, last};
+    std::memcpy(bytes.data(), &header, sizeof header);
+    std::memcpy(bytes.data() + bodyAt, &info, sizeof info);
+    std::memcpy(bytes.data() + attributeAt, &attribute, sizeof attribute);
+    std::memcpy(bytes.data() + attributeAt + RTA_LENGTH(0), address, 4);
+    return bytes;
+}
+
+TEST(Rtnetlink, EventsAddAndRemoveAddresses) {
+    NetlinkDump dump;
+    parseNetlinkMessages(recordedDump(), dump);
+    const int v1 = dump.links[1].index;
+    parseNetlinkMessages(addressMessage(RTM_NEWADDR, v1, 5), dump);
+    parseNetlinkMessages(addressMessage(RTM_NEWADDR, v1, 5), dump); // repeated: once
+    const NetworkStore store = storeFromNetlink(dump, {});
+    const std::string key = serviceKeyForLink(dump.links[1]);
+    EXPECT_EQ(store["State:/Network/Service/" + key + "/IPv4"]["Addresses"].size(), 1u);
+    EXPECT_EQ(store["State:/Network/Service/" + key + "/IPv4"]["SubnetMasks"][0].stringValue(),
+              "255.255.0.0");
+    EXPECT_EQ(store["Setup:/Network/Service/" + key + "/IPv4"]["ConfigMethod"].stringValue(),
+              "DHCP"); // no permanent flag: leased
+
+    parseNetlinkMessages(addressMessage(RTM_DELADDR, v1, 5), dump);
+    EXPECT_FALSE(storeFromNetlink(dump, {}).contains("State:/Network/Service/" + key + "/IPv4"));
+}
+
+} // namespace

@@ -1,0 +1,358 @@
+#include "hardware/AppleSMCSysfs.h"
+#include "hardware/FauxMac.h"
+#include "hardware/MacSerial.h"
+#include "hardware/PlatformController.h"
+#include "hardware/PlatformLinux.h"
+
+#include <gtest/gtest.h>
+#include <set>
+
+using namespace corvane;
+
+namespace {
+
+SysRoot recorded(const char* name) {
+    return SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / name);
+}
+
+std::unique_ptr<PlatformMac> platformOf(const char* tree, bool fauxMac = false) {
+    const auto root = recorded(tree);
+    auto smc = std::make_unique<SensorSMCController>(std::make_unique<AppleSMCSysfs>(root));
+    return makePlatform(root, readPlatformInputs(root, smc.get()), fauxMac);
+}
+
+std::vector<std::string> keysOf(const std::vector<SensorRow>& rows) {
+    std::vector<std::string> keys;
+    for (const auto& row : rows)
+        keys.push_back(row.key);
+    return keys;
+}
+
+std::unique_ptr<PlatformMac> macNamed(const std::string& identifier, std::string serial = {}) {
+    PlatformInputs inputs;
+    inputs.facts.sysVendor = "Apple Inc.";
+    inputs.facts.productName = identifier;
+    inputs.facts.serial = std::move(serial);
+    return makePlatform(recorded("hw-no-dmi"), std::move(inputs), false);
+}
+
+TEST(MacCatalogue, HoldsEachIdentifierOnceUnderItsClassName) {
+    const auto models = macModels();
+    EXPECT_EQ(models.size(), 142u);
+    std::set<std::string_view> names;
+    for (const auto& model : models) {
+        EXPECT_TRUE(names.insert(model.className).second) << model.className;
+        EXPECT_EQ(model.className.find(','), std::string_view::npos);
+        EXPECT_NE(model.name, "") << model.className;
+    }
+    EXPECT_EQ(platformClassName("MacBookPro11,3", false), "MacBookPro11_3");
+    EXPECT_EQ(platformClassName("MacBookPro11,3", true), "FauxMac");
+    EXPECT_EQ(sensorVocabulary().size(), 520u);
+    EXPECT_EQ(vocabularyName("TCXc"), "CPU Core PECI");
+    EXPECT_EQ(vocabularyName("SOC MTR 0"), "M1 SOC Die 1");
+    EXPECT_EQ(vocabularyName("ZZZZ"), "");
+}
+
+TEST(MacCatalogue, TellingRowsAndQuirks) {
+    struct Case {
+        const char* identifier;
+        const char* answers;
+        const char* name;
+        double screen, memory;
+        int slots;
+        const char* icon;
+        std::vector<std::string> defaults;
+    };
+    for (const auto& c : {
+             Case{
+                 "MacBook1,1", "MacBook1,1", "MacBook", 13, 2048, 2, "macbook-white.png", {"TC0D"}},
+             Case{"MacBookPro13,2",
+                  "MacBookPro13,2",
+                  "MacBook Pro",
+                  13,
+                  16384,
+                  0,
+                  "macbookpro-retina-display.png",
+                  {"TCXC"}},
+             Case{"MacBookAir10,1",
+                  "MacBookAir10,1",
+                  "MacBook Air",
+                  13,
+                  16384,
+                  0,
+                  "macbookair-unibody.png",
+                  {"AS_SOCDIE_AVERAGE"}},
+             Case{"MacBookPro18,3",
+                  "MacBookPro18,2",
+                  "MacBook Pro",
+                  16,
+                  65536,
+                  0,
+                  "macbookpro-retina-display.png",
+                  {"CUS_AS_CORE_AVERAGE"}},
+             Case{"Mac14,6",
+                  "Mac14,6",
+                  "MacBook Pro",
+                  16,
+                  0,
+                  0,
+                  "macbookpro-retina-display.png",
+                  {"CUS_AS_CORE_AVERAGE"}},
+             Case{"Mac14,8", "Mac14,8", "Mac Pro", 0, 0, 0, "", {"CUS_AS_CORE_AVERAGE"}},
+             Case{"MacPro1,1", "MacPro1,1", "Mac Pro", 0, 16384, 8, "macpro.png", {"TCAH", "TCBH"}},
+             Case{"iMac21,1",
+                  "iMac21,1",
+                  "M1 iMac",
+                  24,
+                  16384,
+                  0,
+                  "imac-unibody.png",
+                  {"AS_SOCDIE_AVERAGE"}},
+             Case{"iMac21,2",
+                  "iMac21,1",
+                  "M1 iMac",
+                  24,
+                  16384,
+                  0,
+                  "imac-unibody.png",
+                  {"AS_SOCDIE_AVERAGE"}},
+             Case{"Xserve1,1", "Xserve1,1", "Xserve", 0, 0, 0, "xserve.png", {"TCAH", "TCBH"}},
+             Case{"Mac14,15", "Mac14,2", "Mac", 0, 0, 0, "", {}},
+             Case{"Mac13,1", "Mac13", "Mac", 0, 0, 0, "", {}},
+             Case{"Macmini8,1", "Macmini8,1", "Mac mini", 0, 0, 0, "", {}},
+             Case{"iMacPro1,1", "iMacPro1,1", "iMac Pro", 0, 0, 0, "", {}},
+         }) {
+        const auto mac = macNamed(c.identifier);
+        EXPECT_EQ(mac->identifier(), c.answers) << c.identifier;
+        EXPECT_EQ(mac->name(), c.name) << c.identifier;
+        EXPECT_EQ(mac->screenSize(), c.screen) << c.identifier;
+        EXPECT_EQ(mac->maximumMemory(), c.memory) << c.identifier;
+        EXPECT_EQ(mac->memorySlots(), c.slots) << c.identifier;
+        EXPECT_EQ(mac->icon(), c.icon) << c.identifier;
+        EXPECT_EQ(mac->defaultSensorKeys(), c.defaults) << c.identifier;
+    }
+}
+
+TEST(MacCatalogue, FlagLists) {
+    std::vector<std::string> synced, bug, arm;
+    int hidden = 0;
+    for (const auto& model : macModels()) {
+        std::string identifier(model.className);
+        identifier[identifier.rfind('_')] = ',';
+        const auto mac = macNamed(identifier);
+        if (mac->usesSyncedFans())
+            synced.push_back(identifier);
+        if (mac->temperatureBug())
+            bug.push_back(identifier);
+        if (mac->useArmSensors())
+            arm.push_back(identifier);
+        hidden += mac->hideIntergratedGraphics() ? 1 : 0;
+    }
+    EXPECT_EQ(synced, (std::vector<std::string>{"Mac13,1", "Mac13,2", "Mac14,13", "Mac14,14",
+                                                "Mac14,8", "MacPro7,1", "iMacPro1,1"}));
+    EXPECT_EQ(bug,
+              (std::vector<std::string>{"Mac14,12", "Mac14,13", "Mac14,14", "Mac14,6", "Mac14,8"}));
+    EXPECT_EQ(arm, (std::vector<std::string>{"MacBookAir10,1", "MacBookPro17,1", "Macmini9,1",
+                                             "iMac21,1", "iMac21,2"}));
+    EXPECT_EQ(hidden, 26);
+    EXPECT_TRUE(macNamed("Xserve1,1")->disableFanControl());
+}
+
+TEST(MacCatalogue, IMac16_2IsNamedByItsVariant) {
+    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGG7F")->name(), "iMac with Retina 4K Display");
+    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGF1J")->name(), "iMac");
+    EXPECT_EQ(macNamed("iMac16,2")->name(), "iMac");
+}
+
+TEST(MacCatalogue, M2ProMaxRowsFollowTheCoreCount) {
+    EXPECT_EQ(keysOf(m2ProMaxCoreRows(12)),
+              (std::vector<std::string>{"Tp01", "Tp05", "Tp09", "Tp0D", "Tp0X", "Tp0b", "Tp0f",
+                                        "Tp0j", "Tp1h", "Tp1t"}));
+    const auto ten = m2ProMaxCoreRows(10);
+    ASSERT_EQ(ten.size(), 8u);
+    EXPECT_EQ(ten[6].name, "CPU Efficiency Core 1");
+    EXPECT_EQ(ten[7].bk, "Tg0f");
+    EXPECT_EQ(m2ProMaxCoreRows(12)[7].name, "CPU Performance Core 8");
+}
+
+TEST(Platform, RecordedMacPro7_1) {
+    const auto mac = platformOf("hw-macpro7-1");
+    EXPECT_EQ(mac->className(), "MacPro7_1");
+    EXPECT_TRUE(mac->usesSyncedFans());
+    EXPECT_TRUE(mac->ignoreGraphicsControl());
+    std::vector<std::string> fans;
+    for (const auto& fan : mac->fans())
+        fans.push_back(fan.name);
+    EXPECT_EQ(fans, (std::vector<std::string>{"Blower", "Bottom Fan", "Middle Fan", "Top Fan"}));
+    EXPECT_EQ(mac->defaultSensorKeys(), std::vector<std::string>{"TCXc"});
+    EXPECT_EQ(mac->boardID(), "Mac-27AD2F918AE68F61");
+    EXPECT_FALSE(mac->isLaptop());
+}
+
+TEST(Platform, RecordedIMac20_1) {
+    const auto mac = platformOf("hw-imac20-1");
+    EXPECT_EQ(mac->name(), "iMac with Retina 5K Display");
+    EXPECT_TRUE(mac->hideIntergratedGraphics());
+    EXPECT_EQ(mac->cpuTemperatureSensors(), std::vector<std::string>{"CUS1"});
+    EXPECT_EQ(mac->defaultSensorKeys(), std::vector<std::string>{"TC0p"});
+}
+
+// A known Mac's rows are the catalogue's keys that its controller lists.
+TEST(Platform, RecordedIntelMacWithTheDriver) {
+    const auto mac = platformOf("hw-macbookpro11-1");
+    EXPECT_EQ(mac->className(), "MacBookPro11_1");
+    EXPECT_TRUE(mac->isLaptop());
+    EXPECT_EQ(keysOf(mac->supportedSensors()),
+              (std::vector<std::string>{"TB0T", "TB1T", "TB2T", "TC0D", "TC0P",
+                                        "CUS_BATTERY_AVERAGE", "F0Ac"}));
+    const auto fan = mac->fans().at(0);
+    EXPECT_EQ(fan.name, "Main Fan");
+    EXPECT_EQ(fan.low, 1300);
+    EXPECT_EQ(fan.high, 6199);
+    EXPECT_EQ(mac->defaultSensorKeys(), std::vector<std::string>{"TC0D"}); // "CPU Die"
+    EXPECT_EQ(mac->cpuPhysicalCoreCount(), 2);
+    EXPECT_EQ(mac->cpuCoreCount(), 4);
+    EXPECT_EQ(mac->cpuSpeed(), "2900");
+    EXPECT_EQ(mac->memory(), "8589934592");
+    EXPECT_EQ(mac->osVersion(), "12.0.0");
+}
+
+TEST(Platform, UnknownAndImitatingMacs) {
+    const auto unknown = macNamed("MacBookPro99,1");
+    EXPECT_EQ(unknown->className(), "PlatformMac");
+    EXPECT_EQ(unknown->name(), "Unknown");
+    EXPECT_EQ(unknown->identifier(), "MacBookPro99,1");
+    EXPECT_TRUE(unknown->supportedSensors().empty());
+    EXPECT_TRUE(unknown->isLaptop()); // by the identifier alone
+    const auto faux = platformOf("hw-macbookpro11-1", true);
+    EXPECT_EQ(faux->className(), "FauxMac");
+    EXPECT_EQ(faux->identifier(), "FauxMac");
+    EXPECT_EQ(keysOf(faux->supportedSensors()), (std::vector<std::string>{"TC0D", "TC0P"}));
+    EXPECT_EQ(faux->supportedSensors()[0].name, "CPU Core"); // one of its group: no number
+}
+
+TEST(FauxMac, GroupNamesDropTheNumberWhenAlone) {
+    const auto one = fauxMacSensorNames({"TC0D", "Te1S", "TG1D"}, 1, 4);
+    EXPECT_EQ(one.at("TC0D"), "CPU Core");
+    EXPECT_EQ(one.at("Te1S"), "PCIe SLot");
+    EXPECT_EQ(one.at("TG1D"), "GPU Die");
+    EXPECT_EQ(one.at("TCXc"), "PECI CPU");
+    const auto two =
+        fauxMacSensorNames({"TC0D", "TC1D", "TCAD", "TCBD", "TMA1", "TMA2", "TMB1", "TMB2"}, 2, 2);
+    EXPECT_EQ(two.at("TC1D"), "CPU Core 2");
+    EXPECT_EQ(two.at("TCAD"), "CPU Package 1"); // offset 10 in hex
+    EXPECT_EQ(two.at("TMA2"), "Memory Bank 1 Slot 1");
+    EXPECT_EQ(two.at("TMB1"), "Memory Bank 2 Slot 4");
+    EXPECT_EQ(two.at("PC0C"), "CPU"); // the later group wins
+    EXPECT_FALSE(two.contains("TC2D"));
+}
+
+TEST(PlatformLinux, MadeFromTheMachineItself) {
+    struct Case {
+        const char* tree;
+        const char* identifier;
+        const char* name;
+        bool laptop;
+        std::vector<std::string> defaults;
+        const char* address;
+        int cores;
+    };
+    for (const auto& c : {
+             Case{"hw-amd-desktop",
+                  "System Product Name",
+                  "System manufacturer System Product Name",
+                  false,
+                  {"k10temp-pci-00c3/temp1"},
+                  "2C:F0:5D:12:34:56",
+                  2},
+             Case{"hw-intel-laptop",
+                  "20KHCTO1WW",
+                  "LENOVO 20KHCTO1WW",
+                  true,
+                  {"coretemp.0/temp1"},
+                  "54:E1:AD:AA:BB:CC",
+                  2},
+             Case{"hw-arm-board",
+                  "Raspberry Pi 4 Model B Rev 1.4",
+                  "Raspberry Pi 4 Model B Rev 1.4",
+                  false,
+                  {"cpu_thermal-thermal_zone0/temp1"},
+                  "",
+                  4},
+             Case{"hw-no-dmi", "Unknown", "Unknown", false, {}, "", 2},
+         }) {
+        const auto platform = platformOf(c.tree);
+        EXPECT_EQ(platform->className(), "PlatformLinux") << c.tree;
+        EXPECT_EQ(platform->identifier(), c.identifier) << c.tree;
+        EXPECT_EQ(platform->name(), c.name) << c.tree;
+        EXPECT_EQ(platform->isLaptop(), c.laptop) << c.tree;
+        EXPECT_EQ(platform->defaultSensorKeys(), c.defaults) << c.tree;
+        EXPECT_EQ(platform->networkHardwareAdress(), c.address) << c.tree;
+        EXPECT_EQ(platform->cpuPhysicalCoreCount(), c.cores) << c.tree;
+    }
+    const auto desktop = platformOf("hw-amd-desktop");
+    const auto rows = desktop->supportedSensors();
+    const auto fan = std::find_if(rows.begin(), rows.end(),
+                                  [](const auto& r) { return r.key == "amdgpu-pci-0300/fan1"; });
+    ASSERT_NE(fan, rows.end());
+    EXPECT_EQ(fan->type, 2);
+    EXPECT_EQ(fan->high, 3300);
+    EXPECT_EQ(desktop->osVersion(), "12.0.0");
+    EXPECT_EQ(platformOf("hw-intel-laptop")->osVersion(), "22.4.0");
+}
+
+TEST(PlatformLinux, LaptopByChassisOrBattery) {
+    struct Case {
+        std::optional<int> chassis;
+        bool battery;
+        bool laptop;
+    };
+    for (const auto& c : {Case{10, false, true}, Case{31, false, true}, Case{3, false, false},
+                          Case{3, true, true}, Case{std::nullopt, false, false}}) {
+        PlatformInputs inputs;
+        inputs.facts.chassisType = c.chassis;
+        inputs.facts.hasBattery = c.battery;
+        EXPECT_EQ(PlatformLinux(inputs, {}).isLaptop(), c.laptop) << c.chassis.value_or(-1);
+    }
+}
+
+TEST(PlatformMac, CountsAbove64AreZero) {
+    PlatformInputs inputs;
+    inputs.facts.logicalCores = 65;
+    inputs.facts.physicalCores = 64;
+    PlatformMac mac(nullptr, inputs);
+    EXPECT_EQ(mac.cpuCoreCount(), 0);
+    EXPECT_EQ(mac.cpuPhysicalCoreCount(), 64);
+}
+
+TEST(MacSerial, DecodesWeekAndYear) {
+    struct Case {
+        const char* serial;
+        std::optional<std::pair<int, int>> expected; // week, year
+    };
+    for (const auto& c : {
+             Case{"W8812345678", std::pair{12, 8}},   // 11 characters: year at 2, week at 3-4
+             Case{"W8805ABCDEF", std::pair{5, 8}},    // a week starting with 0: the digit at 4
+             Case{"W88ABCDEFGH", std::pair{0, 8}},    // letters: not a number
+             Case{"C02DC1234567", std::pair{37, 10}}, // D second half of 2010, C week 10
+             Case{"C02C91234567", std::pair{9, 10}}, Case{"C02YY1234567", std::pair{54, 18}},
+             Case{"C02Z11234567", std::nullopt}, // unknown half-year
+             Case{"C02CZ1234567", std::nullopt}, // unknown week
+             Case{"System Serial#", std::nullopt}, Case{"W881234567", std::nullopt}, // too short
+         }) {
+        const auto date = decodeSerial(c.serial);
+        ASSERT_EQ(date.has_value(), c.expected.has_value()) << c.serial;
+        if (date) {
+            EXPECT_EQ(date->week, c.expected->first) << c.serial;
+            EXPECT_EQ(date->year, c.expected->second) << c.serial;
+        }
+    }
+    EXPECT_EQ(variation("W8812345678"), "678");
+    EXPECT_EQ(variation("C02DC1234567"), "4567");
+    EXPECT_EQ(variation("C02D"), "");
+    auto mac = macNamed("MacBookPro11,1", "C02DC1234567");
+    mac->decodeSerial();
+    EXPECT_EQ(mac->manufactureWeek(), 37);
+}
+
+} // namespace
