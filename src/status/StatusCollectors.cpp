@@ -37,6 +37,8 @@ StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path histo
 }
 
 StatusCollectors::~StatusCollectors() {
+    if (batchOpen_)
+        historyFiles_.commitBatch();
     cleanupSectionItems();
 }
 
@@ -52,6 +54,21 @@ void StatusCollectors::start() {
     load_.startLogging();
     memory_.startLogging();
     battery_.startLogging();
+}
+
+void StatusCollectors::beginBeat() {
+    if (batchOpen_)
+        return;
+    historyFiles_.beginBatch();
+    batchOpen_ = true;
+}
+
+void StatusCollectors::endBeat() {
+    if (++beatsInBatch_ < kBeatsPerCommit)
+        return;
+    historyFiles_.commitBatch();
+    batchOpen_ = false;
+    beatsInBatch_ = 0;
 }
 
 std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {
