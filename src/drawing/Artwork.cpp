@@ -17,6 +17,20 @@ std::shared_ptr<const Image> Artwork::imageNamed(const std::string& name, double
     const auto key = std::make_pair(name, scale);
     if (auto it = images_.find(key); it != images_.end())
         return it->second;
+    // Pictures drawn ahead at whole scales (<name>@2x.png beside the SVG) spare the status
+    // program the SVG library, a third of its memory; other scales draw the SVG.
+    if (scale >= 1 && scale <= 4 && scale == std::floor(scale)) {
+        const auto raster = Paths::dataDirectory() / "images" /
+                            (name + "@" + std::to_string(static_cast<int>(scale)) + "x.png");
+        std::error_code error;
+        if (std::filesystem::exists(raster, error)) {
+            if (auto image = Image::readPng(raster, scale)) {
+                auto shared = std::make_shared<const Image>(std::move(*image));
+                images_[key] = shared;
+                return shared;
+            }
+        }
+    }
     if (!svgTried_) {
         svgTried_ = true;
         svg_ = SvgLibrary::load();

@@ -35,9 +35,11 @@ bool isTemporaryOf(const std::string& name, const std::string& target) {
     return true;
 }
 
+// From the start of the file, whatever its offset.
 bool writeAll(int fd, std::string_view bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        const ssize_t n =
+            ::pwrite(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)
@@ -96,26 +98,77 @@ std::filesystem::path swapFileOf(const std::filesystem::path& file) {
     return file.parent_path() / ("." + file.filename().string() + ".swap");
 }
 
-bool replaceFrequentlyWrittenFile(const std::filesystem::path& file, std::string_view bytes) {
-    const std::filesystem::path side = swapFileOf(file);
-    const int fd = ::open(side.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
-    if (fd < 0)
-        return writeFileAtomically(file, bytes, Durability::Visible);
+FrequentlyWrittenFile::FrequentlyWrittenFile(std::filesystem::path file)
+    : file_(std::move(file))
+    , side_(swapFileOf(file_)) {}
+
+FrequentlyWrittenFile::~FrequentlyWrittenFile() {
+    close();
+}
+
+void FrequentlyWrittenFile::close() {
+    for (Handle* handle : {&shown_, &spare_}) {
+        if (handle->fd >= 0)
+            ::close(handle->fd);
+        *handle = Handle{};
+    }
+}
+
+void FrequentlyWrittenFile::remove() {
+    close();
+    ::unlink(file_.c_str());
+    ::unlink(side_.c_str());
+}
+
+bool FrequentlyWrittenFile::write(std::string_view bytes) {
+    // A side file unlinked or renamed over by someone else is no longer the one the name holds.
+    struct stat spare {};
+    if (spare_.fd < 0 || shown_.fd < 0 || ::fstat(spare_.fd, &spare) != 0 || spare.st_nlink == 0)
+        return writeThroughNames(bytes);
     // Cut to size after the write, never to nothing before it: ext4 writes out a file that was
-    // emptied by a truncation when it is closed.
+    // emptied by a truncation. A file that does not shrink needs no cut at all.
+    bool ok = writeAll(spare_.fd, bytes) &&
+              (bytes.size() >= spare_.size ||
+               ::ftruncate(spare_.fd, static_cast<off_t>(bytes.size())) == 0);
+    spare_.size = bytes.size();
+    if (!ok || ::renameat2(AT_FDCWD, side_.c_str(), AT_FDCWD, file_.c_str(), RENAME_EXCHANGE) != 0)
+        return writeThroughNames(bytes);
+    std::swap(shown_, spare_);
+    return true;
+}
+
+bool FrequentlyWrittenFile::writeThroughNames(std::string_view bytes) {
+    close();
+    const int fd = ::open(side_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+    if (fd < 0)
+        return writeFileAtomically(file_, bytes, Durability::Visible);
     bool ok = writeAll(fd, bytes) && ::ftruncate(fd, static_cast<off_t>(bytes.size())) == 0;
     ok = (::close(fd) == 0) && ok;
-    if (ok && ::renameat2(AT_FDCWD, side.c_str(), AT_FDCWD, file.c_str(), RENAME_EXCHANGE) == 0)
+    if (ok && ::renameat2(AT_FDCWD, side_.c_str(), AT_FDCWD, file_.c_str(), RENAME_EXCHANGE) == 0) {
+        openBoth(bytes.size());
         return true;
+    }
     // A first write has nothing to trade with; some file systems cannot exchange at all.
-    ok = ok && (errno == ENOENT || errno == EINVAL) && ::rename(side.c_str(), file.c_str()) == 0;
+    ok = ok && (errno == ENOENT || errno == EINVAL) && ::rename(side_.c_str(), file_.c_str()) == 0;
     if (!ok) {
         const int error = errno;
-        CVBLog("Cannot write %s: %s", file.c_str(), std::strerror(error));
-        ::unlink(side.c_str());
+        CVBLog("Cannot write %s: %s", file_.c_str(), std::strerror(error));
+        ::unlink(side_.c_str());
         errno = error;
     }
     return ok;
+}
+
+void FrequentlyWrittenFile::openBoth(std::size_t shownSize) {
+    shown_.fd = ::open(file_.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW);
+    spare_.fd = ::open(side_.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW);
+    struct stat spare {};
+    if (shown_.fd < 0 || spare_.fd < 0 || ::fstat(spare_.fd, &spare) != 0) {
+        close();
+        return;
+    }
+    shown_.size = shownSize;
+    spare_.size = static_cast<std::size_t>(spare.st_size);
 }
 
 int removeStaleTemporaries(const std::filesystem::path& file, std::chrono::seconds age) {

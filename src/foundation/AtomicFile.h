@@ -20,13 +20,39 @@ enum class Durability { Durable, Visible };
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
                          Durability durability = Durability::Durable);
 
-// For a file rewritten every second (the pictures of a headless run): the bytes go into a side
+// A file rewritten every second (the pictures of a headless run): the bytes go into a side
 // file beside it (swapFileOf), which then trades places with it in one step. A reader sees the
 // old content or the new, whole, as with writeFileAtomically without the flush; but no file is
 // made or deleted each time, which on ext4 costs a new inode and a forced write-out of the data
-// for every rename over a file. Falls back to a rename where the file system cannot exchange.
-// The side file keeps the content before; remove it with the file.
-bool replaceFrequentlyWrittenFile(const std::filesystem::path& file, std::string_view bytes);
+// for every rename over a file. Both files stay open between writes, so a write is a pwrite and
+// the exchange: no open, close or truncation a second. Falls back to a rename where the file
+// system cannot exchange, and opens afresh when a name no longer holds its file.
+class FrequentlyWrittenFile {
+public:
+    explicit FrequentlyWrittenFile(std::filesystem::path file);
+    ~FrequentlyWrittenFile();
+    FrequentlyWrittenFile(const FrequentlyWrittenFile&) = delete;
+    FrequentlyWrittenFile& operator=(const FrequentlyWrittenFile&) = delete;
+
+    // False on failure, logged and left in errno.
+    bool write(std::string_view bytes);
+    // Removes the file and its side file.
+    void remove();
+
+private:
+    struct Handle {
+        int fd = -1;
+        std::size_t size = 0;
+    };
+    bool writeThroughNames(std::string_view bytes);
+    void openBoth(std::size_t shownSize);
+    void close();
+
+    std::filesystem::path file_;
+    std::filesystem::path side_;
+    Handle shown_;
+    Handle spare_;
+};
 std::filesystem::path swapFileOf(const std::filesystem::path& file);
 
 // The file that `file` names once symbolic links are followed, also when that file does not

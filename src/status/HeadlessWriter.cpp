@@ -36,19 +36,26 @@ Value HeadlessWriter::describe(const PanelItem& item, double time) {
 HeadlessWriter::~HeadlessWriter() {
     // The frames stay for whoever reads them; the side files of the writes go.
     std::error_code error;
-    for (const auto& id : shown_) {
-        for (const char* extension : {".png", ".json"})
-            std::filesystem::remove(swapFileOf(directory_ / (id + extension)), error);
-    }
+    for (const auto& [name, file] : files_)
+        std::filesystem::remove(swapFileOf(directory_ / name), error);
 }
 
 void HeadlessWriter::removeFiles(const std::string& id) {
-    std::error_code error;
     for (const char* extension : {".png", ".json"}) {
-        std::filesystem::remove(directory_ / (id + extension), error);
-        std::filesystem::remove(swapFileOf(directory_ / (id + extension)), error);
+        const std::string name = id + extension;
+        if (const auto file = files_.find(name); file != files_.end()) {
+            file->second->remove();
+            files_.erase(file);
+        }
     }
     pictures_.erase(id);
+}
+
+bool HeadlessWriter::write(const std::string& name, std::string_view bytes) {
+    auto& file = files_[name];
+    if (!file)
+        file = std::make_unique<FrequentlyWrittenFile>(directory_ / name);
+    return file->write(bytes);
 }
 
 void HeadlessWriter::show(const std::vector<PanelItem>& items) {
@@ -66,15 +73,15 @@ void HeadlessWriter::show(const std::vector<PanelItem>& items) {
         auto written = pictures_.find(item.id);
         if (written == pictures_.end() || !(written->second == item.picture)) {
             const auto png = pngBytes(item.picture);
-            const bool ok = replaceFrequentlyWrittenFile(
-                directory_ / (item.id + ".png"),
-                std::string_view(reinterpret_cast<const char*>(png.data()), png.size()));
+            const bool ok =
+                write(item.id + ".png",
+                      std::string_view(reinterpret_cast<const char*>(png.data()), png.size()));
             failed |= !ok;
             if (ok)
                 pictures_[item.id] = item.picture;
         }
         const std::string json = toJson(describe(item, time), 2) + "\n";
-        failed |= !replaceFrequentlyWrittenFile(directory_ / (item.id + ".json"), json);
+        failed |= !write(item.id + ".json", json);
         shown.push_back(item.id);
     }
     for (const auto& id : shown_) {

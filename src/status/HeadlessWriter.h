@@ -1,10 +1,12 @@
 #pragma once
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Value.h"
 #include "status/PanelItem.h"
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -33,10 +35,12 @@ public:
 
 private:
     void removeFiles(const std::string& id);
+    bool write(const std::string& name, std::string_view bytes);
     std::filesystem::path directory_;
     std::function<double()> time_;
     std::vector<std::string> shown_;
     std::unordered_map<std::string, PanelPicture> pictures_; // last written, by id
+    std::unordered_map<std::string, std::unique_ptr<FrequentlyWrittenFile>> files_; // by name
     int frames_ = 0;
     bool warned_ = false;
 };

@@ -47,6 +47,8 @@ StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path histo
 }
 
 StatusCollectors::~StatusCollectors() {
+    if (batchOpen_)
+        historyFiles_.commitBatch();
     cleanupSectionItems();
 }
 
@@ -68,6 +70,21 @@ void StatusCollectors::start() {
     disks.activity().startLogging();
     NetworkStatCollectorLinux::sharedNetworkCollector(context_).startLogging();
     SensorsStatCollectorLinux::sharedSensorCollector(context_).startLogging();
+}
+
+void StatusCollectors::beginBeat() {
+    if (batchOpen_)
+        return;
+    historyFiles_.beginBatch();
+    batchOpen_ = true;
+}
+
+void StatusCollectors::endBeat() {
+    if (++beatsInBatch_ < kBeatsPerCommit)
+        return;
+    historyFiles_.commitBatch();
+    batchOpen_ = false;
+    beatsInBatch_ = 0;
 }
 
 std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {

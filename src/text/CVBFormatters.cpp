@@ -9,6 +9,7 @@
 #include <unicode/locid.h>
 #include <unicode/numfmt.h>
 #include <unicode/unistr.h>
+#include <vector>
 
 namespace corvane {
 
@@ -27,6 +28,9 @@ bool isShowable(double value) {
 struct CVBFormatters::Impl {
     std::unique_ptr<icu::NumberFormat> decimal;
     std::unique_ptr<icu::DecimalFormat> pattern;
+    // Whole numbers up to 1000 as the decimal formatter writes them without fractions: the
+    // panel's percentages, asked for every second, each formatted by ICU once.
+    std::vector<std::string> wholeNumbers = std::vector<std::string>(1001);
 
     static std::string format(icu::NumberFormat* f, double v) {
         if (!isShowable(v))
@@ -84,8 +88,17 @@ void CVBFormatters::setFractionDigits(int minimum, int maximum) {
 }
 
 std::string CVBFormatters::stringFromDouble0(double value) {
+    // ICU rounds half to even, as nearbyint does in the default rounding mode; a negative zero
+    // keeps its sign in ICU's output, so it is left to ICU.
+    const double whole = std::isfinite(value) ? std::nearbyint(value) : -1;
+    const bool cached = whole >= 0 && whole <= 1000 && !std::signbit(whole);
+    if (cached && !impl_->wholeNumbers[static_cast<std::size_t>(whole)].empty())
+        return impl_->wholeNumbers[static_cast<std::size_t>(whole)];
     setFractionDigits(0, 0);
-    return stringFromDouble(value);
+    std::string text = stringFromDouble(value);
+    if (cached)
+        impl_->wholeNumbers[static_cast<std::size_t>(whole)] = text;
+    return text;
 }
 std::string CVBFormatters::stringFromDouble1(double value) {
     setFractionDigits(1, 1);

@@ -2,8 +2,11 @@
 
 #include "DrawingFixture.h"
 #include "drawing/GraphColors.h"
+#include "drawing/SvgLibrary.h"
+#include "foundation/Paths.h"
 
 #include <cmath>
+#include <cstdlib>
 
 using namespace corvane;
 using corvane::test::DrawingFixture;
@@ -147,6 +150,52 @@ TEST_F(ModuleView, GraphColoursFallBackByIndexAndSkin) {
               (Color{0.568, 0.321, 0.882, 1}));
     EXPECT_EQ(strokeColorForGraph(c, Value::dict({{"defaultStroke", 3}})),
               (Color{0.525, 0.592, 0.725, 1}));
+}
+
+// The pictures drawn ahead at whole scales must be what the SVG draws, or the panel changes
+// with the scale. CVB_UPDATE_GOLDEN=1 draws them again from the SVGs.
+TEST(ArtworkRasters, EachIsWhatItsSvgDraws) {
+    const auto svg = SvgLibrary::load();
+    ASSERT_TRUE(svg) << "the SVG library is part of the build's dependencies";
+    const char* update = std::getenv("CVB_UPDATE_GOLDEN");
+    const bool updating = update && std::string(update) == "1";
+    int compared = 0;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(Paths::dataDirectory() / "images")) {
+        if (entry.path().extension() != ".svg")
+            continue;
+        for (const int scale : {1, 2}) {
+            const std::string name = entry.path().stem().string();
+            const auto raster =
+                entry.path().parent_path() / (name + "@" + std::to_string(scale) + "x.png");
+            SCOPED_TRACE(raster.filename().string());
+            std::string why;
+            const auto drawn = svg->render(entry.path(), scale, why);
+            ASSERT_TRUE(drawn) << why;
+            if (updating) {
+                ASSERT_TRUE(drawn->writePng(raster));
+            }
+            const auto stored = Image::readPng(raster, scale);
+            ASSERT_TRUE(stored) << "missing; run with CVB_UPDATE_GOLDEN=1";
+            ASSERT_EQ(stored->size(), drawn->size());
+            int differing = 0;
+            for (int y = 0; y < drawn->pixelHeight(); ++y)
+                for (int x = 0; x < drawn->pixelWidth(); ++x) {
+                    const Color a = drawn->pixel(x, y);
+                    const Color b = stored->pixel(x, y);
+                    // PNG keeps colour unpremultiplied: faint pixels may round differently.
+                    const auto near = [&](double p, double q) {
+                        return std::abs(p * a.alpha - q * b.alpha) <= 2.0 / 255;
+                    };
+                    const bool same = a.alpha == b.alpha && near(a.red, b.red) &&
+                                      near(a.green, b.green) && near(a.blue, b.blue);
+                    differing += same ? 0 : 1;
+                }
+            EXPECT_EQ(differing, 0);
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 0);
 }
 
 } // namespace

@@ -310,6 +310,35 @@ TEST(PropertyListFile, OnlyOldTemporariesOfTheFileAreRemoved) {
               5);
 }
 
+// A file rewritten every second keeps its two files open; the name must still show the last
+// bytes written after someone else replaced or removed the files behind its back.
+TEST(FrequentlyWrittenFile, TheNameAlwaysShowsTheLastWriteWhole) {
+    TemporaryDirectory dir;
+    const auto file = dir / "cpu.json";
+    const auto read = [&] { return readFileContents(file).value_or("(none)"); };
+    FrequentlyWrittenFile writer(file);
+    for (const char* bytes : {"first, long", "second", "third, longer than both", "4th"}) {
+        ASSERT_TRUE(writer.write(bytes));
+        EXPECT_EQ(read(), bytes);
+    }
+    // Another program renames a file over the side file, then over the file itself.
+    ASSERT_TRUE(writeFileAtomically(swapFileOf(file), "stranger"));
+    ASSERT_TRUE(writer.write("fifth"));
+    EXPECT_EQ(read(), "fifth");
+    ASSERT_TRUE(writeFileAtomically(file, "stranger"));
+    ASSERT_TRUE(writer.write("sixth"));
+    ASSERT_TRUE(writer.write("seventh"));
+    EXPECT_EQ(read(), "seventh");
+
+    std::filesystem::remove_all(dir.path());
+    EXPECT_FALSE(writer.write("into nothing"));
+    std::filesystem::create_directories(dir.path());
+    ASSERT_TRUE(writer.write("back"));
+    EXPECT_EQ(read(), "back");
+    writer.remove();
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+}
+
 // Failures log a line and leave the old file; a missing folder is not made.
 TEST(PropertyListFile, AFailedWriteKeepsTheOldFile) {
     TemporaryDirectory dir;

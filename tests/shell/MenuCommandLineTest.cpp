@@ -113,28 +113,5 @@ TEST_F(MenuCommands, WhatCannotBeStoredFailsSaysWhyAndPostsNothing) {
         EXPECT_NE(err.str().find(failure), std::string::npos) << failure << "\n" << err.str();
 }
 
-// The built program, run as a user would, heard on the session bus.
-TEST(CorvanebarMenuProgram, ATogglePostsToTheSessionBusAndStoresTheSetting) {
-    GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-    if (!connection)
-        GTEST_SKIP() << "no session bus; run the tests under dbus-run-session";
-    test::TemporaryDirectory config;
-    test::TemporaryDirectory state;
-    test::BusListener listener(connection, {"CorvaneBarGlobalDisplayChange"});
-
-    const auto run =
-        test::runCorvanebar({"menu", "toggle", "Combine Processes"}, config.path(), state.path());
-    ASSERT_TRUE(run.started) << run.error;
-    EXPECT_TRUE(run.succeeded);
-    EXPECT_EQ(run.output, "[ ] Combine Processes\n");
-
-    listener.waitFor(1);
-    EXPECT_EQ(listener.heard.size(), 1u);
-    const Value stored =
-        readPropertyListFile(config.path() / "corvanebar" / "com.halvorn.corvanebar6.extras.plist");
-    EXPECT_EQ(stored["ProcessesCombine"], Value(false)) << stored;
-    g_object_unref(connection);
-}
-
 } // namespace
 } // namespace corvane

@@ -134,21 +134,23 @@ TEST_F(Commands, OpenNamesTheSectionsItCanOpenAndNeedsABus) {
 }
 
 // The built program, run as a user would, heard on the session bus.
-TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
+TEST(CorvanebarProgram, SwitchesAndMenuTogglesPostToTheSessionBus) {
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
     if (!bus)
         GTEST_SKIP() << "no session bus; run the tests under dbus-run-session";
     test::TemporaryDirectory config;
     test::TemporaryDirectory state;
     test::BusListener listener(bus, {"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem",
-                                     "CorvaneBar-Open-Battery"});
+                                     "CorvaneBar-Open-Battery", "CorvaneBarGlobalDisplayChange"});
 
     std::string printed;
-    for (const auto& [command, section] :
-         {std::pair{"on", "cpu"}, {"off", "cpu"}, {"open", "battery"}}) {
-        const auto run = test::runCorvanebar({command, section}, config.path(), state.path());
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"on", "cpu"},
+                                                    {"off", "cpu"},
+                                                    {"open", "battery"},
+                                                    {"menu", "toggle", "Combine Processes"}}) {
+        const auto run = test::runCorvanebar(command, config.path(), state.path());
         ASSERT_TRUE(run.started) << run.error;
-        ASSERT_TRUE(run.succeeded) << command;
+        ASSERT_TRUE(run.succeeded) << command.front();
         printed += run.output;
     }
     EXPECT_EQ(printed.rfind("CPU & GPU is on\nCPU & GPU is off\n"
@@ -156,16 +158,18 @@ TEST(CorvanebarProgram, OnAndOffPostToTheSessionBus) {
                             0),
               0u)
         << printed;
+    EXPECT_TRUE(printed.ends_with("[ ] Combine Processes\n")) << printed;
 
-    listener.waitFor(3);
-    EXPECT_EQ(listener.heard,
-              (std::vector<std::string>{"CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem",
-                                        "CorvaneBar-Open-Battery"}));
+    listener.waitFor(4);
+    EXPECT_EQ(listener.heard, (std::vector<std::string>{
+                                  "CorvaneBarEnableStatusItem", "CorvaneBarDisableStatusItem",
+                                  "CorvaneBar-Open-Battery", "CorvaneBarGlobalDisplayChange"}));
     const Value stored =
         readPropertyListFile(config / "corvanebar" / "com.halvorn.corvanebar6.extras.plist");
     ASSERT_TRUE(stored["StatusItems-Order"].isArray()) << stored;
     for (const Value& key : stored["StatusItems-Order"].arrayItems())
         EXPECT_NE(key.integerValue(), 1);
+    EXPECT_EQ(stored["ProcessesCombine"], Value(false)) << stored;
     g_object_unref(bus);
 }
 

@@ -410,6 +410,20 @@ TEST_F(Texts, NonFiniteAndHugeValuesReadAsADash) {
     EXPECT_EQ(formattedMemory(t, 9.2e18).substr(0, 6), "8,773,");
 }
 
+// Whole numbers are formatted once and then remembered: the remembered text must be what ICU
+// writes for every value that rounds to it, halves included (ICU rounds half to even).
+TEST_F(Texts, RememberedWholeNumbersMatchWhatICUWrites) {
+    for (CVBFormatters* numbers : {&englishNumbers, &germanNumbers}) {
+        for (const double v : {0.5, 1.5, 2.5, 2.4999, 42.5, 99.5, 100.5, 999.5, 1000.4, 1000.5,
+                               -0.3, -0.0, 0.0, 1234.0}) {
+            const std::string remembered =
+                (numbers->stringFromDouble0(v), numbers->stringFromDouble0(v));
+            numbers->setFractionDigits(0, 0);
+            EXPECT_EQ(remembered, numbers->stringFromDouble(v)) << v;
+        }
+    }
+}
+
 // Desktops set the formats region apart from the language: numbers follow LC_NUMERIC, units
 // LC_MEASUREMENT and the clock LC_TIME; LC_ALL overrides them all and LANG stands in for any
 // that is unset.
