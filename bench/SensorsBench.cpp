@@ -73,6 +73,26 @@ void BM_SensorsUpdate40(benchmark::State& state) {
 }
 BENCHMARK(BM_SensorsUpdate40)->Unit(benchmark::kMicrosecond);
 
+// The share of an update that is the sample each item keeps: the rings' own cost.
+void BM_SensorsSamplesOnly40(benchmark::State& state) {
+    HwmonTree tree;
+    ManualMainQueue queue;
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+    const SysRoot root(tree.root());
+    HwmonReadings readings(root);
+    SensorsStatCollectorLinux collector(
+        context, root, std::make_unique<PlatformLinux>(PlatformInputs{}, readings.inputs()));
+    collector.loadSensors();
+    const auto sensors = collector.sensors();
+    std::int64_t identifier = 1;
+    for (auto _ : state) {
+        ++identifier;
+        for (const auto& item : sensors)
+            collector.addValue(*item, identifier);
+    }
+}
+BENCHMARK(BM_SensorsSamplesOnly40)->Unit(benchmark::kMicrosecond);
+
 } // namespace
 
 BENCHMARK_MAIN();

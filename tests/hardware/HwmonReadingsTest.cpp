@@ -65,7 +65,7 @@ TEST(HwmonReadings, ValuesAndLimitsAreInSIUnits) {
 }
 
 // hwmonN numbers follow probe order and change across boots; the keys must not.
-TEST(HwmonReadings, KeysSurviveAPermutationOfTheHwmonNumbers) {
+TEST(HwmonReadings, KeysSurviveAPermutationOfTheHwmonNumbersAndNoHwmonMeansNoInputs) {
     for (const char* name : {"hw-amd-desktop", "hw-intel-laptop"}) {
         test::TemporaryDirectory copy;
         fs::copy(fixture(name), copy.path(),
@@ -89,6 +89,7 @@ TEST(HwmonReadings, KeysSurviveAPermutationOfTheHwmonNumbers) {
         EXPECT_FALSE(before.empty()) << name;
         EXPECT_EQ(before, after) << name;
     }
+    EXPECT_TRUE(HwmonReadings{SysRoot(fixture("hw-no-dmi"))}.inputs().empty());
 }
 
 TEST(HwmonReadings, KeptDescriptorsSeeNewValues) {
@@ -104,10 +105,6 @@ TEST(HwmonReadings, KeptDescriptorsSeeNewValues) {
     { std::ofstream(file) << "garbage\n"; }
     readings.update(); // the kept descriptor still reads the unlinked file
     EXPECT_DOUBLE_EQ(readings.input("coretemp.0/temp2")->value.value_or(0), 61.5);
-}
-
-TEST(HwmonReadings, AMachineWithoutHwmonHasNoInputs) {
-    EXPECT_TRUE(HwmonReadings{SysRoot(fixture("hw-no-dmi"))}.inputs().empty());
 }
 
 TEST(HwmonChipId, FromWhereTheDeviceSits) {

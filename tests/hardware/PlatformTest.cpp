@@ -36,6 +36,11 @@ std::unique_ptr<PlatformMac> macNamed(const std::string& identifier, std::string
     return makePlatform(recorded("hw-no-dmi"), std::move(inputs), false);
 }
 
+constexpr const char* kRetina = "macbookpro-retina-display.png";
+constexpr const char* kCoreAverage = "CUS_AS_CORE_AVERAGE";
+constexpr const char* kAirIcon = "macbookair-unibody.png";
+constexpr const char* kSocAverage = "AS_SOCDIE_AVERAGE";
+
 TEST(MacCatalogue, HoldsEachIdentifierOnceUnderItsClassName) {
     const auto models = macModels();
     EXPECT_EQ(models.size(), 142u);
@@ -54,83 +59,42 @@ TEST(MacCatalogue, HoldsEachIdentifierOnceUnderItsClassName) {
 }
 
 TEST(MacCatalogue, TellingRowsAndQuirks) {
-    struct Case {
-        const char* identifier;
-        const char* answers;
-        const char* name;
+    const struct {
+        const char *identifier, *answers, *name;
         double screen, memory;
         int slots;
         const char* icon;
         std::vector<std::string> defaults;
+    } cases[] = {
+        {"MacBook1,1", "MacBook1,1", "MacBook", 13, 2048, 2, "macbook-white.png", {"TC0D"}},
+        {"MacBookPro13,2", "MacBookPro13,2", "MacBook Pro", 13, 16384, 0, kRetina, {"TCXC"}},
+        {"MacBookAir10,1", "MacBookAir10,1", "MacBook Air", 13, 16384, 0, kAirIcon, {kSocAverage}},
+        {"MacBookPro18,3", "MacBookPro18,2", "MacBook Pro", 16, 65536, 0, kRetina, {kCoreAverage}},
+        {"Mac14,6", "Mac14,6", "MacBook Pro", 16, 0, 0, kRetina, {kCoreAverage}},
+        {"Mac14,8", "Mac14,8", "Mac Pro", 0, 0, 0, "", {kCoreAverage}},
+        {"MacPro1,1", "MacPro1,1", "Mac Pro", 0, 16384, 8, "macpro.png", {"TCAH", "TCBH"}},
+        {"iMac21,2", "iMac21,1", "M1 iMac", 24, 16384, 0, "imac-unibody.png", {kSocAverage}},
+        {"Xserve1,1", "Xserve1,1", "Xserve", 0, 0, 0, "xserve.png", {"TCAH", "TCBH"}},
+        {"Mac14,15", "Mac14,2", "Mac", 0, 0, 0, "", {}},
+        {"Mac13,1", "Mac13", "Mac", 0, 0, 0, "", {}},
+        {"Macmini8,1", "Macmini8,1", "Mac mini", 0, 0, 0, "", {}},
+        {"iMacPro1,1", "iMacPro1,1", "iMac Pro", 0, 0, 0, "", {}},
     };
-    for (const auto& c : {
-             Case{
-                 "MacBook1,1", "MacBook1,1", "MacBook", 13, 2048, 2, "macbook-white.png", {"TC0D"}},
-             Case{"MacBookPro13,2",
-                  "MacBookPro13,2",
-                  "MacBook Pro",
-                  13,
-                  16384,
-                  0,
-                  "macbookpro-retina-display.png",
-                  {"TCXC"}},
-             Case{"MacBookAir10,1",
-                  "MacBookAir10,1",
-                  "MacBook Air",
-                  13,
-                  16384,
-                  0,
-                  "macbookair-unibody.png",
-                  {"AS_SOCDIE_AVERAGE"}},
-             Case{"MacBookPro18,3",
-                  "MacBookPro18,2",
-                  "MacBook Pro",
-                  16,
-                  65536,
-                  0,
-                  "macbookpro-retina-display.png",
-                  {"CUS_AS_CORE_AVERAGE"}},
-             Case{"Mac14,6",
-                  "Mac14,6",
-                  "MacBook Pro",
-                  16,
-                  0,
-                  0,
-                  "macbookpro-retina-display.png",
-                  {"CUS_AS_CORE_AVERAGE"}},
-             Case{"Mac14,8", "Mac14,8", "Mac Pro", 0, 0, 0, "", {"CUS_AS_CORE_AVERAGE"}},
-             Case{"MacPro1,1", "MacPro1,1", "Mac Pro", 0, 16384, 8, "macpro.png", {"TCAH", "TCBH"}},
-             Case{"iMac21,1",
-                  "iMac21,1",
-                  "M1 iMac",
-                  24,
-                  16384,
-                  0,
-                  "imac-unibody.png",
-                  {"AS_SOCDIE_AVERAGE"}},
-             Case{"iMac21,2",
-                  "iMac21,1",
-                  "M1 iMac",
-                  24,
-                  16384,
-                  0,
-                  "imac-unibody.png",
-                  {"AS_SOCDIE_AVERAGE"}},
-             Case{"Xserve1,1", "Xserve1,1", "Xserve", 0, 0, 0, "xserve.png", {"TCAH", "TCBH"}},
-             Case{"Mac14,15", "Mac14,2", "Mac", 0, 0, 0, "", {}},
-             Case{"Mac13,1", "Mac13", "Mac", 0, 0, 0, "", {}},
-             Case{"Macmini8,1", "Macmini8,1", "Mac mini", 0, 0, 0, "", {}},
-             Case{"iMacPro1,1", "iMacPro1,1", "iMac Pro", 0, 0, 0, "", {}},
-         }) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.identifier);
         const auto mac = macNamed(c.identifier);
-        EXPECT_EQ(mac->identifier(), c.answers) << c.identifier;
-        EXPECT_EQ(mac->name(), c.name) << c.identifier;
-        EXPECT_EQ(mac->screenSize(), c.screen) << c.identifier;
-        EXPECT_EQ(mac->maximumMemory(), c.memory) << c.identifier;
-        EXPECT_EQ(mac->memorySlots(), c.slots) << c.identifier;
-        EXPECT_EQ(mac->icon(), c.icon) << c.identifier;
-        EXPECT_EQ(mac->defaultSensorKeys(), c.defaults) << c.identifier;
+        EXPECT_EQ(mac->identifier(), c.answers);
+        EXPECT_EQ(mac->name(), c.name);
+        EXPECT_EQ(mac->screenSize(), c.screen);
+        EXPECT_EQ(mac->maximumMemory(), c.memory);
+        EXPECT_EQ(mac->memorySlots(), c.slots);
+        EXPECT_EQ(mac->icon(), c.icon);
+        EXPECT_EQ(mac->defaultSensorKeys(), c.defaults);
     }
+    // The iMac16,2 is named by its variant.
+    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGG7F")->name(), "iMac with Retina 4K Display");
+    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGF1J")->name(), "iMac");
+    EXPECT_EQ(macNamed("iMac16,2")->name(), "iMac");
 }
 
 TEST(MacCatalogue, FlagLists) {
@@ -158,12 +122,6 @@ TEST(MacCatalogue, FlagLists) {
     EXPECT_TRUE(macNamed("Xserve1,1")->disableFanControl());
 }
 
-TEST(MacCatalogue, IMac16_2IsNamedByItsVariant) {
-    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGG7F")->name(), "iMac with Retina 4K Display");
-    EXPECT_EQ(macNamed("iMac16,2", "C02QX0AAGF1J")->name(), "iMac");
-    EXPECT_EQ(macNamed("iMac16,2")->name(), "iMac");
-}
-
 TEST(MacCatalogue, M2ProMaxRowsFollowTheCoreCount) {
     EXPECT_EQ(keysOf(m2ProMaxCoreRows(12)),
               (std::vector<std::string>{"Tp01", "Tp05", "Tp09", "Tp0D", "Tp0X", "Tp0b", "Tp0f",
@@ -175,7 +133,7 @@ TEST(MacCatalogue, M2ProMaxRowsFollowTheCoreCount) {
     EXPECT_EQ(m2ProMaxCoreRows(12)[7].name, "CPU Performance Core 8");
 }
 
-TEST(Platform, RecordedMacPro7_1) {
+TEST(Platform, RecordedDesktopMacs) {
     const auto mac = platformOf("hw-macpro7-1");
     EXPECT_EQ(mac->className(), "MacPro7_1");
     EXPECT_TRUE(mac->usesSyncedFans());
@@ -187,14 +145,12 @@ TEST(Platform, RecordedMacPro7_1) {
     EXPECT_EQ(mac->defaultSensorKeys(), std::vector<std::string>{"TCXc"});
     EXPECT_EQ(mac->boardID(), "Mac-27AD2F918AE68F61");
     EXPECT_FALSE(mac->isLaptop());
-}
 
-TEST(Platform, RecordedIMac20_1) {
-    const auto mac = platformOf("hw-imac20-1");
-    EXPECT_EQ(mac->name(), "iMac with Retina 5K Display");
-    EXPECT_TRUE(mac->hideIntergratedGraphics());
-    EXPECT_EQ(mac->cpuTemperatureSensors(), std::vector<std::string>{"CUS1"});
-    EXPECT_EQ(mac->defaultSensorKeys(), std::vector<std::string>{"TC0p"});
+    const auto imac = platformOf("hw-imac20-1");
+    EXPECT_EQ(imac->name(), "iMac with Retina 5K Display");
+    EXPECT_TRUE(imac->hideIntergratedGraphics());
+    EXPECT_EQ(imac->cpuTemperatureSensors(), std::vector<std::string>{"CUS1"});
+    EXPECT_EQ(imac->defaultSensorKeys(), std::vector<std::string>{"TC0p"});
 }
 
 // A known Mac's rows are the catalogue's keys that its controller lists.
@@ -248,47 +204,40 @@ TEST(FauxMac, GroupNamesDropTheNumberWhenAlone) {
 }
 
 TEST(PlatformLinux, MadeFromTheMachineItself) {
-    struct Case {
-        const char* tree;
-        const char* identifier;
-        const char* name;
+    const struct {
+        const char *tree, *identifier, *name;
         bool laptop;
-        std::vector<std::string> defaults;
-        const char* address;
-        int cores;
+    } named[] = {
+        {"hw-amd-desktop", "System Product Name", "System manufacturer System Product Name", false},
+        {"hw-intel-laptop", "20KHCTO1WW", "LENOVO 20KHCTO1WW", true},
+        {"hw-arm-board", "Raspberry Pi 4 Model B Rev 1.4", "Raspberry Pi 4 Model B Rev 1.4", false},
+        {"hw-no-dmi", "Unknown", "Unknown", false},
     };
-    for (const auto& c : {
-             Case{"hw-amd-desktop",
-                  "System Product Name",
-                  "System manufacturer System Product Name",
-                  false,
-                  {"k10temp-pci-00c3/temp1"},
-                  "2C:F0:5D:12:34:56",
-                  2},
-             Case{"hw-intel-laptop",
-                  "20KHCTO1WW",
-                  "LENOVO 20KHCTO1WW",
-                  true,
-                  {"coretemp.0/temp1"},
-                  "54:E1:AD:AA:BB:CC",
-                  2},
-             Case{"hw-arm-board",
-                  "Raspberry Pi 4 Model B Rev 1.4",
-                  "Raspberry Pi 4 Model B Rev 1.4",
-                  false,
-                  {"cpu_thermal-thermal_zone0/temp1"},
-                  "",
-                  4},
-             Case{"hw-no-dmi", "Unknown", "Unknown", false, {}, "", 2},
-         }) {
+    for (const auto& c : named) {
+        SCOPED_TRACE(c.tree);
         const auto platform = platformOf(c.tree);
-        EXPECT_EQ(platform->className(), "PlatformLinux") << c.tree;
-        EXPECT_EQ(platform->identifier(), c.identifier) << c.tree;
-        EXPECT_EQ(platform->name(), c.name) << c.tree;
-        EXPECT_EQ(platform->isLaptop(), c.laptop) << c.tree;
-        EXPECT_EQ(platform->defaultSensorKeys(), c.defaults) << c.tree;
-        EXPECT_EQ(platform->networkHardwareAdress(), c.address) << c.tree;
-        EXPECT_EQ(platform->cpuPhysicalCoreCount(), c.cores) << c.tree;
+        EXPECT_EQ(platform->className(), "PlatformLinux");
+        EXPECT_EQ(platform->identifier(), c.identifier);
+        EXPECT_EQ(platform->name(), c.name);
+        EXPECT_EQ(platform->isLaptop(), c.laptop);
+    }
+    const struct {
+        const char *tree, *defaultKey, *address;
+        int cores;
+    } facts[] = {
+        {"hw-amd-desktop", "k10temp-pci-00c3/temp1", "2C:F0:5D:12:34:56", 2},
+        {"hw-intel-laptop", "coretemp.0/temp1", "54:E1:AD:AA:BB:CC", 2},
+        {"hw-arm-board", "cpu_thermal-thermal_zone0/temp1", "", 4},
+        {"hw-no-dmi", nullptr, "", 2},
+    };
+    for (const auto& c : facts) {
+        SCOPED_TRACE(c.tree);
+        const auto platform = platformOf(c.tree);
+        EXPECT_EQ(platform->defaultSensorKeys(), c.defaultKey
+                                                     ? std::vector<std::string>{c.defaultKey}
+                                                     : std::vector<std::string>{});
+        EXPECT_EQ(platform->networkHardwareAdress(), c.address);
+        EXPECT_EQ(platform->cpuPhysicalCoreCount(), c.cores);
     }
     const auto desktop = platformOf("hw-amd-desktop");
     const auto rows = desktop->supportedSensors();
@@ -302,13 +251,15 @@ TEST(PlatformLinux, MadeFromTheMachineItself) {
 }
 
 TEST(PlatformLinux, LaptopByChassisOrBattery) {
-    struct Case {
+    const struct {
         std::optional<int> chassis;
-        bool battery;
-        bool laptop;
-    };
-    for (const auto& c : {Case{10, false, true}, Case{31, false, true}, Case{3, false, false},
-                          Case{3, true, true}, Case{std::nullopt, false, false}}) {
+        bool battery, laptop;
+    } cases[] = {{10, false, true},
+                 {31, false, true},
+                 {3, false, false},
+                 {3, true, true},
+                 {std::nullopt, false, false}};
+    for (const auto& c : cases) {
         PlatformInputs inputs;
         inputs.facts.chassisType = c.chassis;
         inputs.facts.hasBattery = c.battery;
@@ -326,26 +277,21 @@ TEST(PlatformMac, CountsAbove64AreZero) {
 }
 
 TEST(MacSerial, DecodesWeekAndYear) {
-    struct Case {
-        const char* serial;
-        std::optional<std::pair<int, int>> expected; // week, year
+    // Serial, then week and year.
+    const std::pair<const char*, std::optional<std::pair<int, int>>> cases[] = {
+        {"W8812345678", std::pair{12, 8}},   // 11 characters: year at 2, week at 3-4
+        {"W8805ABCDEF", std::pair{5, 8}},    // a week starting with 0: the digit at 4
+        {"W88ABCDEFGH", std::pair{0, 8}},    // letters: not a number
+        {"C02DC1234567", std::pair{37, 10}}, // D second half of 2010, C week 10
+        {"C02C91234567", std::pair{9, 10}},  {"C02YY1234567", std::pair{54, 18}},
+        {"C02Z11234567", std::nullopt},                                    // unknown half-year
+        {"C02CZ1234567", std::nullopt},                                    // unknown week
+        {"System Serial#", std::nullopt},    {"W881234567", std::nullopt}, // too short
     };
-    for (const auto& c : {
-             Case{"W8812345678", std::pair{12, 8}},   // 11 characters: year at 2, week at 3-4
-             Case{"W8805ABCDEF", std::pair{5, 8}},    // a week starting with 0: the digit at 4
-             Case{"W88ABCDEFGH", std::pair{0, 8}},    // letters: not a number
-             Case{"C02DC1234567", std::pair{37, 10}}, // D second half of 2010, C week 10
-             Case{"C02C91234567", std::pair{9, 10}}, Case{"C02YY1234567", std::pair{54, 18}},
-             Case{"C02Z11234567", std::nullopt}, // unknown half-year
-             Case{"C02CZ1234567", std::nullopt}, // unknown week
-             Case{"System Serial#", std::nullopt}, Case{"W881234567", std::nullopt}, // too short
-         }) {
-        const auto date = decodeSerial(c.serial);
-        ASSERT_EQ(date.has_value(), c.expected.has_value()) << c.serial;
-        if (date) {
-            EXPECT_EQ(date->week, c.expected->first) << c.serial;
-            EXPECT_EQ(date->year, c.expected->second) << c.serial;
-        }
+    for (const auto& [serial, expected] : cases) {
+        const auto date = decodeSerial(serial);
+        EXPECT_EQ(date ? std::optional(std::pair(date->week, date->year)) : std::nullopt, expected)
+            << serial;
     }
     EXPECT_EQ(variation("W8812345678"), "678");
     EXPECT_EQ(variation("C02DC1234567"), "4567");

@@ -40,23 +40,15 @@ TEST(SMCSensorItem, LimitsComeFromTheMinimumAndMaximumKeys) {
     EXPECT_DOUBLE_EQ(item.high, -5); // an absent maximum is not a limit
 }
 
-struct Refresh {
-    const char* what;
-    SensorRow config;
-    int type = 0;
-    bool temperatureBug = false;
-    std::map<std::string, double, std::less<>> values;
-    double expected;
-};
-
-SensorRow row(std::string key) {
-    return SensorRow(std::move(key), "name");
+SensorRow row(std::string key, std::string bk = {}) {
+    SensorRow config(std::move(key), "name");
+    config.bk = std::move(bk);
+    return config;
 }
 
 SensorRow averaged(std::vector<std::string> keys, std::string bk = {}) {
-    SensorRow config = row("CUS1");
+    SensorRow config = row("CUS1", std::move(bk));
     config.average = std::move(keys);
-    config.bk = std::move(bk);
     return config;
 }
 
@@ -67,104 +59,44 @@ SensorRow multiplied(std::vector<std::string> keys, bool watts) {
     return config;
 }
 
-SensorRow vouched(std::string key) {
-    SensorRow config = row(std::move(key));
-    config.bk = "Tg0f";
-    return config;
-}
-
-class UpdateValue : public testing::TestWithParam<Refresh> {};
-
-TEST_P(UpdateValue, AppliesTheRowsRuleAndItsGuards) {
-    const auto& c = GetParam();
-    SMCSensorItem item;
-    item.key = c.config.key;
-    item.config = c.config;
-    item.type = c.type;
-    item.value = 42.0; // the present value
-    EXPECT_DOUBLE_EQ(item.updateValue(reading(c.values), c.temperatureBug), c.expected);
-    EXPECT_DOUBLE_EQ(item.value, c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rules, UpdateValue,
-    testing::Values(
-        Refresh{"single key", row("TC0P"), 0, false, {{"TC0P", 55}}, 55},
-        Refresh{"a temperature above 150 keeps the old value",
-                row("TC0P"),
-                0,
-                false,
-                {{"TC0P", 151}},
-                42},
-        Refresh{"other types may exceed 150", row("F0Ac"), 2, false, {{"F0Ac", 2000}}, 2000},
-        Refresh{"low Tp reading while bk is hot",
-                vouched("Tp01"),
-                0,
-                true,
-                {{"Tp01", 5}, {"Tg0f", 151}},
-                42},
-        Refresh{"no bug flag: the reading stands",
-                vouched("Tp01"),
-                0,
-                false,
-                {{"Tp01", 5}, {"Tg0f", 151}},
-                5},
-        Refresh{"bk not hot: the reading stands",
-                vouched("Tp01"),
-                0,
-                true,
-                {{"Tp01", 5}, {"Tg0f", 150}},
-                5},
-        Refresh{"average of the keys in range",
-                averaged({"TC0C", "TC1C", "TC2C"}),
-                0,
-                false,
-                {{"TC0C", 40}, {"TC1C", 60}, {"TC2C", 150}},
-                50},
-        Refresh{"average of absent keys is 0", averaged({"TC0C", "TC1C"}), 0, false, {}, 0},
-        Refresh{"non-temperature averages count every positive",
-                averaged({"F0Ac", "F1Ac"}),
-                2,
-                false,
-                {{"F0Ac", 1000}, {"F1Ac", 3000}},
-                2000},
-        Refresh{"average with a vouched Tp key",
-                averaged({"Tp01", "Tp05"}, "Tg0f"),
-                0,
-                true,
-                {{"Tp01", 2}, {"Tp05", 50}, {"Tg0f", 160}},
-                46},
-        Refresh{"watts: the product of two keys",
-                multiplied({"VD0R", "ID0R"}, true),
-                5,
-                false,
-                {{"VD0R", 12}, {"ID0R", -2}},
-                24},
-        Refresh{"multiply of three keys is 0",
-                multiplied({"A", "B", "C"}, true),
-                5,
-                false,
-                {{"A", 1}, {"B", 2}, {"C", 3}},
-                0},
-        Refresh{"multiply without watts is 0",
-                multiplied({"A", "B"}, false),
-                5,
-                false,
-                {{"A", 1}, {"B", 2}},
-                0}),
-    [](const auto& test) {
-        std::string name;
-        for (char c : std::string(test.param.what))
-            name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-        return name;
-    });
-
-TEST(SMCSensorItem, ItemsFedElsewhereKeepTheirValue) {
-    SMCSensorItem item;
-    item.key = "TC0P";
-    item.subType = 1;
-    item.value = 3;
-    EXPECT_DOUBLE_EQ(item.updateValue(reading({{"TC0P", 55}}), false), 3);
+TEST(SMCSensorItem, UpdateValueAppliesTheRowsRuleAndItsGuards) {
+    const struct {
+        const char* what;
+        SensorRow config;
+        int type;
+        bool temperatureBug;
+        std::map<std::string, double, std::less<>> values;
+        double expected; // the present value is 42
+    } cases[] = {
+        {"single key", row("TC0P"), 0, false, {{"TC0P", 55}}, 55},
+        {"a temperature above 150 is ignored", row("TC0P"), 0, false, {{"TC0P", 151}}, 42},
+        {"other types may exceed 150", row("F0Ac"), 2, false, {{"F0Ac", 2000}}, 2000},
+        {"low Tp while bk is hot", row("Tp01", "Tg0f"), 0, true, {{"Tp01", 5}, {"Tg0f", 151}}, 42},
+        {"no bug flag", row("Tp01", "Tg0f"), 0, false, {{"Tp01", 5}, {"Tg0f", 151}}, 5},
+        {"bk not hot", row("Tp01", "Tg0f"), 0, true, {{"Tp01", 5}, {"Tg0f", 150}}, 5},
+        {"in range", averaged({"A", "B", "C"}), 0, false, {{"A", 40}, {"B", 60}, {"C", 150}}, 50},
+        {"average of absent keys", averaged({"TC0C", "TC1C"}), 0, false, {}, 0},
+        {"any positive fan", averaged({"A", "B"}), 2, false, {{"A", 1000}, {"B", 3000}}, 2000},
+        {"Tp", averaged({"Tp1", "Tp2"}, "B"), 0, true, {{"Tp1", 2}, {"Tp2", 50}, {"B", 151}}, 46},
+        {"watts", multiplied({"VD0R", "ID0R"}, true), 5, false, {{"VD0R", 12}, {"ID0R", -2}}, 24},
+        {"three keys", multiplied({"A", "B", "C"}, true), 5, false, {{"A", 1}, {"B", 2}}, 0},
+        {"without watts", multiplied({"A", "B"}, false), 5, false, {{"A", 1}, {"B", 2}}, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        SMCSensorItem item;
+        item.key = c.config.key;
+        item.config = c.config;
+        item.type = c.type;
+        item.value = 42.0;
+        EXPECT_DOUBLE_EQ(item.updateValue(reading(c.values), c.temperatureBug), c.expected);
+        EXPECT_DOUBLE_EQ(item.value, c.expected);
+    }
+    SMCSensorItem fedElsewhere;
+    fedElsewhere.key = "TC0P";
+    fedElsewhere.subType = 1;
+    fedElsewhere.value = 3;
+    EXPECT_DOUBLE_EQ(fedElsewhere.updateValue(reading({{"TC0P", 55}}), false), 3);
 }
 
 TEST(SensorsARMController, AddsTheFiveAveragesAfterTheRawRows) {
@@ -188,11 +120,8 @@ TEST(SensorsARMController, AddsTheFiveAveragesAfterTheRawRows) {
         EXPECT_EQ(rows[3 + i].key, expected[i].first);
         EXPECT_DOUBLE_EQ(rows[3 + i].value, expected[i].second) << expected[i].first;
     }
-}
-
-TEST(SensorsARMController, ThousandthsAreScaled) {
-    SensorsARMController arm([](int) { return std::vector<NamedReading>{{"PMU vbat", 4200, 0}}; });
-    EXPECT_DOUBLE_EQ(arm.sensors(SensorsARMController::kMilliEvent)[0].value, 4.2);
+    SensorsARMController milli([](int) { return std::vector<NamedReading>{{"vbat", 4200, 0}}; });
+    EXPECT_DOUBLE_EQ(milli.sensors(SensorsARMController::kMilliEvent)[0].value, 4.2);
 }
 
 } // namespace

@@ -90,14 +90,12 @@ TEST(SensorSMCController, AnAbsentKeyIsCachedOnceAndDecodesToMinusOne) {
     rig.read("TC0P");
     EXPECT_EQ(rig.connection->calls[kSMCReadKeyInfo], 2); // ZZZZ and TC0P, once each
     EXPECT_EQ(rig.connection->calls[kSMCReadBytes], 4);
-}
 
-TEST(SensorSMCController, WithoutTheCacheEveryReadAsksForTheKeyInfo) {
-    Rig rig(SensorSMCController::KeyInfoCaching::none);
-    rig.read("TC0P");
-    rig.read("TC0P");
-    EXPECT_EQ(rig.connection->calls[kSMCReadKeyInfo], 2);
-    EXPECT_TRUE(rig.smc->keyCache().empty());
+    Rig uncached(SensorSMCController::KeyInfoCaching::none);
+    uncached.read("TC0P");
+    uncached.read("TC0P");
+    EXPECT_EQ(uncached.connection->calls[kSMCReadKeyInfo], 2);
+    EXPECT_TRUE(uncached.smc->keyCache().empty());
 }
 
 TEST(SensorSMCController, AShortKeyPacksToZeroAndIsLoggedForEachCall) {
@@ -131,15 +129,12 @@ TEST(SensorSMCController, WritesFanTargetsInTwoFractionalBits) {
     EXPECT_EQ(rig.driver->written().back().first, "fan1_min");
 }
 
-TEST(SensorSMCController, TheDriverRefusesEveryKeyButTheFanKeys) {
+TEST(SensorSMCController, TheDriverRefusesEveryKeyButTheFanKeysAndShortRawValues) {
     Rig rig;
     EXPECT_EQ(rig.smc->writeValue(50, "TC0P"), kIOReturnInternalError);
     EXPECT_EQ(rig.smc->writeValue(50, "ZZZZ"), kIOReturnNotFound);
     EXPECT_TRUE(rig.driver->written().empty());
-}
-
-TEST(SensorSMCController, RawWritesNeedExactlyFourHexDigits) {
-    Rig rig;
+    // Raw writes need exactly four hex digits.
     EXPECT_EQ(rig.smc->writeRawValue("0001", "FS! "), kIOReturnSuccess);
     EXPECT_EQ(rig.driver->written().back(),
               (std::pair<std::string, std::string>{"fan1_manual", "1"}));
@@ -167,14 +162,12 @@ public:
     bool write(std::string_view, std::string_view) override { return false; }
 };
 
-TEST(AppleSMCSysfs, WithoutTheRightToMoveTheCursorOpenSaysSo) {
+TEST(AppleSMCSysfs, WithoutTheRightToMoveTheCursorOpenSaysSoAndLabelsStayReadable) {
     AppleSMCSysfs driver(std::make_unique<ReadOnlyFiles>());
     EXPECT_EQ(driver.open(), kIOReturnNotPrivileged);
-}
-
-TEST(AppleSMCSysfs, NamesTheTemperatureKeysEveryoneMayRead) {
-    AppleSMCSysfs driver(recordedMac());
-    EXPECT_EQ(driver.labelledKeys(), (std::vector<std::string>{"TB0T", "TC0P", "TC0D"}));
+    // The temperature keys everyone may read are named still.
+    EXPECT_EQ(AppleSMCSysfs(recordedMac()).labelledKeys(),
+              (std::vector<std::string>{"TB0T", "TC0P", "TC0D"}));
 }
 
 } // namespace

@@ -24,10 +24,6 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-GObjectRef<GDBusConnection> sessionBus() {
-    return GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-}
-
 // A connection of its own, which the test can close as a client that goes away.
 GObjectRef<GDBusConnection> privateConnection() {
     gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
@@ -85,7 +81,8 @@ protected:
             {}});
     }
 
-    GObjectRef<GDBusConnection> bus = sessionBus();
+    GObjectRef<GDBusConnection> bus =
+        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
     GLibMainQueue queue;
     NotificationCenter center;
 };
@@ -250,9 +247,7 @@ TEST_F(DaemonOnTheBus, BadInputIsRefusedAndOthersAreStillServed) {
         << daemon.log();
     for (const Case& c : cases)
         EXPECT_NE(daemon.log().find(c.logged), std::string::npos) << c.logged;
-    const auto version = probeDaemon(bus.get(), 2000);
-    ASSERT_TRUE(version);
-    EXPECT_GT(version->version, 0);
+    EXPECT_TRUE(probeDaemon(bus.get(), 2000)) << "the daemon still answers";
 }
 
 TEST_F(DaemonOnTheBus, UsersGetTheKeysAndSerialThroughTheDaemon) {

@@ -8,14 +8,14 @@
 namespace corvane {
 namespace {
 
-std::string run(const std::string& command, int& status) {
-    gchar* output = nullptr;
-    gchar* errors = nullptr;
-    status = -1;
-    if (!g_spawn_command_line_sync(command.c_str(), &output, &errors, &status, nullptr))
-        return "could not run " + command;
-    std::string text = takeGString(output) + takeGString(errors);
-    return text;
+// Runs `command`: true when it exits with 0; what it wrote in `output`.
+bool run(const std::string& command, std::string& output) {
+    gchar* out = nullptr;
+    gchar* err = nullptr;
+    gint status = -1;
+    const bool ran = g_spawn_command_line_sync(command.c_str(), &out, &err, &status, nullptr);
+    output = takeGString(out) + takeGString(err);
+    return ran && g_spawn_check_wait_status(status, nullptr);
 }
 
 // A bus as strict as the system bus (nobody owns a name, nobody calls anyone unless a policy
@@ -26,13 +26,13 @@ public:
         const std::string socket = (dir / "bus").string();
         std::ofstream(dir / "bus.conf")
             << "<busconfig><listen>unix:path=" << socket << "</listen><auth>EXTERNAL</auth>"
-            << "<policy context=\"default\"><allow user=\"*\"/><deny own=\"*\"/>"
-            << "<deny send_type=\"method_call\"/><allow send_destination=\"org.freedesktop.DBus\"/>"
-            << "<allow send_requested_reply=\"true\" send_type=\"method_return\"/>"
-            << "<allow send_requested_reply=\"true\" send_type=\"error\"/>"
-            << "<allow send_type=\"signal\"/><allow receive_type=\"method_call\"/>"
-            << "<allow receive_type=\"method_return\"/><allow receive_type=\"error\"/>"
-            << "<allow receive_type=\"signal\"/></policy>"
+            <<
+            R"(<policy context="default"><allow user="*"/><deny own="*"/>
+<deny send_type="method_call"/><allow send_destination="org.freedesktop.DBus"/>
+<allow send_requested_reply="true" send_type="method_return"/>
+<allow send_requested_reply="true" send_type="error"/><allow send_type="signal"/>
+<allow receive_type="method_call"/><allow receive_type="method_return"/>
+<allow receive_type="error"/><allow receive_type="signal"/></policy>)"
             << (withPolicy ? "<include>" CVB_DAEMON_DATA
                              "/com.halvorn.corvanebardaemon.conf</include>"
                            : "")
@@ -85,18 +85,14 @@ TEST(DaemonFiles, ThePolicyLetsTheDaemonServeOnAStrictBus) {
 }
 
 TEST(DaemonFiles, TheXmlFilesAreWellFormedAndTheUnitVerifies) {
-    int status = -1;
-    const std::string lint =
-        run("xmllint --noout " CVB_DAEMON_DATA "/com.halvorn.corvanebardaemon.conf " CVB_DAEMON_DATA
-            "/com.halvorn.corvanebar.daemon.policy",
-            status);
-    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr)) << lint;
-
-    const std::string version = run("systemd-analyze --version", status);
-    if (!g_spawn_check_wait_status(status, nullptr))
-        GTEST_SKIP() << "systemd-analyze cannot run here: " << version;
-    const std::string verify = run("systemd-analyze verify " CVB_DAEMON_UNIT, status);
-    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr)) << verify;
+    std::string output;
+    EXPECT_TRUE(run("xmllint --noout " CVB_DAEMON_DATA "/com.halvorn.corvanebardaemon.conf " //
+                    CVB_DAEMON_DATA "/com.halvorn.corvanebar.daemon.policy",
+                    output))
+        << output;
+    if (!run("systemd-analyze --version", output))
+        GTEST_SKIP() << "systemd-analyze cannot run here: " << output;
+    EXPECT_TRUE(run("systemd-analyze verify " CVB_DAEMON_UNIT, output)) << output;
 }
 
 } // namespace

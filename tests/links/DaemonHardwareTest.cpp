@@ -13,7 +13,7 @@ Value row(const char* key) {
     return Value::dict({{"key", Value(key)}, {"name", Value("n")}});
 }
 
-TEST(DaemonHardware, KeyReadsGiveTheBytesOfKeysTheMachineHas) {
+TEST(DaemonHardware, KeyReadsAndCatalogueRowsOfKeysTheMachineHas) {
     SMCDaemonHardware hardware(kRecordedMac);
     // Text, rows and odd members alike; only four-character keys the controller has answer.
     const Value readings = hardware.sensors(Value::array(
@@ -25,10 +25,7 @@ TEST(DaemonHardware, KeyReadsGiveTheBytesOfKeysTheMachineHas) {
     EXPECT_DOUBLE_EQ(readings[0]["value"].doubleValue(), 58.5);
     EXPECT_EQ(readings[1]["type"].string(), "fpe2");
     EXPECT_TRUE(hardware.sensors(Value("TC0D")).empty());
-}
 
-TEST(DaemonHardware, CatalogueRowsAreKeptWhenTheMachineHasTheirKey) {
-    SMCDaemonHardware hardware(kRecordedMac);
     const Value rows = Value::array({row("TC0P"), row("TG0D"), row("F0Ac"), Value("TC0D")});
     const Value fans = hardware.supportedFans(rows);
     ASSERT_EQ(fans.size(), 2u);

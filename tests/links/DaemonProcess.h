@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -91,9 +91,7 @@ public:
     }
     std::string log() const {
         std::ifstream in(dir_ / "log");
-        std::stringstream text;
-        text << in.rdbuf();
-        return text.str();
+        return {std::istreambuf_iterator<char>(in), {}};
     }
 
 private:

@@ -31,9 +31,6 @@ protected:
     void entry(const std::string& file, const std::string& keys) {
         write("applications/" + file, "[Desktop Entry]\nType=Application\n" + keys);
     }
-    Value sample(ProcessSampler& sampler, double now, bool combine = false) {
-        return sampler.sample(now, combine);
-    }
     static const Value* rowOf(const Value& rows, long pid) {
         for (const auto& row : rows.arrayItems())
             if (row["pid"].integerValue() == pid)
@@ -42,6 +39,8 @@ protected:
     }
 
     test::TemporaryDirectory dir;
+    const DesktopEntries noEntries{{}};
+    ProcessSampler sampler{SysRoot(dir.path()), noEntries, 100, 4096};
 };
 
 TEST(ProcessStat, ReadsTheFieldsOfALineOrNothing) {
@@ -62,14 +61,12 @@ TEST(ProcessStat, ReadsTheFieldsOfALineOrNothing) {
 TEST_F(ProcessTree, SharesComeFromTheTicksBetweenSamples) {
     process(10, "busy", 100);
     process(11, "idle", 7);
-    const DesktopEntries entries({});
-    ProcessSampler sampler(SysRoot(dir.path()), entries, 100, 4096);
-    const Value first = sample(sampler, 50.0);
+    const Value first = sampler.sample(50.0, false);
     ASSERT_EQ(first.size(), 2u);
     EXPECT_EQ(first[0]["cpu"].doubleValue(), 0.0); // nothing to compare with yet
 
     process(10, "busy", 250); // 150 ticks in 2 s of 100 ticks: three quarters of a processor
-    const Value second = sample(sampler, 52.0);
+    const Value second = sampler.sample(52.0, false);
     ASSERT_EQ(second.size(), 2u);
     EXPECT_EQ(second[0]["pid"].integerValue(), 10); // busiest first
     EXPECT_DOUBLE_EQ(second[0]["cpu"].doubleValue(), 75.0);
@@ -80,7 +77,7 @@ TEST_F(ProcessTree, SharesComeFromTheTicksBetweenSamples) {
     // ticks of the one before; a process that ended leaves the list.
     std::filesystem::remove_all(dir / "proc/11");
     process(10, "other", 30, 900);
-    const Value third = sample(sampler, 53.0);
+    const Value third = sampler.sample(53.0, false);
     ASSERT_EQ(third.size(), 1u);
     EXPECT_EQ(third[0]["cpu"].doubleValue(), 0.0);
     EXPECT_EQ(third[0]["name"].string(), "other");
@@ -90,11 +87,9 @@ TEST_F(ProcessTree, DiskTrafficIsARateWhereReadable) {
     process(10, "writer", 1);
     write("proc/10/io", "rchar: 1\nread_bytes: 1000\nwrite_bytes: 0\n");
     process(11, "private", 1);
-    const DesktopEntries entries({});
-    ProcessSampler sampler(SysRoot(dir.path()), entries, 100, 4096);
-    sample(sampler, 10.0);
+    sampler.sample(10.0, false);
     write("proc/10/io", "rchar: 1\nread_bytes: 5000\nwrite_bytes: 8192\n");
-    const Value rows = sample(sampler, 12.0);
+    const Value rows = sampler.sample(12.0, false);
     const Value* writer = rowOf(rows, 10);
     ASSERT_NE(writer, nullptr);
     EXPECT_DOUBLE_EQ((*writer)["read"].doubleValue(), 2000.0);
@@ -108,13 +103,11 @@ TEST_F(ProcessTree, CombiningSumsOneNameUnderItsLowestPid) {
     process(30, "worker", 10);
     process(20, "worker", 10);
     process(40, "main", 10);
-    const DesktopEntries entries({});
-    ProcessSampler sampler(SysRoot(dir.path()), entries, 100, 4096);
-    sample(sampler, 1.0);
+    sampler.sample(1.0, false);
     process(30, "worker", 40);
     process(20, "worker", 30);
     process(40, "main", 50);
-    const Value rows = sample(sampler, 2.0, true);
+    const Value rows = sampler.sample(2.0, true);
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[0]["name"].string(), "worker");
     EXPECT_EQ(rows[0]["pid"].integerValue(), 20);

@@ -24,14 +24,13 @@ struct Spawned {
     std::string output;
 };
 
-Spawned spawn(const std::vector<std::string>& arguments) {
+Spawned spawn(std::vector<std::string> arguments) {
     std::vector<char*> argv;
-    for (const auto& argument : arguments)
-        argv.push_back(const_cast<char*>(argument.c_str()));
+    for (auto& argument : arguments)
+        argv.push_back(argument.data());
     argv.push_back(nullptr);
     Spawned run;
-    gchar* out = nullptr;
-    gchar* err = nullptr;
+    gchar *out = nullptr, *err = nullptr;
     gint status = -1;
     run.ran = g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
                            &out, &err, &status, nullptr);

@@ -68,17 +68,14 @@ protected:
     Services() {
         net.addService("ETH", "eth0", "Ethernet");
         net.setLink("eth0", true);
-        net.setEntity("State:/Network/Service/ETH/IPv4",
-                      Value::dict({{"Addresses", Value::array({"192.168.1.20"})},
-                                   {"SubnetMasks", Value::array({"255.255.255.0"})},
-                                   {"Router", "192.168.1.1"}}));
-        net.setEntity("State:/Network/Service/ETH/IPv6",
-                      Value::dict({{"Addresses", Value::array({"2001:db8::20", "fe80::1"})},
-                                   {"Router", "::1"}}));
-        net.setEntity("State:/Network/Service/ETH/DNS",
-                      Value::dict({{"ServerAddresses",
-                                    Value::array({"192.168.1.1", "::1", "2001:db8::53"})}}));
-        net.setEntity("Setup:/Network/Service/ETH/IPv4", Value::dict({{"ConfigMethod", "DHCP"}}));
+        net.state("ETH/IPv4", Value::dict({{"Addresses", Value::array({"192.168.1.20"})},
+                                           {"SubnetMasks", Value::array({"255.255.255.0"})},
+                                           {"Router", "192.168.1.1"}}));
+        net.state("ETH/IPv6", Value::dict({{"Addresses", Value::array({"2001:db8::20", "fe80::1"})},
+                                           {"Router", "::1"}}));
+        net.state("ETH/DNS", Value::dict({{"ServerAddresses",
+                                           Value::array({"192.168.1.1", "::1", "2001:db8::53"})}}));
+        net.setup("ETH/IPv4", Value::dict({{"ConfigMethod", "DHCP"}}));
         net.addService("GHOST", "", "Ethernet");
         net.store.erase("Setup:/Network/Service/GHOST/Interface");
         net.addService("WIFI", "wlp2s0", kWiFiHardware);
@@ -87,14 +84,13 @@ protected:
         net.facts.vlanMap["eth0.7"] = "eth0";
         net.addService("STATIC", "eth1", "Ethernet");
         net.setLink("eth1", false);
-        net.setEntity("Setup:/Network/Service/STATIC/IPv4",
-                      Value::dict({{"ConfigMethod", "Manual"},
-                                   {"SubnetMasks", Value::array({"255.255.0.0"})},
-                                   {"Router", "10.1.0.1"}}));
-        net.setEntity("Setup:/Network/Service/STATIC/IPv6", Value::dict({{"Router", "::1"}}));
-        net.setEntity("Setup:/Network/Service/STATIC/DNS",
-                      Value::dict({{"ServerAddresses", Value::array({"10.1.0.53", "fd00::53"})}}));
-        net.setEntity("Setup:/Network/Service/STATIC", Value::dict({{"UserDefinedName", "Lab"}}));
+        net.setup("STATIC/IPv4", Value::dict({{"ConfigMethod", "Manual"},
+                                              {"SubnetMasks", Value::array({"255.255.0.0"})},
+                                              {"Router", "10.1.0.1"}}));
+        net.setup("STATIC/IPv6", Value::dict({{"Router", "::1"}}));
+        net.setup("STATIC/DNS",
+                  Value::dict({{"ServerAddresses", Value::array({"10.1.0.53", "fd00::53"})}}));
+        net.setup("STATIC", Value::dict({{"UserDefinedName", "Lab"}}));
         net.addService("VPN", "", "", "IPSec");
         net.addService("ETH", "eth0", "Ethernet"); // listed twice, counted once
         net.setPrimary("ETH", "eth0");
@@ -109,6 +105,7 @@ protected:
 };
 
 TEST_F(Services, RecordsFollowTheOrderWithSetupShownOverEmptyState) {
+    net.facts.linkSpeeds["eth0"] = 1000;
     net.start();
     ASSERT_EQ(net.serviceOrder(), (Strings{"ETH", "WIFI", "VLAN", "STATIC", "VPN"}));
     auto eth = net.item("ETH");
@@ -135,6 +132,11 @@ TEST_F(Services, RecordsFollowTheOrderWithSetupShownOverEmptyState) {
     EXPECT_EQ(net.nameForInterface("VLAN"), "VLAN - eth0.7");
     EXPECT_EQ(net.nameForInterface("GHOST"), "GHOST");
     EXPECT_FALSE(net.isInterfaceActive("GHOST"));
+
+    EXPECT_EQ(eth->linkSpeed, 1000);
+    net.facts = {};
+    net.updateInterfaces();
+    EXPECT_EQ(eth->linkSpeed, 0); // a fact that went away is not kept
 }
 
 TEST_F(Services, AVPNThatIsDownStaysWithoutInterfaceAndComesUpWithItsTunnel) {
@@ -152,8 +154,7 @@ TEST_F(Services, AVPNThatIsDownStaysWithoutInterfaceAndComesUpWithItsTunnel) {
     net.extended["VPN"] =
         Value::dict({{"IPSec", Value::dict({{"Status", 5}, {"ConnectTime", 4000}})},
                      {"IPv4", Value::dict({{"InterfaceName", "tun0"}})}});
-    net.setEntity("State:/Network/Service/VPN/IPv4",
-                  Value::dict({{"Addresses", Value::array({"10.8.0.2"})}}));
+    net.state("VPN/IPv4", Value::dict({{"Addresses", Value::array({"10.8.0.2"})}}));
     net.networkStateChanged({"State:/Network/Service/VPN/IPv4"});
     EXPECT_EQ(vpn, net.item("VPN")); // the same item, not a new one
     EXPECT_EQ(vpn->bsd, "tun0");
@@ -164,10 +165,10 @@ TEST_F(Services, AVPNThatIsDownStaysWithoutInterfaceAndComesUpWithItsTunnel) {
     EXPECT_EQ(net.networkStatus("VPN"), 2);
 }
 
-TEST_F(Services, PPPShowsItsInterfaceOnlyOnceConnected) {
+TEST_F(Services, PPPAndSixToFourShowTheirInterfaceOnlyOnceConnected) {
     net.addService("PPP", "", "Modem");
-    net.setEntity("Setup:/Network/Service/PPP/PPP", Value::dict());
-    net.setEntity("State:/Network/Service/PPP/PPP", Value::dict({{"InterfaceName", "ppp0"}}));
+    net.setup("PPP/PPP", Value::dict());
+    net.state("PPP/PPP", Value::dict({{"InterfaceName", "ppp0"}}));
     for (auto [status, bsd, connection] :
          {std::tuple{5, "", 3}, std::tuple{8, "ppp0", 100}, std::tuple{9, "", 4}}) {
         net.extended["PPP"] = Value::dict({{"PPP", Value::dict({{"Status", status}})},
@@ -177,16 +178,14 @@ TEST_F(Services, PPPShowsItsInterfaceOnlyOnceConnected) {
         EXPECT_EQ(net.item("PPP")->connectionstatus, connection) << status;
         EXPECT_EQ(net.item("PPP")->speed, 56000);
     }
-}
-
-TEST_F(Services, LinkWithoutActiveAndSixToFourWithoutTunnel) {
+    // A link without "Active" is down; 6to4 is up once its tunnel is.
     net.store.set("State:/Network/Interface/eth0/Link", Value::dict());
     net.addService("SIT", "sit0", "", "6to4");
     net.updateInterfaces();
     EXPECT_EQ(net.item("ETH")->connectionstatus, 0);
     EXPECT_EQ(net.item("SIT")->hardware, "6to4");
     EXPECT_EQ(net.item("SIT")->connectionstatus, 0);
-    net.setEntity("State:/Network/Service/SIT/IPv6", Value::dict({{"InterfaceName", "sit0"}}));
+    net.state("SIT/IPv6", Value::dict({{"InterfaceName", "sit0"}}));
     net.updateInterfaces();
     EXPECT_EQ(net.item("SIT")->connectionstatus, 100);
 }
@@ -218,7 +217,7 @@ TEST_F(Services, OverallStatusCountsOnlyUsableAddresses) {
     EXPECT_TRUE(listener.heard("status 1"));
 }
 
-TEST_F(Services, ChangesOfSleepProxiesAloneAreIgnored) {
+TEST_F(Services, SleepProxyChangesAndAMissingOrderChangeNothing) {
     net.start();
     const int reads = net.storeReads;
     net.networkStateChanged({"State:/Network/Interface/en0/SleepProxyServers"});
@@ -226,10 +225,6 @@ TEST_F(Services, ChangesOfSleepProxiesAloneAreIgnored) {
     net.networkStateChanged(
         {"State:/Network/Interface/en0/SleepProxyServers", "State:/Network/Global/IPv4"});
     EXPECT_GT(net.storeReads, reads);
-}
-
-TEST_F(Services, AMissingOrderLeavesTheItemsAndTellsNobody) {
-    net.start();
     listener.told.clear();
     net.store.erase("Setup:/Network/Global/IPv4");
     net.updateInterfaces();
@@ -254,12 +249,12 @@ TEST_F(Services, APrimaryChangeResetsHistoryAndTellsTheDelegate) {
     EXPECT_EQ(net.primaryInterfaceItem(), net.item("WIFI"));
 }
 
-TEST_F(Services, PrimaryAddressesChangeButAreNotEmptiedByAnUpdateWithout) {
+TEST_F(Services, PrimaryAddressesAndTheWifiNetworkChangeOnlyWithNewValues) {
+    net.wifi["wlp2s0"] = {"aa:bb:cc:00:00:01", "Home"};
     net.start();
     const Value before = net.primaryInterfaceSettings()["addresses"];
     EXPECT_EQ(before.size(), 3u);
-    net.setEntity("State:/Network/Service/ETH/IPv4",
-                  Value::dict({{"Addresses", Value::array({"192.168.1.99"})}}));
+    net.state("ETH/IPv4", Value::dict({{"Addresses", Value::array({"192.168.1.99"})}}));
     net.updateInterfaces();
     net.updatePrimarySettings();
     EXPECT_TRUE(listener.heard("ip4"));
@@ -272,11 +267,8 @@ TEST_F(Services, PrimaryAddressesChangeButAreNotEmptiedByAnUpdateWithout) {
     net.updatePrimarySettings();
     EXPECT_EQ(net.primaryInterfaceSettings()["addresses"].size(), 3u);
     EXPECT_TRUE(net.primaryInterfaceSettings()["ipv4"].empty());
-}
 
-TEST_F(Services, WifiNetworkChangesOnANewBSSIDOnly) {
-    net.wifi["wlp2s0"] = {"aa:bb:cc:00:00:01", "Home"};
-    net.start();
+    // The Wi-Fi network changes on a new BSSID only.
     EXPECT_EQ(net.wifiMap().at("wlp2s0")["name"].stringValue(), "Home");
     EXPECT_FALSE(listener.heard("wifi"));
     net.wifi["wlp2s0"] = {"aa:bb:cc:00:00:01", "Home renamed"};
@@ -289,22 +281,6 @@ TEST_F(Services, WifiNetworkChangesOnANewBSSIDOnly) {
     net.wifi["wlp2s0"] = {"", ""}; // disassociated
     net.updatePrimarySettings();
     EXPECT_TRUE(net.wifiMap().at("wlp2s0").empty());
-}
-
-TEST_F(Services, FactsOfTheInterfacesReachTheItems) {
-    net.facts.macs["eth0"] = "52:54:00:AB:CD:EF";
-    net.facts.linkSpeeds["eth0"] = 1000;
-    net.facts.mediaOptions["eth0"] = Value::dict({{"duplex", "full"}});
-    net.updateInterfaces();
-    auto eth = net.item("ETH");
-    EXPECT_EQ(eth->mac, "52:54:00:AB:CD:EF");
-    EXPECT_EQ(eth->linkSpeed, 1000);
-    EXPECT_EQ(eth->activeMediaOptions["duplex"].stringValue(), "full");
-    net.facts = {};
-    net.updateInterfaces();
-    EXPECT_EQ(eth->mac, "");
-    EXPECT_EQ(eth->linkSpeed, 0);
-    EXPECT_TRUE(eth->activeMediaOptions.isNull());
 }
 
 } // namespace

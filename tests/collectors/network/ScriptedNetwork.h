@@ -34,6 +34,12 @@ public:
         store.set("Setup:/Network/Service/" + id + "/Interface", interface);
     }
     void setEntity(const std::string& key, Value value) { store.set(key, std::move(value)); }
+    void state(const std::string& key, Value value) {
+        store.set("State:/Network/Service/" + key, std::move(value));
+    }
+    void setup(const std::string& key, Value value) {
+        store.set("Setup:/Network/Service/" + key, std::move(value));
+    }
     void setLink(const std::string& bsd, bool active) {
         store.set("State:/Network/Interface/" + bsd + "/Link", Value::dict({{"Active", active}}));
     }

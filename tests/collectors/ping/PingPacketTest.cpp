@@ -19,33 +19,26 @@ Bytes replyTo(Bytes request) {
     return request;
 }
 
-TEST(PingPacket, EchoRequestLayout) {
+TEST(PingPacket, EchoRequestLayoutAndChecksum) {
     const Bytes packet = pingPacketWithType(kEchoRequest, 0x1234, 0x0102, true);
     ASSERT_EQ(packet.size(), 64u);
-    EXPECT_EQ(packet[0], 8);
-    EXPECT_EQ(packet[1], 0);
-    EXPECT_EQ(packet[4], 0x12);
-    EXPECT_EQ(packet[5], 0x34);
-    EXPECT_EQ(packet[6], 0x01);
-    EXPECT_EQ(packet[7], 0x02);
-    // 0x0102 = 258: 99 - 58 = 41 bottles, right-aligned in 28 columns.
-    const std::string payload(packet.begin() + 8, packet.end());
-    EXPECT_EQ(payload.substr(0, 28), std::string(26, ' ') + "41");
-    EXPECT_EQ(payload.substr(28, 27), " bottles of beer on the wal");
-    EXPECT_EQ(payload.back(), '\0');
-    // A checksum over an intact message sums to zero.
-    EXPECT_EQ(internetChecksum(packet), 0);
+    EXPECT_EQ((Bytes{packet[0], packet[1], packet[4], packet[5], packet[6], packet[7]}),
+              (Bytes{8, 0, 0x12, 0x34, 0x01, 0x02}));
+    EXPECT_EQ(internetChecksum(packet), 0) << "an intact message sums to zero";
     const Bytes six = pingPacketWithType(kEchoRequest6, 0x1234, 1, false);
     EXPECT_EQ(six[0], 128);
     EXPECT_EQ(six[2] | six[3], 0) << "the kernel fills the ICMPv6 checksum";
-}
-
-TEST(PingPacket, ChecksumOfKnownBytes) {
     // RFC 1071's example: the one's complement sum of these words is 0xddf2.
-    const Bytes words{0x00, 0x01, 0xf2, 0x03, 0xf4, 0xf5, 0xf6, 0xf7};
-    EXPECT_EQ(internetChecksum(words), static_cast<std::uint16_t>(~0xddf2));
+    EXPECT_EQ(internetChecksum(Bytes{0x00, 0x01, 0xf2, 0x03, 0xf4, 0xf5, 0xf6, 0xf7}),
+              static_cast<std::uint16_t>(~0xddf2));
     EXPECT_EQ(internetChecksum(Bytes{0xab}), static_cast<std::uint16_t>(~0xab00))
         << "an odd byte is the high half of a word";
+}
+
+Bytes echo6(std::uint8_t type) {
+    Bytes b = pingPacketWithType(kEchoRequest6, 0xbeef, 7, false);
+    b[0] = type;
+    return b;
 }
 
 struct ValidationCase {
@@ -54,6 +47,7 @@ struct ValidationCase {
     std::uint16_t identifier;
     std::int64_t sequence;
     bool valid;
+    bool six = false;
 };
 
 TEST(PingPacket, ValidatesRepliesOfThisPingOnly) {
@@ -70,21 +64,17 @@ TEST(PingPacket, ValidatesRepliesOfThisPingOnly) {
         {"header only", [](Bytes& b) { b = replyTo(Bytes(b.begin(), b.begin() + 8)); }, 0xbeef, 7,
          true},
         {"shorter than a header", [](Bytes& b) { b.resize(7); }, 0xbeef, 7, false},
+        {"IPv6 reply, no checksum", [](Bytes& b) { b = echo6(kEchoReply6); }, 0xbeef, 7, true,
+         true},
+        {"IPv6 request", [](Bytes& b) { b = echo6(kEchoRequest6); }, 0xbeef, 7, false, true},
+        {"IPv6 old sequence", [](Bytes& b) { b = echo6(kEchoReply6); }, 0xbeef, 8, false, true},
     };
     for (const auto& c : cases) {
         Bytes reply = good;
         c.change(reply);
-        EXPECT_EQ(validatePingResponsePacket(reply, c.identifier, c.sequence, false), c.valid)
+        EXPECT_EQ(validatePingResponsePacket(reply, c.identifier, c.sequence, c.six), c.valid)
             << c.name;
     }
-}
-
-TEST(PingPacket, ValidatesIPv6RepliesWithoutChecksum) {
-    Bytes reply = pingPacketWithType(kEchoRequest6, 0x0a0b, 0, false);
-    EXPECT_FALSE(validatePingResponsePacket(reply, 0x0a0b, 0, true)) << "a request";
-    reply[0] = kEchoReply6;
-    EXPECT_TRUE(validatePingResponsePacket(reply, 0x0a0b, 0, true));
-    EXPECT_FALSE(validatePingResponsePacket(reply, 0x0a0b, 1, true));
 }
 
 TEST(PingPacket, FindsTheIcmpHeaderInRawDatagrams) {
@@ -94,27 +84,21 @@ TEST(PingPacket, FindsTheIcmpHeaderInRawDatagrams) {
         std::optional<std::size_t> offset;
         int ttl;
     };
-    Bytes plain(28, 0);
-    plain[0] = 0x45; // version 4, 5 words
-    plain[8] = 57;
-    plain[9] = 1;
-    Bytes options = plain;
-    options[0] = 0x46;
-    options.resize(32);
-    Bytes udp = plain;
-    udp[9] = 17;
-    Bytes six = plain;
-    six[0] = 0x65;
-    Bytes tiny = plain;
-    tiny[0] = 0x44;
+    const auto ip = [](std::uint8_t versionAndLength, std::uint8_t protocol, std::size_t size) {
+        Bytes datagram(size, 0);
+        datagram[0] = versionAndLength;
+        datagram[8] = 57; // the TTL
+        datagram[9] = protocol;
+        return datagram;
+    };
     const Case cases[] = {
-        {"20-byte header", plain, 20, 57},
-        {"with options", options, 24, 57},
-        {"options but no room for ICMP", Bytes(options.begin(), options.begin() + 28), {}, -1},
-        {"not ICMP", udp, {}, -1},
-        {"not version 4", six, {}, -1},
-        {"header length below 20", tiny, {}, -1},
-        {"too short", Bytes(plain.begin(), plain.begin() + 27), {}, -1},
+        {"20-byte header", ip(0x45, 1, 28), 20, 57},
+        {"with options", ip(0x46, 1, 32), 24, 57},
+        {"options but no room for ICMP", ip(0x46, 1, 28), {}, -1},
+        {"not ICMP", ip(0x45, 17, 28), {}, -1},
+        {"not version 4", ip(0x65, 1, 28), {}, -1},
+        {"header length below 20", ip(0x44, 1, 28), {}, -1},
+        {"too short", ip(0x45, 1, 27), {}, -1},
     };
     for (const auto& c : cases) {
         int ttl = -1;
@@ -126,8 +110,6 @@ TEST(PingPacket, FindsTheIcmpHeaderInRawDatagrams) {
 TEST(PingPacket, LookupStringsAndAddressFields) {
     const std::pair<const char*, const char*> lookups[] = {
         {"192.0.2.7", "7.2.0.192.in-addr.arpa"},
-        {"10.0.0.1", "1.0.0.10.in-addr.arpa"},
-        {"example", "example.in-addr.arpa"},
         {"", ".in-addr.arpa"},
     };
     for (const auto& [address, name] : lookups)

@@ -22,9 +22,10 @@ protected:
             [this](const Value& data) { changes.push_back(data["address"].stringValue()); });
     }
     // Serves until the fetch in flight has ended.
-    void settle() {
+    void settle() { settle(*fetcher); }
+    static void settle(const PublicAddressFetcher& fetching) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (fetcher->fetching() && std::chrono::steady_clock::now() < end)
+        while (fetching.fetching() && std::chrono::steady_clock::now() < end)
             g_main_context_iteration(nullptr, TRUE);
     }
 
@@ -89,9 +90,7 @@ TEST_F(PublicAddress, TrustsOnlyTheGivenDatabase) {
     LogCapture log;
     PublicAddressFetcher untrusting(clock, {server.url("/ip"), nullptr}, [](const Value&) {});
     untrusting.networkChanged(true);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (untrusting.fetching() && std::chrono::steady_clock::now() < end)
-        g_main_context_iteration(nullptr, TRUE);
+    settle(untrusting);
     EXPECT_TRUE(untrusting.publicIPData()["address"].isNull());
     EXPECT_TRUE(log.contains("the request failed")) << log.lines();
 }
