@@ -29,13 +29,13 @@ constexpr const char* kDropdownGroup = "Dropdown";
 WindowPage::WindowPage(const std::string& xibName, SectionController& owner,
                        WindowServices& services)
     : SectionPage(xibName)
-    , spec_(pageDescriptionFor(xibName))
+    , description_(pageDescriptionFor(xibName))
     , owner_(owner)
     , services_(services)
     , controls_(std::make_unique<PageControls>(
-          spec_, BoundControlServices{&services.distributed, nullptr, nullptr, {}}))
+          description_, BoundControlServices{&services.distributed, nullptr, nullptr, {}}))
     , root_(std::make_unique<Gtk::ScrolledWindow>()) {
-    root_->set_child(spec_.placeholder ? placeholder() : controlsPage());
+    root_->set_child(description_.placeholder ? placeholder() : controlsPage());
     root_->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
     root_->set_hexpand(true);
     root_->set_vexpand(true);
@@ -57,16 +57,16 @@ Gtk::Widget& WindowPage::controlsPage() {
     box->set_size_request(kPageWidth, -1);
     box->set_halign(Gtk::Align::CENTER);
     addHeader(*box, services_.translate(owner_.sectionName()));
-    if (!spec_.item.empty())
+    if (!description_.item.empty())
         addPreview(*box);
-    if (spec_.layoutEditor)
+    if (description_.layoutEditor)
         addLayoutEditor(*box);
     addGroups(*box);
     if (name() == "Battery")
         addBatteryList(*box);
     if (name() == "General")
         addGeneralCommands(*box);
-    if (spec_.dropdownEditors)
+    if (description_.dropdownEditors)
         addDropdownButtons(*box);
     return *box;
 }
@@ -75,7 +75,7 @@ Gtk::Widget& WindowPage::placeholder() {
     return adw::statusPage(
         themedIconForSourceItem(owner_.sourceItem().icon),
         services_.translate(owner_.sectionName()),
-        services_.translate(spec_.summary) + "\n\n" +
+        services_.translate(description_.summary) + "\n\n" +
             services_.translate("The settings of this section come in a later version. Its panel "
                                 "item can be switched on and off in the list on the left."));
 }
@@ -85,9 +85,9 @@ void WindowPage::addHeader(Gtk::Box& box, const std::string& title) {
     heading->add_css_class("title-1");
     heading->set_halign(Gtk::Align::START);
     box.append(*heading);
-    if (spec_.summary.empty())
+    if (description_.summary.empty())
         return;
-    auto* summary = Gtk::make_managed<Gtk::Label>(services_.translate(spec_.summary));
+    auto* summary = Gtk::make_managed<Gtk::Label>(services_.translate(description_.summary));
     summary->set_wrap(true);
     summary->set_xalign(0);
     summary->set_max_width_chars(60);
@@ -97,7 +97,7 @@ void WindowPage::addHeader(Gtk::Box& box, const std::string& title) {
 void WindowPage::addPreview(Gtk::Box& box) {
     auto& group = adw::group(services_.translate("Preview"),
                              services_.translate("On a light and on a dark panel, live."));
-    auto* preview = Gtk::make_managed<PreviewArea>(spec_.item, services_.preferences,
+    auto* preview = Gtk::make_managed<PreviewArea>(description_.item, services_.preferences,
                                                    services_.artwork, services_.engine);
     preview->set_halign(Gtk::Align::START);
     setAccessibleLabel(*preview, services_.translate("Preview of the panel item"));
@@ -111,7 +111,7 @@ void WindowPage::addLayoutEditor(Gtk::Box& box) {
                              services_.translate("Drag elements between the rows to choose "
                                                  "what the panel item shows."));
     layout_.reset(new LayoutParts{
-        LayoutEditorModel(spec_.item, services_.preferences, services_.distributed)});
+        LayoutEditorModel(description_.item, services_.preferences, services_.distributed)});
     auto* editor = Gtk::make_managed<LayoutEditor>(layout_->model);
     adw::addToGroup(group, *editor);
     box.append(group);
@@ -124,7 +124,7 @@ void WindowPage::addGroups(Gtk::Box& box) {
             DrawingContext::forHost(services.preferences, services.artwork).withDark(false));
     };
     std::size_t next = 0;
-    for (const auto& groupDescription : spec_.groups) {
+    for (const auto& groupDescription : description_.groups) {
         auto& group = adw::group(services_.translate(groupDescription.title));
         if (groupDescription.title == kDropdownGroup)
             dropdownGroup_ = &group;

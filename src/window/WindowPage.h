@@ -43,7 +43,7 @@ private:
     void addBatteryList(Gtk::Box& box);
     void addGeneralCommands(Gtk::Box& box);
 
-    PageDescription spec_;
+    PageDescription description_;
     SectionController& owner_;
     WindowServices& services_;
     std::unique_ptr<PageControls> controls_;

@@ -130,14 +130,13 @@ TEST_F(BatteryView, EachElementAnswersItsWidth) {
         SCOPED_TRACE(e.code);
         EXPECT_EQ(draw(modes({e.code})), e.width - 4);
     }
+    // An item that draws nothing still takes eight points.
+    for (const Value& nothing : {Value::array(), Value("2,1"), modes({42})})
+        EXPECT_EQ(draw(nothing), 8);
     EXPECT_EQ(draw(modes({100, 2, 1})), label + 30 + large("3:05", "battery-time") - 4);
-}
-
-TEST_F(BatteryView, AnItemThatDrawsNothingStillTakesEightPoints) {
-    read({onBattery("laptop", 60, 185)});
-    EXPECT_EQ(draw(Value::array()), 8);
-    EXPECT_EQ(draw(Value("2,1")), 8);
-    EXPECT_EQ(draw(modes({42})), 8);
+    // The label stands once for all sources.
+    read({onBattery("laptop", 60, 185), onBattery("ups", 90, 40, 1)});
+    EXPECT_EQ(draw(modes({100, 3, 100})), label + 22 + 22 - 4);
 }
 
 TEST_F(BatteryView, TimeShowsOnlyWhereThereIsAnEstimate) {
@@ -274,12 +273,6 @@ TEST_F(BatteryView, SpacersStandBeforeBetweenOrAfterAsTheirPlaceSays) {
     EXPECT_EQ(draw(Value::array({spacer(3), mode(3)})), 3 + 22 + 2 + 20 + 4 - 4);
 }
 
-TEST_F(BatteryView, TheLabelStandsOnceForAllSources) {
-    read({onBattery("laptop", 60, 185), onBattery("ups", 90, 40, 1)});
-    const int label = view.drawLabel("menubar-label-bat", "Battery_Label", 0);
-    EXPECT_EQ(draw(modes({100, 3, 100})), label + 22 + 22 - 4);
-}
-
 TEST_F(BatteryView, EarbudsShowEachSideOrTheWeakerOne) {
     read({onBattery("buds", 0, 0, 2)});
     auto buds = item("buds");
@@ -381,27 +374,17 @@ TEST_F(BatteryView, AMachineWithoutBatteriesShowsAnEmptyOne) {
 }
 
 TEST_F(BatteryView, LooksAsRecorded) {
+    const auto looks = [&](const Value& list, const char* key, const std::string& name) {
+        for (bool dark : {false, true})
+            EXPECT_TRUE(matchesGolden(render(list, key, dark), name + (dark ? "-dark" : "-light")));
+    };
     read({onBattery("laptop", 60, 185)});
-    const Value discharging = modes({100, 0, 4, 1});
-    EXPECT_TRUE(matchesGolden(render(discharging, "Battery_MenubarMode", false),
-                              "battery-discharging-light"));
-    EXPECT_TRUE(matchesGolden(render(discharging, "Battery_MenubarMode", true),
-                              "battery-discharging-dark"));
-
+    looks(modes({100, 0, 4, 1}), "Battery_MenubarMode", "battery-discharging");
     read({charging("charger", 35, 95)});
-    const Value charge = modes({3, 5, 6, 7});
-    EXPECT_TRUE(
-        matchesGolden(render(charge, "Battery_MenubarMode", false), "battery-charging-light"));
-    EXPECT_TRUE(
-        matchesGolden(render(charge, "Battery_MenubarMode", true), "battery-charging-dark"));
-
+    looks(modes({3, 5, 6, 7}), "Battery_MenubarMode", "battery-charging");
     read({onBattery("keyboard", 8, 0, 2)});
     item("keyboard")->subtype = 4;
-    const Value device = modes({8, 5, 0});
-    EXPECT_TRUE(matchesGolden(render(device, "Battery_MenubarModeBluetooth", false),
-                              "battery-wireless-light"));
-    EXPECT_TRUE(matchesGolden(render(device, "Battery_MenubarModeBluetooth", true),
-                              "battery-wireless-dark"));
+    looks(modes({8, 5, 0}), "Battery_MenubarModeBluetooth", "battery-wireless");
 }
 
 } // namespace

@@ -102,8 +102,9 @@ protected:
         load.cleanup();
         PreferencesFixture::TearDown();
     }
-    int widthOf(std::initializer_list<int> codes) {
-        CVBSetObjectForKey(modes(codes), "CPU_MenubarMode");
+    int widthOf(std::initializer_list<int> codes) { return widthOf(modes(codes)); }
+    int widthOf(const Value& list) {
+        CVBSetObjectForKey(list, "CPU_MenubarMode");
         CVBCPUMenuExtraView view(host(), cpu, &load);
         return ItemRenderer::render(view, host(), ItemRenderer::Background::Transparent)
             .size()
@@ -127,21 +128,10 @@ TEST_F(CPUView, WidthIsTheSumOfItsElementsLessTheLastGap) {
     // Physical cores: 4 bars.
     CVBSetBoolForKey(true, "CPU_CombineLogicalCores");
     EXPECT_EQ(widthOf({100, 6}), 24 + 29 - 4);
-    CVBSetObjectForKey(Value::array({Value::dict({{"key", 101}, {"width", 7}})}),
-                       "CPU_MenubarMode");
-    EXPECT_EQ(widthOf({}), 1); // an empty item still makes a picture of one point
-    Value spacerFirst = modes({1});
-    spacerFirst.mutableArray().insert(spacerFirst.mutableArray().begin(),
-                                      Value::dict({{"key", 101}, {"width", 7}}));
-    CVBSetObjectForKey(spacerFirst, "CPU_MenubarMode");
-    CVBCPUMenuExtraView view(host(), cpu, &load);
-    EXPECT_EQ(
-        ItemRenderer::render(view, host(), ItemRenderer::Background::Transparent).size().width,
-        7 + 13 - 4);
-}
-
-TEST_F(CPUView, GraphicsElementsDrawNothingWithoutAGraphicsItem) {
-    EXPECT_EQ(widthOf({5, 8, 9, 10, 11}), 1);
+    const Value spacer = Value::dict({{"key", 101}, {"width", 7}});
+    EXPECT_EQ(widthOf(Value::array()), 1);    // an empty item still makes a picture of one point
+    EXPECT_EQ(widthOf({5, 8, 9, 10, 11}), 1); // graphics elements need a graphics item
+    EXPECT_EQ(widthOf(Value::array({spacer, Value::dict({{"key", 1}})})), 7 + 13 - 4);
 }
 
 TEST_F(CPUView, PerCoreElementsFollowTheGroupingSettings) {

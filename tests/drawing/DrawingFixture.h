@@ -14,6 +14,17 @@ inline Value modes(std::initializer_list<int> codes) {
     return list;
 }
 
+// The styles of a percentage and of stacked small text, by their preference keys.
+inline const Value kPercentStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
+                                                {"color", "CPU_MenubarTextColor"},
+                                                {"shadow", "CPU_MenubarTextShadowColor"},
+                                                {"font-style", "CPU_MenubarFontStyle"},
+                                                {"alignment", 1}});
+inline const Value kSmallStyle = Value::dict({{"color", "Memory_UFUsedColor"},
+                                              {"shadow", "Memory_UFUsedShadowColor"},
+                                              {"font-style", "Memory_UFMenubarFontStyle"},
+                                              {"alignment", 0}});
+
 // Installed preferences and a host that draws with them, as the status program is one.
 class DrawingFixture : public PreferencesFixture {
 protected:

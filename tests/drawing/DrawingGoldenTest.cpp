@@ -8,6 +8,8 @@
 
 using namespace corvane;
 using corvane::test::DrawingFixture;
+using corvane::test::kPercentStyle;
+using corvane::test::kSmallStyle;
 using corvane::test::matchesGolden;
 
 namespace {
@@ -15,16 +17,6 @@ namespace {
 const Color kRed{0.988, 0.4, 0.396, 1};
 const Color kBlue{0.078, 0.501, 1.0, 1};
 const Color kPurple{0.568, 0.321, 0.882, 1};
-
-const Value kPercentStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
-                                         {"color", "CPU_MenubarTextColor"},
-                                         {"shadow", "CPU_MenubarTextShadowColor"},
-                                         {"font-style", "CPU_MenubarFontStyle"},
-                                         {"alignment", 1}});
-const Value kSmallStyle = Value::dict({{"color", "Memory_UFUsedColor"},
-                                       {"shadow", "Memory_UFUsedShadowColor"},
-                                       {"font-style", "Memory_UFMenubarFontStyle"},
-                                       {"alignment", 0}});
 
 struct Look {
     bool dark;

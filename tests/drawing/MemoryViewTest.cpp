@@ -57,7 +57,7 @@ protected:
     Surface surface{scratch};
 };
 
-TEST_F(MemoryView, LayersAreCumulativeSharesLargestFirst) {
+TEST_F(MemoryView, LayersAreCumulativeSharesLargestFirstOrThePressure) {
     const CVBMemoryMenuExtraView::Amounts a{16, 4, 1, 2, 2, 1, 25, 0, 0};
     CVBSetBoolForKey(true, "Memory_MenubarGraphBreakdowns");
     CVBSetBoolForKey(false, "Memory_IgnoreInactive");
@@ -69,10 +69,8 @@ TEST_F(MemoryView, LayersAreCumulativeSharesLargestFirst) {
     EXPECT_EQ(shares(view.components(a)), (std::vector<double>{4.0 / 16}));
     // Nothing known of the total: the graphs show nothing rather than infinities.
     EXPECT_EQ(shares(view.components({0, 0, 1, 2, 2, 1, 0, 0, 0})), (std::vector<double>{0.0}));
-}
 
-TEST_F(MemoryView, PressureShowsOnlyWhereTheSourceMeasuresIt) {
-    const CVBMemoryMenuExtraView::Amounts a{16, 4, 1, 2, 2, 1, 25, 0, 0};
+    // Pressure shows only where the source measures it.
     CVBSetIntegerForKey(0, "Memory_DisplayFormat");
     EXPECT_TRUE(view.pressureMode());
     EXPECT_EQ(shares(view.components(a)), (std::vector<double>{0.25}));

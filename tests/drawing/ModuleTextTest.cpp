@@ -8,14 +8,10 @@
 
 using namespace corvane;
 using corvane::test::DrawingFixture;
+using corvane::test::kPercentStyle;
+using corvane::test::kSmallStyle;
 
 namespace {
-
-const Value kCpuStyle = Value::dict({{"font", "CPU_MenubarTextSize"},
-                                     {"color", "CPU_MenubarTextColor"},
-                                     {"shadow", "CPU_MenubarTextShadowColor"},
-                                     {"font-style", "CPU_MenubarFontStyle"},
-                                     {"alignment", 1}});
 
 class Text : public DrawingFixture {
 protected:
@@ -30,55 +26,41 @@ protected:
 };
 
 TEST_F(Text, StylesReadTheirFaceSizeAndColourFromThePreferences) {
-    TextAttributes a = text(kCpuStyle, false);
-    EXPECT_EQ(a.size, 13);
-    EXPECT_EQ(a.family, TextAttributes::kSystemFont);
-    EXPECT_EQ(a.color, (Color{0.22, 0.22, 0.22, 1.0}));
-    EXPECT_EQ(a.alignment, TextAlignment::Centre);
-    EXPECT_TRUE(a.tabularDigits);
-    EXPECT_FALSE(a.shadow); // the modern look has none
-
     CVBSetIntegerForKey(1, "CPU_MenubarFontStyle");
     CVBSetIntegerForKey(20, "CPU_MenubarTextSize"); // out of range: 13
-    a = text(kCpuStyle, false);
+    TextAttributes a = text(kPercentStyle, false);
     EXPECT_TRUE(a.condensed);
     EXPECT_EQ(a.family, TextAttributes::kCondensedFont);
     EXPECT_EQ(a.size, 13);
+    EXPECT_FALSE(a.shadow); // the modern look has none
     CVBSetIntegerForKey(2, "CPU_MenubarFontStyle");
-    EXPECT_EQ(text(kCpuStyle, false).weight, 600);
+    EXPECT_EQ(text(kPercentStyle, false).weight, 600);
 
-    setDark(true);
-    EXPECT_EQ(text(kCpuStyle, false).color, Color::white());
-    EXPECT_EQ(text(kCpuStyle, true).color, Color::white());
-}
-
-TEST_F(Text, TheOlderLookAddsAShadowOnALightPanel) {
-    const TextAttributes a = text(kCpuStyle, false, false);
+    // The older look adds a shadow on a light panel, unless its colour is clear.
+    a = text(kPercentStyle, false, false);
     ASSERT_TRUE(a.shadow);
     EXPECT_EQ(*a.shadow, (Color{1, 1, 1, 0.5}));
-    EXPECT_FALSE(text(kCpuStyle, true, false).shadow);
+    EXPECT_FALSE(text(kPercentStyle, true, false).shadow);
     CVBSetObjectForKey("1 1 1 0", "CPU_MenubarTextShadowColor");
-    EXPECT_FALSE(text(kCpuStyle, false, false).shadow);
-}
+    EXPECT_FALSE(text(kPercentStyle, false, false).shadow);
 
-TEST_F(Text, SmallTextIsNinePointsAndAlwaysAligned) {
+    // Small text keeps its stated alignment; condensed, it is spaced out.
     const Value style = Value::dict({{"color", "Memory_UFUsedColor"},
                                      {"font-style", "Memory_UFMenubarFontStyle"},
                                      {"alignment", 2}});
-    TextAttributes a = ModuleText::smallTextAttributes(host(), style, false);
-    EXPECT_EQ(a.size, 9);
-    EXPECT_EQ(a.alignment, TextAlignment::Right);
     CVBSetIntegerForKey(1, "Memory_UFMenubarFontStyle");
     a = ModuleText::smallTextAttributes(host(), style, false);
+    EXPECT_EQ(a.alignment, TextAlignment::Right);
     EXPECT_TRUE(a.condensed);
     EXPECT_EQ(a.letterSpacing, 0.5);
     EXPECT_EQ(ModuleText::percentageAttributes(host(), style, false).alignment,
               TextAlignment::Centre);
-}
 
-// Text in a rectangle answers the rectangle's width, rounded, and the gap.
-TEST_F(Text, TextInARectangleAnswersItsWidth) {
-    EXPECT_EQ(view.drawLargeText("42%", text(kCpuStyle, false), Rect{10, 0, 30.7, 22}), 34);
+    setDark(true);
+    EXPECT_EQ(text(kPercentStyle, false).color, Color::white());
+    EXPECT_EQ(text(kPercentStyle, true).color, Color::white());
+    // Text in a rectangle answers the rectangle's width, rounded, and the gap.
+    EXPECT_EQ(view.drawLargeText("42%", text(kPercentStyle, false), Rect{10, 0, 30.7, 22}), 34);
 }
 
 // The first and last rows with ink, counted from the top of the picture.
@@ -97,9 +79,6 @@ std::pair<int, int> inkRows(const Image& image) {
 // The condensed face has the regular face's vertical metrics, so at every size it stands
 // where regular text does, inside the strip.
 TEST_F(Text, CondensedTextStandsWhereRegularTextDoes) {
-    const Value small = Value::dict({{"color", "Memory_UFUsedColor"},
-                                     {"font-style", "Memory_UFMenubarFontStyle"},
-                                     {"alignment", 0}});
     const auto rows = [&](int face, int size) {
         CVBSetIntegerForKey(face, "CPU_MenubarFontStyle");
         CVBSetIntegerForKey(face, "Memory_UFMenubarFontStyle");
@@ -108,9 +87,9 @@ TEST_F(Text, CondensedTextStandsWhereRegularTextDoes) {
         Surface s(strip);
         view.setSurface(&s);
         if (size > 0) {
-            view.drawLargeText("Hg42%", text(kCpuStyle, false), 0);
+            view.drawLargeText("Hg42%", text(kPercentStyle, false), 0);
         } else {
-            const TextAttributes a = ModuleText::smallTextAttributes(host(), small, false);
+            const TextAttributes a = ModuleText::smallTextAttributes(host(), kSmallStyle, false);
             view.drawSmallText("Hg4.2", a, Point{0, 10});
             view.drawSmallText("Hg1.0", a, Point{0, 1});
         }
@@ -126,10 +105,6 @@ TEST_F(Text, CondensedTextStandsWhereRegularTextDoes) {
         EXPECT_NEAR(condensed.second, regular.second, 1);
     }
 }
-
-} // namespace
-
-namespace {
 
 class Labels : public Text {
 protected:

@@ -33,14 +33,12 @@ protected:
     void TearDown() override { tzset(); }
 };
 
-TEST_F(LocalTime, LinesCarryTheLocalTimeToTheMillisecond) {
+TEST_F(LocalTime, LinesCarryTheLocalTimeToTheMillisecondAndDebugLinesTheWeekYear) {
     // 2026-11-22 08:15:30.042 UTC is 09:15 in Berlin.
     EXPECT_EQ(FileLogger::formatLine(1795335330.042, "INSTALL - started"),
               "2026/11/22 09:15:30:042  INSTALL - started");
     EXPECT_EQ(FileLogger::formatLine(1795335330.9999, "x"), "2026/11/22 09:15:30:999  x");
-}
-
-TEST_F(LocalTime, DebugLinesUseTheWeekBasedYear) {
+    // Debug lines use the week-based year.
     EXPECT_EQ(dlogLine(1795335330.5, "hello"), "2026-11-22 09:15:30.500: hello");
     // Monday 2024-12-30 belongs to the first week of 2025.
     EXPECT_EQ(dlogLine(1735552800.0, "x"), "2025-12-30 11:00:00.000: x");

@@ -81,45 +81,42 @@ TEST(ManualMainQueue, AcceptsTasksFromOtherThreads) {
     EXPECT_EQ(count, 400);
 }
 
-TEST(GLibMainQueue, RunsTasksInOrderOnTheLoop) {
+class GLibQueue : public ::testing::Test {
+protected:
+    ~GLibQueue() override { g_main_context_unref(context); }
     GMainContext* context = g_main_context_new();
+};
+
+TEST_F(GLibQueue, RunsTasksInOrderOnTheLoop) {
     std::vector<int> order;
-    {
-        GLibMainQueue queue(context);
-        queue.after(0.05, [&] {
-            order.push_back(3);
-            queue.quit();
-        });
-        queue.async([&] { order.push_back(1); });
-        queue.async([&] { order.push_back(2); });
-        EXPECT_TRUE(order.empty());
-        queue.run();
-    }
-    g_main_context_unref(context);
+    GLibMainQueue queue(context);
+    queue.after(0.05, [&] {
+        order.push_back(3);
+        queue.quit();
+    });
+    queue.async([&] { order.push_back(1); });
+    queue.async([&] { order.push_back(2); });
+    EXPECT_TRUE(order.empty());
+    queue.run();
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
 // A beat aimed at a whole second that fires a moment early is stamped with the second before.
-TEST(GLibMainQueue, ATimerNeverRunsBeforeItsDelay) {
-    GMainContext* context = g_main_context_new();
-    {
-        GLibMainQueue queue(context);
-        for (double delay : {0.0004, 0.0009, 0.0019, 0.0207}) {
-            const gint64 start = g_get_monotonic_time();
-            gint64 ranAt = 0;
-            queue.after(delay, [&] {
-                ranAt = g_get_monotonic_time();
-                queue.quit();
-            });
-            queue.run();
-            EXPECT_GE(static_cast<double>(ranAt - start) / 1e6, delay) << delay;
-        }
+TEST_F(GLibQueue, ATimerNeverRunsBeforeItsDelay) {
+    GLibMainQueue queue(context);
+    for (double delay : {0.0004, 0.0009, 0.0019, 0.0207}) {
+        const gint64 start = g_get_monotonic_time();
+        gint64 ranAt = 0;
+        queue.after(delay, [&] {
+            ranAt = g_get_monotonic_time();
+            queue.quit();
+        });
+        queue.run();
+        EXPECT_GE(static_cast<double>(ranAt - start) / 1e6, delay) << delay;
     }
-    g_main_context_unref(context);
 }
 
-TEST(GLibMainQueue, CancelAndDestructionDropPendingTasks) {
-    GMainContext* context = g_main_context_new();
+TEST_F(GLibQueue, CancelAndDestructionDropPendingTasks) {
     bool cancelledRan = false;
     bool abandonedRan = false;
     {
@@ -132,13 +129,11 @@ TEST(GLibMainQueue, CancelAndDestructionDropPendingTasks) {
     }
     while (g_main_context_iteration(context, FALSE)) {
     }
-    g_main_context_unref(context);
     EXPECT_FALSE(cancelledRan);
     EXPECT_FALSE(abandonedRan);
 }
 
-TEST(GLibMainQueue, WorkOffTheMainThreadHandsItsResultBack) {
-    GMainContext* context = g_main_context_new();
+TEST_F(GLibQueue, WorkOffTheMainThreadHandsItsResultBack) {
     GLibMainQueue queue(context);
     std::thread::id ranOn;
     std::thread worker([&] {

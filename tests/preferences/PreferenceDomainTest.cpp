@@ -41,7 +41,7 @@ TEST_F(Domain, ChangesArePendingUntilSynchronizedAndThenOnDisk) {
 }
 
 // Each sees the other's change without any call, and neither loses the other's key.
-TEST_F(Domain, WritersOfDifferentKeysKeepEachOthersKeys) {
+TEST_F(Domain, WritersOfDifferentKeysKeepEachOthersKeysUntilOneRemovesAll) {
     PreferenceDomain first("test", file());
     PreferenceDomain second("test", file());
     first.copyValue("x"); // both have read the empty file
@@ -52,18 +52,13 @@ TEST_F(Domain, WritersOfDifferentKeysKeepEachOthersKeys) {
     second.synchronize();
     EXPECT_EQ(first.copyValue("two"), Value(2));
     EXPECT_EQ(readPropertyListFile(file()), Value::dict({{"one", 1}, {"two", 2}}));
-}
 
-TEST_F(Domain, RemoveAllClearsWhatOthersWroteToo) {
-    PreferenceDomain a("test", file());
-    PreferenceDomain b("test", file());
-    b.setValue("theirs", 1);
-    b.synchronize();
-    a.removeAll();
-    a.setValue("kept", true);
-    a.synchronize();
-    EXPECT_EQ(a.copyAll(), Value::dict({{"kept", true}}));
-    EXPECT_EQ(b.copyKeyList(), std::vector<std::string>{"kept"});
+    // Removing all clears what the other wrote too.
+    first.removeAll();
+    first.setValue("kept", true);
+    first.synchronize();
+    EXPECT_EQ(first.copyAll(), Value::dict({{"kept", true}}));
+    EXPECT_EQ(second.copyKeyList(), std::vector<std::string>{"kept"});
 }
 
 std::vector<std::filesystem::path> asideFiles(const std::filesystem::path& dir) {
@@ -179,7 +174,7 @@ TEST_F(Domain, ReadingAMissingDomainLeavesNoFilesBehind) {
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
-TEST_F(Domain, AFailedWriteKeepsTheChangePending) {
+TEST_F(Domain, AFailedWriteKeepsTheChangePendingButAFailedUpdateDoesNot) {
     // A plain file where the folder should be stops every write, for root too.
     std::ofstream(dir.path() / "blocked") << "not a folder";
     const auto path = dir.path() / "blocked" / "d.plist";
@@ -189,6 +184,11 @@ TEST_F(Domain, AFailedWriteKeepsTheChangePending) {
     EXPECT_FALSE(domain.synchronize());
     EXPECT_EQ(domain.copyValue("k"), Value(1));
     EXPECT_TRUE(log.contains("could not be written")) << log.lines();
+
+    // An update that cannot be stored leaves nothing waiting in memory for a later write.
+    PreferenceDomain updater("test", path);
+    EXPECT_FALSE(updater.updateValue("n", [](const Value&) { return Value(1); }));
+    EXPECT_TRUE(updater.copyValue("n").isNull());
 
     std::filesystem::remove(dir.path() / "blocked");
     EXPECT_TRUE(domain.synchronize());
@@ -243,7 +243,7 @@ TEST_F(Domain, ThreeProcessesChangingOneListLoseNoUpdate) {
     EXPECT_EQ(items, (std::vector<std::string>{"battery", "time", "weather"}));
 }
 
-TEST_F(Domain, AnUpdateStartsFromTheFileAndChangesNothingWhenItCannotBeStored) {
+TEST_F(Domain, AnUpdateStartsFromTheFileAndRefusesTextNoReaderTakes) {
     PreferenceDomain mine("test", file());
     PreferenceDomain theirs("test", file());
     EXPECT_TRUE(mine.updateValue("n", [](const Value& current) {
@@ -261,12 +261,6 @@ TEST_F(Domain, AnUpdateStartsFromTheFileAndChangesNothingWhenItCannotBeStored) {
     EXPECT_TRUE(log.contains("not valid UTF-8")) << log.lines();
     EXPECT_TRUE(mine.updateValue("n", [](const Value&) { return Value(); }));
     EXPECT_EQ(readPropertyListFile(file()), Value::dict());
-
-    // Unwritable: false, and nothing waits in memory for a later write either.
-    std::ofstream(dir.path() / "blocked") << "not a folder";
-    PreferenceDomain blocked("test", dir.path() / "blocked" / "d.plist");
-    EXPECT_FALSE(blocked.updateValue("n", increment));
-    EXPECT_TRUE(blocked.copyValue("n").isNull());
 }
 
 using CrossProcess = corvane::test::PreferencesFixture;

@@ -32,11 +32,16 @@ const char* const kMachineKeys[] = {
     "Network_HiddenIBridge", "_mac_id",          "SensorsSliderSet", "Network_PrimaryInterface",
     "FilteringNetwork",      "FilteringSensors", "FilteringDisks",   "FanControl_DefaultSet"};
 
-TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
-    auto& preferences = install();
+// Every machine key holds "here"; sensor items are this machine's too.
+void storeMachineKeys(CVBPreferences& preferences) {
     for (const char* key : kMachineKeys)
         preferences.setObject(Value("here"), key);
     preferences.setObject(Value::array({"x"}), "Sensors_MenubarItems");
+}
+
+TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
+    auto& preferences = install();
+    storeMachineKeys(preferences);
     preferences.setObject(Value(3), "TimerFrequency");
     const auto file = dir.path() / "Corvane Bar Settings.cvbp";
     ASSERT_TRUE(SettingsFile(preferences, restarter).exportSettings(file));
@@ -50,10 +55,8 @@ TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
 TEST_F(SettingsFileTest, ImportWritesEveryEntryOverAllButTheEightMachineKeys) {
     auto& preferences = install();
     PreferenceMigration(preferences).migrateIfNeeded();
-    for (const char* key : kMachineKeys)
-        preferences.setObject(Value("here"), key);
+    storeMachineKeys(preferences);
     preferences.setObject(Value(9), "CPU_ProcessCount");
-    preferences.setObject(Value::array({"x"}), "Sensors_MenubarItems");
     (void)preferences.objectForKey("TimerFrequency"); // cached default
 
     const auto file = dir.path() / "in.cvbp";

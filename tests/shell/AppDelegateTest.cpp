@@ -6,7 +6,6 @@
 #include "preferences/SettingsFile.h"
 #include "shell/Corvane_BarAppDelegate.h"
 #include "shell/GeneralController.h"
-#include "shell/ProductSite.h"
 #include "shell/SectionManager.h"
 
 #include <algorithm>
@@ -92,11 +91,6 @@ struct RecordingCollectors final : Logged<StartupCollectors>, CityLookup {
     }
 };
 
-struct RecordingHelp final : HelpController {
-    SectionPage* view() override { return &page; }
-    SectionPage page{"Help"};
-};
-
 struct RecordingInstaller final : Logged<InstallerPeer> {
     using Logged::Logged;
     bool installed = true;
@@ -110,13 +104,8 @@ struct RecordingInstaller final : Logged<InstallerPeer> {
     SectionPage* view() override { return &page; }
 };
 
-struct RecordingUpdateChecker final : UpdateCheckerPeer {
-    UpdateCheckerSettings settings;
-    UpdateCheckerDelegate* delegate = nullptr;
-    void setUp(UpdateCheckerDelegate& d, const UpdateCheckerSettings& s) override {
-        delegate = &d;
-        settings = s;
-    }
+struct QuietUpdateChecker final : UpdateCheckerPeer {
+    void setUp(UpdateCheckerDelegate&, const UpdateCheckerSettings&) override {}
 };
 
 struct RecordingUploader final : Logged<StatUploaderPeer> {
@@ -224,10 +213,9 @@ protected:
     std::shared_ptr<test::CountingOverlay> overlay = std::make_shared<test::CountingOverlay>();
     std::shared_ptr<RecordingWindow> window = std::make_shared<RecordingWindow>(log);
     std::shared_ptr<RecordingCollectors> collectors = std::make_shared<RecordingCollectors>(log);
-    std::shared_ptr<RecordingHelp> help = std::make_shared<RecordingHelp>();
+    std::shared_ptr<HelpController> help = std::make_shared<HelpController>();
     std::shared_ptr<RecordingInstaller> installer = std::make_shared<RecordingInstaller>(log);
-    std::shared_ptr<RecordingUpdateChecker> updateChecker =
-        std::make_shared<RecordingUpdateChecker>();
+    std::shared_ptr<QuietUpdateChecker> updateChecker = std::make_shared<QuietUpdateChecker>();
     std::shared_ptr<RecordingUploader> uploader = std::make_shared<RecordingUploader>(log);
     std::shared_ptr<RecordingVersionPeer> daemon =
         std::make_shared<RecordingVersionPeer>(log, "daemon");
@@ -263,18 +251,13 @@ TEST_F(AppDelegate, WillFinishLaunchingMigratesSettingsBeforeTheSectionsReadThem
     EXPECT_EQ(collectors->citiesPath, Paths::dataDirectory() / "cities.db");
     EXPECT_EQ(prefs().domain().copyValue("Time_Cities"),
               Value::array({Value::dict({{"identifier", 3}, {"city", "Lund"}})}));
-    ASSERT_NE(SectionManager::sharedSectionManager().general(), nullptr);
-    EXPECT_EQ(SectionManager::sharedSectionManager().general()->helpView(), &help->page);
     CVBLog("written to the application's own log");
     EXPECT_TRUE(std::filesystem::exists(dir / "logs" / "App" / "App.log"));
 }
 
-TEST_F(AppDelegate, DidFinishLaunchingSetsUpUpdatesAndAsksEveryPeerForItsVersion) {
+TEST_F(AppDelegate, DidFinishLaunchingAsksEveryPeerForItsVersion) {
     prefs().setBool(true, "Diagnostics_Enabled");
     auto& d = launched();
-    EXPECT_EQ(updateChecker->delegate, static_cast<UpdateCheckerDelegate*>(&d));
-    EXPECT_EQ(updateChecker->settings.feed,
-              std::string(kProductSiteAddress) + "/corvanebar6/version-json.php");
     EXPECT_EQ(d.versionLabel(), "Version: 6.72 (1224)");
 
     log.clear();
@@ -439,22 +422,17 @@ TEST_F(AppDelegate, OnlySettingsFilesAreOpenedAndTheirImportRefreshesTheTicks) {
     EXPECT_FALSE(combine.state);
 }
 
-TEST_F(AppDelegate, ANewPanelColourIsFetchedAndToldToTheWindow) {
-    launched();
+// A new panel colour is fetched and told to the window; a chosen language restarts the program.
+TEST_F(AppDelegate, ColourAndLanguageChangesReachThePeers) {
+    auto& d = launched();
     int themeChanges = 0;
     auto observer = center.addObserver(kMenubarThemeChangedNotification,
                                        [&](const Notification&) { ++themeChanges; });
     log.clear();
     bus.postNotificationName(kDetectedMenubarColorChangedNotification);
-    EXPECT_EQ(log, Events{"fetchColor"});
     EXPECT_EQ(themeChanges, 1);
-}
-
-TEST_F(AppDelegate, AChosenLanguageEndsTheApplicationAfterStartingItAgain) {
-    auto& d = launched();
-    log.clear();
     d.menus().languageMenu().findItem("German")->perform();
-    EXPECT_EQ(log, (Events{"launch", "quit"}));
+    EXPECT_EQ(log, (Events{"fetchColor", "launch", "quit"}));
 }
 
 } // namespace

@@ -171,7 +171,6 @@ TEST_F(BoundControlsTest, ColorWellClosedDuringTheDelayStillTellsThePeers) {
 
 TEST_F(BoundControlsTest, ColorWellInDarkModeEditsTheDarkKeyOnlyOnADarkPanel) {
     CVBColorWell well("Memory_UFUsedColor", "", services());
-    EXPECT_EQ(well.prefKey(), "Memory_UFUsedColor");
     dark = true;
     EXPECT_EQ(well.prefKey(), "Memory_UFUsedColor") << "dark mode is off";
     well.setDarkMode(true);

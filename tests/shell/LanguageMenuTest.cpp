@@ -53,16 +53,19 @@ protected:
     std::unique_ptr<LanguageMenu> language;
 };
 
-TEST_F(Languages, SystemDefaultComesFirstThenEveryLanguageInOrderWithItsKey) {
+TEST_F(Languages, SystemDefaultComesFirstAndNamesFollowTheChosenLanguage) {
     ASSERT_EQ(menu.numberOfItems(), 2 + LanguageMenu::languages().size());
     EXPECT_EQ(menu.itemAtIndex(0).title, "System Default");
     EXPECT_EQ(menu.itemAtIndex(0).representedObject, Value(""));
     EXPECT_TRUE(menu.itemAtIndex(1).isSeparator());
-    EXPECT_EQ(LanguageMenu::languages().size(), 37u);
-    EXPECT_EQ(menu.itemAtIndex(2).representedObject, Value("ar"));
-    EXPECT_EQ(menu.itemAtIndex(38).representedObject, Value("vi"));
     EXPECT_EQ(item("Spanish (Latin America)").representedObject, Value("es-419"));
     EXPECT_EQ(ticked(), std::vector<std::string>{""}) << "nothing stored: the system's";
+
+    // Names are translated into the chosen language.
+    CVBSetObjectForKey(Value("de"), "language");
+    language->build(menu);
+    EXPECT_EQ(item("German").title, "Deutsch");
+    EXPECT_EQ(ticked(), std::vector<std::string>{"de"});
 }
 
 TEST_F(Languages, AChoiceIsStoredTickedAnnouncedAndTheProgramStartsAgain) {
@@ -109,13 +112,6 @@ TEST_F(Languages, WhenTheProgramCannotStartAgainOrTheChoiceIsNotStoredThisOneKee
     LanguageMenu unwritable(installUnwritable(), bus, restart, restart, "/opt/corvanebar");
     unwritable.selectLanguage("fr");
     EXPECT_TRUE(events.empty());
-}
-
-TEST_F(Languages, LanguageNamesAreTranslatedInTheChosenLanguage) {
-    CVBSetObjectForKey(Value("de"), "language");
-    language->build(menu);
-    EXPECT_EQ(item("German").title, "Deutsch");
-    EXPECT_EQ(ticked(), std::vector<std::string>{"de"});
 }
 
 std::string shellOutput(const std::string& command) {

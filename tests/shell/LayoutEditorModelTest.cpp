@@ -4,7 +4,6 @@
 #include "SectionFixture.h"
 #include "foundation/Log.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -49,11 +48,14 @@ protected:
     PostLog posts{distributed};
 };
 
+enum class Op { Add, AddAt, Remove, Move, Width };
+
 struct DragCase {
     const char* name;
     const char* section;
     Value stored; // null: the built-in default
-    std::function<Model::Result(Model&)> change;
+    Op op;
+    int a, b;
     Outcome outcome;
     const char* active;
     const char* available;
@@ -63,118 +65,58 @@ void PrintTo(const DragCase& c, std::ostream* out) {
     *out << c.name;
 }
 
+Model::Result apply(Model& m, const DragCase& c) {
+    switch (c.op) {
+    case Op::Add:
+        return m.add(c.a);
+    case Op::AddAt:
+        return m.add(c.a, c.b);
+    case Op::Remove:
+        return m.remove(c.a);
+    case Op::Move:
+        return m.move(c.a, c.b);
+    case Op::Width:
+        break;
+    }
+    return m.setSpacerWidth(c.a, c.b);
+}
+
 constexpr const char* kCPUAvailable = "0 1 2 3 4 5 9 10 11 13 101/4";
+constexpr const char* kCPUAll = "0 1 2 3 4 5 6 9 10 11 13 101/4";
+constexpr Outcome kDone = Outcome::Done, kRefused = Outcome::Refused;
 
 const DragCase kDragCases[] = {
-    {"MovesAnElementOutOfTheAvailableRow",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(0); },
-     Outcome::Done,
-     "100 6 0",
+    {"MovesAnElementOutOfTheAvailableRow", "cpu", Value(), Op::Add, 0, 0, kDone, "100 6 0",
      "1 2 3 4 5 9 10 11 13 101/4"},
-    {"PlacesAtAPosition",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(0, 0); },
-     Outcome::Done,
-     "0 100 6",
+    {"PlacesAtAPosition", "cpu", Value(), Op::AddAt, 0, 0, kDone, "0 100 6",
      "1 2 3 4 5 9 10 11 13 101/4"},
-    {"LeavesACopyOfAnElementAllowedTwice",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(10, 1); },
-     Outcome::Done,
-     "100 10 6",
+    {"LeavesACopyOfAnElementAllowedTwice", "cpu", Value(), Op::AddAt, 10, 1, kDone, "100 10 6",
      kCPUAvailable},
-    {"LeavesACopyOfTheSpacer",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(101); },
-     Outcome::Done,
-     "100 6 101/4",
+    {"LeavesACopyOfTheSpacer", "cpu", Value(), Op::Add, 101, 0, kDone, "100 6 101/4",
      kCPUAvailable},
-    {"RefusesASecondOfAnElementThatStandsOnce",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(6); },
-     Outcome::Refused,
-     "100 6",
+    {"RefusesASecondOfAnElementThatStandsOnce", "cpu", Value(), Op::Add, 6, 0, kRefused, "100 6",
      kCPUAvailable},
-    {"RefusesAnUnknownCode",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(12); },
-     Outcome::Refused,
-     "100 6",
+    {"RefusesAnUnknownCode", "cpu", Value(), Op::Add, 12, 0, kRefused, "100 6", kCPUAvailable},
+    {"RefusesAPositionPastTheEnd", "cpu", Value(), Op::AddAt, 0, 3, kRefused, "100 6",
      kCPUAvailable},
-    {"RefusesAPositionPastTheEnd",
-     "cpu",
-     {},
-     [](Model& m) { return m.add(0, 3); },
-     Outcome::Refused,
-     "100 6",
-     kCPUAvailable},
-    {"ReturnsARemovedElementToItsDefaultIndex",
-     "cpu",
-     {},
-     [](Model& m) { return m.remove(1); },
-     Outcome::Done,
-     "100",
-     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
-    {"ReturnsTheLabelBeforeTheSpacer",
-     "cpu",
-     {},
-     [](Model& m) { return m.remove(0); },
-     Outcome::Done,
-     "6",
+    {"ReturnsARemovedElementToItsDefaultIndex", "cpu", Value(), Op::Remove, 1, 0, kDone, "100",
+     kCPUAll},
+    {"ReturnsTheLabelBeforeTheSpacer", "cpu", Value(), Op::Remove, 0, 0, kDone, "6",
      "0 1 2 3 4 5 9 10 11 13 100 101/4"},
-    {"DropsARemovedCopy", "cpu", modes({100, 9, 9}), [](Model& m) { return m.remove(1); },
-     Outcome::Done, "100 9", "0 1 2 3 4 5 6 9 10 11 13 101/4"},
-    {"MovesWithinTheRow", "cpu", modes({100, 6, 0}), [](Model& m) { return m.move(0, 2); },
-     Outcome::Done, "6 0 100", "1 2 3 4 5 9 10 11 13 101/4"},
-    {"RefusesAMoveOutOfTheRow",
-     "cpu",
-     {},
-     [](Model& m) { return m.move(2, 0); },
-     Outcome::Refused,
-     "100 6",
+    {"DropsARemovedCopy", "cpu", modes({100, 9, 9}), Op::Remove, 1, 0, kDone, "100 9", kCPUAll},
+    {"MovesWithinTheRow", "cpu", modes({100, 6, 0}), Op::Move, 0, 2, kDone, "6 0 100",
+     "1 2 3 4 5 9 10 11 13 101/4"},
+    {"RefusesAMoveOutOfTheRow", "cpu", Value(), Op::Move, 2, 0, kRefused, "100 6", kCPUAvailable},
+    {"SetsASpacersWidth", "cpu", modes({100, Value::dict({{"key", 101}, {"width", 4}})}), Op::Width,
+     1, 12, kDone, "100 101/12", kCPUAll},
+    {"RefusesAWidthOutsideTheSpacersRange", "cpu", modes({100, 101}), Op::Width, 1, 41, kRefused,
+     "100 101/0", kCPUAll},
+    {"RefusesAWidthForAnElementWithoutOne", "cpu", Value(), Op::Width, 0, 8, kRefused, "100 6",
      kCPUAvailable},
-    {"SetsASpacersWidth", "cpu", modes({100, Value::dict({{"key", 101}, {"width", 4}})}),
-     [](Model& m) { return m.setSpacerWidth(1, 12); }, Outcome::Done, "100 101/12",
-     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
-    {"RefusesAWidthOutsideTheSpacersRange", "cpu", modes({100, 101}),
-     [](Model& m) { return m.setSpacerWidth(1, 41); }, Outcome::Refused, "100 101/0",
-     "0 1 2 3 4 5 6 9 10 11 13 101/4"},
-    {"RefusesAWidthForAnElementWithoutOne",
-     "cpu",
-     {},
-     [](Model& m) { return m.setSpacerWidth(0, 8); },
-     Outcome::Refused,
-     "100 6",
-     kCPUAvailable},
-    {"MemoryElements",
-     "memory",
-     {},
-     [](Model& m) { return m.add(9, 0); },
-     Outcome::Done,
-     "9 100 1",
-     "0 2 3 6 7 8 101/4"},
+    {"MemoryElements", "memory", Value(), Op::AddAt, 9, 0, kDone, "9 100 1", "0 2 3 6 7 8 101/4"},
     // The combined battery element has no code yet, so it is not offered.
-    {"BatteryElements",
-     "battery",
-     {},
-     [](Model& m) { return m.add(0); },
-     Outcome::Done,
-     "2 1 0",
-     "3 4 5 6 7 8 100 101/4"},
-    {"ASectionNotDrawnHereIsOnlyShown",
-     "sensors",
-     {},
-     [](Model& m) { return m.add(0); },
-     Outcome::Refused,
-     "100 0",
-     ""},
+    {"BatteryElements", "battery", Value(), Op::Add, 0, 0, kDone, "2 1 0", "3 4 5 6 7 8 100 101/4"},
+    {"ASectionNotDrawnHereIsOnlyShown", "sensors", Value(), Op::Add, 0, 0, kRefused, "100 0", ""},
 };
 
 class DragRules : public LayoutEditorModelTest, public ::testing::WithParamInterface<DragCase> {};
@@ -186,7 +128,7 @@ TEST_P(DragRules, ChangeTheRowsAndWhatIsStored) {
     if (!c.stored.isNull())
         storeElsewhere(Value::dict({{key, c.stored}}));
     m->reload();
-    const auto result = c.change(*m);
+    const auto result = apply(*m, c);
     EXPECT_EQ(result.outcome, c.outcome) << result.reason;
     EXPECT_EQ(codes(m->active()), c.active);
     EXPECT_EQ(codes(m->available()), c.available);

@@ -176,12 +176,6 @@ TEST_F(Menus, CommandsOwnedElsewhereGoToTheirPeers) {
 }
 
 TEST_F(Menus, HelpEntriesOpenTheirPageOneQueueTurnLater) {
-    const auto help = titles(menus->helpMenu());
-    EXPECT_EQ(help.front(), "Getting started");
-    EXPECT_EQ(help[1], "---");
-    EXPECT_EQ(help[7], "---");
-    EXPECT_EQ(help.back(), "Combined");
-
     item("Hotkeys").perform();
     EXPECT_TRUE(actions.calls.empty()) << "not while the menu is still open";
     queue.runUntilIdle();

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "foundation/GVariantValue.h"
 #include "status/BusConnection.h"
 #include "status/PanelItem.h"
+#include "status/StatusNotifierItem.h"
 #include "support/FakeDBusService.h"
 
 #include <chrono>
@@ -89,6 +91,27 @@ inline bool nameHasOwner(GDBusConnection* client, const std::string& name) {
     if (result.reply)
         g_variant_get(result.reply.get(), "(b)", &owned);
     return owned;
+}
+
+// A tray item's properties, as a tray host reads them.
+inline Value itemProperties(GDBusConnection* client, const std::string& name) {
+    const CallResult all =
+        callAndWait(client, name, StatusNotifierItem::kItemPath, "org.freedesktop.DBus.Properties",
+                    "GetAll", g_variant_new("(s)", StatusNotifierItem::kInterface));
+    return all.reply ? fromGVariant(all.reply.get())[0] : Value();
+}
+
+inline CallResult menuCall(GDBusConnection* client, const std::string& name, const char* method,
+                           GVariant* parameters) {
+    return callAndWait(client, name, StatusNotifierItem::kMenuPath, DBusMenuExporter::kInterface,
+                       method, parameters);
+}
+
+inline CallResult menuEvent(GDBusConnection* client, const std::string& name, std::int64_t id,
+                            const char* event = "clicked") {
+    return menuCall(
+        client, name, "Event",
+        g_variant_new("(isvu)", static_cast<gint32>(id), event, g_variant_new_int32(0), 0u));
 }
 
 // Counts one signal from one sender on the client connection.

@@ -16,7 +16,7 @@ struct PixelCase {
 };
 
 // Colour over alpha, rounded to nearest: what hosts multiply back must give the drawn pixel.
-TEST(PixelConversion, StraightensEdgePixels) {
+TEST(PixelConversion, StraightensEdgePixelsAndOrdersTrayBytes) {
     const PixelCase cases[] = {
         {0x00000000, 0x00000000}, // transparent
         {0x00ffffff, 0x00000000}, // no alpha, stray colour: still transparent
@@ -30,9 +30,8 @@ TEST(PixelConversion, StraightensEdgePixels) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(unpremultiplied(c.premultiplied), c.straight) << std::hex << c.premultiplied;
-}
 
-TEST(PixelConversion, TrayBytesAreAlphaFirstInRowOrder) {
+    // Tray bytes are alpha first, in row order.
     const PanelPicture picture(2, 1, {0x80402000, 0xff0000ff});
     EXPECT_EQ(straightArgbBytes(picture),
               (std::vector<std::uint8_t>{0x80, 0x80, 0x40, 0x00, 0xff, 0x00, 0x00, 0xff}));
@@ -43,7 +42,7 @@ TEST(PixelConversion, TrayBytesAreAlphaFirstInRowOrder) {
     EXPECT_TRUE(pngBytes({}).empty());
 }
 
-TEST(PanelPicture, CopiesRowsAndRefusesPixelCountsThatDoNotMatch) {
+TEST(PanelPicture, CopiesRowsRefusesCountsThatDoNotMatchAndPicksTheShapeAskedFor) {
     // Two rows of one pixel each, eight bytes apart as a padded surface lays them out.
     const std::uint32_t rows[] = {0xff010203, 0xdeadbeef, 0xff040506, 0xdeadbeef};
     const auto picture =
@@ -56,9 +55,8 @@ TEST(PanelPicture, CopiesRowsAndRefusesPixelCountsThatDoNotMatch) {
         PanelPicture::fromRows(reinterpret_cast<const unsigned char*>(rows), 2, 2, 4).empty());
     EXPECT_TRUE(log.contains("3 x 2 pixels handed 5 pixels"));
     EXPECT_TRUE(log.contains("cannot be read"));
-}
 
-TEST(PanelPicture, PicksTheShapeAndScaleAskedForAndFallsBack) {
+    // The shape and scale asked for, or the nearest there is.
     PanelItem item;
     item.picture = PanelPicture(2, 1, {1, 1});
     item.picture2x = PanelPicture(4, 2, std::vector<std::uint32_t>(8, 2));

@@ -140,14 +140,7 @@ protected:
         return list;
     }
     Value itemProperties(const std::string& name) {
-        const test::CallResult all = test::callAndWait(
-            client.get(), name, StatusNotifierItem::kItemPath, "org.freedesktop.DBus.Properties",
-            "GetAll", g_variant_new("(s)", StatusNotifierItem::kInterface));
-        return all.reply ? fromGVariant(all.reply.get())[0] : Value();
-    }
-    test::CallResult menuCall(const std::string& name, const char* method, GVariant* parameters) {
-        return test::callAndWait(client.get(), name, StatusNotifierItem::kMenuPath,
-                                 DBusMenuExporter::kInterface, method, parameters);
+        return test::itemProperties(client.get(), name);
     }
 
     GObjectRef<GDBusConnection> client;
@@ -224,7 +217,8 @@ TEST_F(StatusNotifierTest, TheMenuHoldsTheDropdownAndAClickRunsTheAction) {
     frontEnd->show({cpu});
     const std::string name = frontEnd->busNameOf("cpu");
     const Value layout = fromGVariant(
-        menuCall(name, "GetLayout", g_variant_new("(iias)", 0, -1, nullptr)).reply.get());
+        test::menuCall(client.get(), name, "GetLayout", g_variant_new("(iias)", 0, -1, nullptr))
+            .reply.get());
     const Value::Array& rows = layout[1][2].arrayItems();
     std::vector<std::string> labels;
     for (const auto& row : rows)
@@ -239,15 +233,9 @@ TEST_F(StatusNotifierTest, TheMenuHoldsTheDropdownAndAClickRunsTheAction) {
 
     // Value rows and disabled actions do nothing; the settings row hands its action back.
     for (const int row : {1, 4, 3})
-        EXPECT_TRUE(
-            menuCall(name, "Event",
-                     g_variant_new("(isvu)", static_cast<gint32>(rows[row][0].integerValue()),
-                                   "clicked", g_variant_new_int32(0), 0u))
-                .error.empty());
+        EXPECT_TRUE(test::menuEvent(client.get(), name, rows[row][0].integerValue()).error.empty());
     EXPECT_EQ(actions, std::vector<std::string>{"cpu open-settings"});
-    EXPECT_FALSE(
-        menuCall(name, "Event", g_variant_new("(isvu)", 99, "clicked", g_variant_new_int32(0), 0u))
-            .error.empty());
+    EXPECT_FALSE(test::menuEvent(client.get(), name, 99).error.empty());
 
     // A host that cannot drop the menu down activates the icon: the settings window opens.
     test::callAndWait(client.get(), name, StatusNotifierItem::kItemPath,
@@ -314,18 +302,6 @@ TEST_F(StatusNotifierTest, AHungWatcherCostsOneLogLineAndNeverHoldsTheLoop) {
     watcher.setHung(false);
     frontEnd->show({sampleItem("cpu")});
     EXPECT_TRUE(waitUntil([&] { return watcher.calls(kRegister) == 3; }));
-}
-
-TEST(StatusNotifierFrontEnd, WithoutABusItSaysSoOnceAndShowsNothing) {
-    LogCapture log;
-    StatusNotifierFrontEnd::Options options;
-    options.busAddress = "unix:path=/nonexistent/cvb-test-bus";
-    StatusNotifierFrontEnd frontEnd([](const std::string&, const std::string&) {}, options);
-    frontEnd.show({sampleItem("cpu")});
-    frontEnd.show({sampleItem("cpu")});
-    EXPECT_FALSE(frontEnd.isConnected());
-    EXPECT_EQ(frontEnd.busNameOf("cpu"), "");
-    EXPECT_EQ(linesContaining(log, "no session bus"), 1);
 }
 
 } // namespace

@@ -70,8 +70,8 @@ bool link(const std::string& device, const std::string& address) {
 }
 
 // NAME:ADDRESS,PEER:ADDRESS; the addresses are optional.
-bool veth(const std::string& spec) {
-    const auto ends = split(spec, ',');
+bool veth(const std::string& option) {
+    const auto ends = split(option, ',');
     if (ends.size() != 2)
         return false;
     const auto near = split(ends[0], ':');
@@ -86,22 +86,22 @@ bool veth(const std::string& spec) {
     return link(near[0], address(ends[0])) && link(far[0], address(ends[1]));
 }
 
-bool neighbour(const std::string& spec) {
+bool neighbour(const std::string& option) {
     // DEVICE:ADDRESS:MAC with a MAC of six colon-separated pairs at the end.
-    const auto first = spec.find(':');
-    if (first == std::string::npos || spec.size() < first + 19)
+    const auto first = option.find(':');
+    if (first == std::string::npos || option.size() < first + 19)
         return false;
-    const std::string mac = spec.substr(spec.size() - 17);
-    const std::string address = spec.substr(first + 1, spec.size() - 18 - first - 1);
-    return run({"ip", "neigh", "add", address, "lladdr", mac, "dev", spec.substr(0, first), "nud",
+    const std::string mac = option.substr(option.size() - 17);
+    const std::string address = option.substr(first + 1, option.size() - 18 - first - 1);
+    return run({"ip", "neigh", "add", address, "lladdr", mac, "dev", option.substr(0, first), "nud",
                 "permanent"});
 }
 
-bool route(const std::string& spec) {
-    const auto colon = spec.find(':');
+bool route(const std::string& option) {
+    const auto colon = option.find(':');
     return colon != std::string::npos &&
-           run({"ip", "route", "add", "default", "via", spec.substr(colon + 1), "dev",
-                spec.substr(0, colon)});
+           run({"ip", "route", "add", "default", "via", option.substr(colon + 1), "dev",
+                option.substr(0, colon)});
 }
 
 bool blackhole(const std::string& prefix) {
