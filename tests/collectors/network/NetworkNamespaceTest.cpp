@@ -5,6 +5,7 @@
 #include "collectors/network/RtnetlinkSource.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/TextParsing.h"
+#include "support/Spawn.h"
 
 #include <arpa/inet.h>
 #include <chrono>
@@ -18,28 +19,8 @@ using namespace corvane;
 
 namespace {
 
-struct Spawned {
-    bool ran = false;
-    int status = -1;
-    std::string output;
-};
-
-Spawned spawn(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (auto& argument : arguments)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    Spawned run;
-    gchar *out = nullptr, *err = nullptr;
-    gint status = -1;
-    run.ran = g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
-                           &out, &err, &status, nullptr);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.output = std::string(out ? out : "") + (err ? err : "");
-    g_free(out);
-    g_free(err);
-    return run;
-}
+using test::spawn;
+using test::Spawned;
 
 TEST(NetworkNamespace, LiveSourcesInAPrivateNamespace) {
     if (const Spawned ip = spawn({"ip", "-V"}); !ip.ran || ip.status != 0)
@@ -54,7 +35,7 @@ TEST(NetworkNamespace, LiveSourcesInAPrivateNamespace) {
          "v0:10.9.0.77:02:00:00:00:00:77", "--route", "v0:10.9.0.1", "--", self,
          "--gtest_also_run_disabled_tests", "--gtest_filter=InsideNamespace.*", "--gtest_brief=1"});
     EXPECT_EQ(inner.status, 0) << inner.output;
-    EXPECT_NE(inner.output.find("PASSED"), std::string::npos) << inner.output;
+    EXPECT_TRUE(test::ranAndPassed(inner.output)) << inner.output;
 }
 
 class InsideNamespace : public ::testing::Test {

@@ -9,6 +9,7 @@
 #include "foundation/GLibHandles.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/Log.h"
+#include "support/Spawn.h"
 
 #include <arpa/inet.h>
 #include <chrono>
@@ -24,27 +25,8 @@ using namespace corvane;
 
 namespace {
 
-struct Spawned {
-    bool ran = false;
-    int status = -1;
-    std::string output;
-};
-
-Spawned spawn(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (auto& argument : arguments)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    Spawned run;
-    gchar* out = nullptr;
-    gchar* err = nullptr;
-    gint status = -1;
-    run.ran = g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr,
-                           &out, &err, &status, nullptr);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.output = takeGString(out) + takeGString(err);
-    return run;
-}
+using test::spawn;
+using test::Spawned;
 
 // The inner tests named by `filter`, in a new namespace set up by the runner's `options`.
 Spawned inside(std::vector<std::string> command, const std::string& filter) {
@@ -73,7 +55,7 @@ TEST(PingNamespace, LivePingsInPrivateNamespaces) {
     for (auto& run : runs) {
         const Spawned done = run.get();
         EXPECT_EQ(done.status, 0) << done.output;
-        EXPECT_NE(done.output.find("PASSED"), std::string::npos) << done.output;
+        EXPECT_TRUE(test::ranAndPassed(done.output)) << done.output;
     }
 }
 
