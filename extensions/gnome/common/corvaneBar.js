@@ -116,19 +116,26 @@ class CorvaneBar {
 
     _showItems(items) {
         const kept = new Map(this._buttons.map(button => [button.id, button]));
+        const added = [];
         const buttons = items.map(summary => {
             const known = kept.get(summary.id);
             kept.delete(summary.id);
-            return known ?? new ItemButton(this._env, this._client, summary, this._view);
+            if (known)
+                return known;
+            const button = new ItemButton(this._env, this._client, summary, this._view);
+            added.push(button);
+            return button;
         });
         for (const gone of kept.values())
             gone.destroy();
         this._buttons = buttons;
         this._placeAll();
-        for (const button of buttons) {
+        for (const button of buttons)
             button.refreshPicture();
+        // A new button needs its rows before its menu can open; a known one fetches them when
+        // it opens, so a change of the item list does not make every closed menu ask.
+        for (const button of added)
             button.dropdown.refresh();
-        }
         this._styleSoon();
     }
 
