@@ -80,7 +80,6 @@ private:
     // On the main queue.
     std::optional<Request> waiting_;
     bool searching_ = false;
-    std::uint64_t idleTimer_ = 0;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     SerialWorker worker_;
 };
