@@ -10,7 +10,6 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
-#include <glib-unix.h>
 #include <iostream>
 
 namespace {
@@ -33,11 +32,6 @@ std::optional<int> parse(int argc, char** argv, Arguments& a) {
         return app.exit(e, std::cout, std::cerr) == 0 ? 0 : 2;
     }
     return std::nullopt;
-}
-
-gboolean quitOnSignal(gpointer queue) {
-    static_cast<corvane::GLibMainQueue*>(queue)->quit();
-    return G_SOURCE_CONTINUE;
 }
 
 } // namespace
@@ -69,8 +63,7 @@ int main(int argc, char** argv) {
         return 1;
     g_signal_connect_swapped(bus.get(), "closed", G_CALLBACK(+[](GLibMainQueue* q) { q->quit(); }),
                              &queue);
-    g_unix_signal_add(SIGTERM, quitOnSignal, &queue);
-    g_unix_signal_add(SIGINT, quitOnSignal, &queue);
+    queue.quitOnTermination();
     CVBLog("Daemon: serving on the %s bus", arguments.bus.c_str());
     queue.run();
     g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);

@@ -13,7 +13,6 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
-#include <glib-unix.h>
 #include <iostream>
 
 namespace {
@@ -44,11 +43,6 @@ std::optional<int> parse(int argc, char** argv, Arguments& a) {
         return app.exit(e, std::cout, std::cerr) == 0 ? 0 : 2;
     }
     return std::nullopt;
-}
-
-gboolean quitOnSignal(gpointer queue) {
-    static_cast<corvane::GLibMainQueue*>(queue)->quit();
-    return G_SOURCE_CONTINUE;
 }
 
 corvane::GObjectRef<GDBusConnection> sessionBus() {
@@ -106,8 +100,7 @@ int main(int argc, char** argv) {
                                     makeSessionApplicationLauncher(), [&queue] { queue.quit(); }},
             std::move(options));
         // The history is closed cleanly on the way out, however the end is asked for.
-        g_unix_signal_add(SIGTERM, quitOnSignal, &queue);
-        g_unix_signal_add(SIGINT, quitOnSignal, &queue);
+        queue.quitOnTermination();
         program.start();
         queue.run();
         if (arguments.once && program.frames() == 0)

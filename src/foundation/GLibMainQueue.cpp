@@ -1,6 +1,8 @@
 #include "foundation/GLibMainQueue.h"
 
 #include <cmath>
+#include <csignal>
+#include <glib-unix.h>
 #include <glib.h>
 
 namespace corvane {
@@ -31,6 +33,10 @@ GLibMainQueue::~GLibMainQueue() {
         pending.swap(sources_);
     }
     for (auto& [id, source] : pending) {
+        g_source_destroy(source);
+        g_source_unref(source);
+    }
+    for (GSource* source : signalSources_) {
         g_source_destroy(source);
         g_source_unref(source);
     }
@@ -113,6 +119,21 @@ void GLibMainQueue::run() {
 
 void GLibMainQueue::quit() {
     g_main_loop_quit(loop_);
+}
+
+void GLibMainQueue::quitOnTermination() {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        GSource* source = g_unix_signal_source_new(signal);
+        g_source_set_callback(
+            source,
+            [](gpointer loop) -> gboolean {
+                g_main_loop_quit(static_cast<GMainLoop*>(loop));
+                return G_SOURCE_CONTINUE;
+            },
+            loop_, nullptr);
+        g_source_attach(source, context_);
+        signalSources_.push_back(source);
+    }
 }
 
 void GLibMainQueue::drain() {

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 using GMainContext = struct _GMainContext;
 using GMainLoop = struct _GMainLoop;
@@ -29,6 +30,8 @@ public:
     // Runs the loop until quit() is called, from any thread or task.
     void run();
     void quit();
+    // Ends run() on SIGTERM or SIGINT: how a background program is asked to stop.
+    void quitOnTermination();
     // Runs every task that is ready now without blocking; for commands that poll.
     void drain();
 
@@ -42,6 +45,7 @@ private:
     std::mutex mutex_;
     TimerId nextId_ = 1;
     std::map<TimerId, GSource*> sources_;
+    std::vector<GSource*> signalSources_;
 };
 
 } // namespace corvane
