@@ -9,7 +9,7 @@
 #include "text/ValueFormatters.h"
 
 #include <condition_variable>
-#include <glib-unix.h>
+#include <glib.h>
 #include <iostream>
 #include <mutex>
 #include <sstream>
@@ -180,14 +180,7 @@ private:
 
 int watch(corvane::GLibMainQueue& queue, corvane::DiskSystem& system,
           const corvane::TextContext& text, bool json) {
-    for (int signal : {SIGINT, SIGTERM})
-        g_unix_signal_add(
-            signal,
-            [](gpointer q) {
-                static_cast<corvane::GLibMainQueue*>(q)->quit();
-                return G_SOURCE_REMOVE;
-            },
-            &queue);
+    queue.quitOnTermination();
     TreePrinter printer(system, text, json);
     system.manager().addDelegate(&printer);
     std::function<void()> beat = [&] {

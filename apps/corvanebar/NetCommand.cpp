@@ -7,7 +7,7 @@
 #include "foundation/Json.h"
 #include "foundation/Log.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <iostream>
 
 using corvane::NetworkStatCollector;
@@ -45,14 +45,7 @@ void printRates(const NetworkStatCollector& net, bool json) {
 }
 
 int watch(corvane::GLibMainQueue& queue, NetworkStatCollector& net, bool json) {
-    for (int signal : {SIGINT, SIGTERM})
-        g_unix_signal_add(
-            signal,
-            [](gpointer q) {
-                static_cast<corvane::GLibMainQueue*>(q)->quit();
-                return G_SOURCE_REMOVE;
-            },
-            &queue);
+    queue.quitOnTermination();
     std::function<void()> next = [&] {
         beat(net);
         printRates(net, json);

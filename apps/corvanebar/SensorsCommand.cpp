@@ -8,7 +8,7 @@
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <iostream>
 
 void addSensorsCommand(CLI::App& app, SensorsOptions& o) {
@@ -64,14 +64,7 @@ int runSensors(const SensorsOptions& o) {
     print(status, o.json, false);
     if (!o.watch || sensors->sensors().empty())
         return std::cout ? 0 : 1;
-    for (int signal : {SIGINT, SIGTERM})
-        g_unix_signal_add(
-            signal,
-            [](gpointer q) {
-                static_cast<corvane::GLibMainQueue*>(q)->quit();
-                return G_SOURCE_REMOVE;
-            },
-            &queue);
+    queue.quitOnTermination();
     SensorsWatch printer(queue, status, o.json);
     sensors->addDelegate(&printer);
     sensors->startLogging();

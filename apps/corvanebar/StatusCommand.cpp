@@ -12,7 +12,7 @@
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <iostream>
 
 void addStatusCommand(CLI::App& app, StatusOptions& o) {
@@ -30,14 +30,7 @@ int watch(corvane::GLibMainQueue& queue, const corvane::StatusSources& s, bool j
         std::cerr << "corvanebar status: the processors' counters cannot be read\n";
         return 1;
     }
-    for (int signal : {SIGINT, SIGTERM})
-        g_unix_signal_add(
-            signal,
-            [](gpointer q) {
-                static_cast<corvane::GLibMainQueue*>(q)->quit();
-                return G_SOURCE_REMOVE;
-            },
-            &queue);
+    queue.quitOnTermination();
     corvane::StatusWatch printer(s.cpu, s.load, std::cout, json, [&queue] { queue.quit(); });
     queue.run();
     return printer.outputFailed() ? 1 : 0;
