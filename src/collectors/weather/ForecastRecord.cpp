@@ -1,0 +1,3 @@
+#include "collectors/weather/ForecastRecord.h"
+
+namespace corvane {} // namespace corvane

@@ -1,0 +1,3 @@
+#include "collectors/weather/WeatherUnits.h"
+
+namespace corvane {} // namespace corvane
