@@ -5,6 +5,7 @@
 #include "foundation/GLibMainQueue.h"
 #include "foundation/Log.h"
 #include "links/DaemonService.h"
+#include "links/NetworkManagerActions.h"
 #include "links/ProcessInfo.h"
 #include "links/SMCDaemonHardware.h"
 
@@ -56,7 +57,9 @@ int main(int argc, char** argv) {
     GLibMainQueue queue;
     const SysRoot root(arguments.sysroot);
     SMCDaemonHardware hardware(root);
-    LoggedPrivilegedActions actions;
+    // Fans are logged only; the network goes through NetworkManager on the same bus.
+    LoggedPrivilegedActions fans;
+    NetworkManagerActions actions(bus.get(), fans);
     const DesktopEntries entries(DesktopEntries::standardFolders());
     DaemonService service(bus.get(), {queue, root, hardware, actions, entries});
     if (!service.publish())

@@ -2,17 +2,42 @@
 
 #include "CommandLine.h"
 #include "clock/ClockTime.h"
+#include "collectors/weather/ForecastSource.h"
 #include "drawing/Artwork.h"
 #include "drawing/CVBTimeMenuExtraView.h"
+#include "drawing/CVBWeatherMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
 #include "foundation/GLibMainQueue.h"
+#include "foundation/Json.h"
 #include "foundation/Log.h"
 #include "preferences/CVBPreferences.h"
 #include "preferences/SystemFacts.h"
 #include "shell/SectionItems.h"
 
+#include <filesystem>
+#include <fstream>
 #include <glib.h>
 #include <iostream>
+#include <sstream>
+
+namespace {
+
+// The record in the file, or null with the reason on standard error.
+corvane::Value readForecast(const std::string& file) {
+    const std::filesystem::path path =
+        file.empty() ? corvane::ForecastSource::defaultStateFile() : std::filesystem::path(file);
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    corvane::Value record = in ? corvane::parseJson(text.str(), path.string()) : corvane::Value();
+    if (record["currently"].isDictionary())
+        return record;
+    std::cerr << "corvanebar render: no forecast in " << path.string()
+              << (file.empty() ? " (none kept yet; give one with --record FILE)" : "") << "\n";
+    return {};
+}
+
+} // namespace
 
 void addRenderCommand(CLI::App& app, RenderOptions& o) {
     std::string names;
@@ -34,6 +59,9 @@ void addRenderCommand(CLI::App& app, RenderOptions& o) {
     o.command->add_option("--at", o.at,
                           "For the time item, the moment to show: Unix seconds, or "
                           "YYYY-MM-DDTHH:MM[:SS] in the local zone, with Z or +HH:MM for another");
+    o.command->add_option("--record", o.record,
+                          "For the weather item, a forecast record (JSON) to draw instead of "
+                          "the one the status program kept");
 }
 
 int runRender(const RenderOptions& o) {
@@ -54,7 +82,24 @@ int runRender(const RenderOptions& o) {
     const auto drawing = corvane::DrawingContext::forHost(settings, artwork, o.scale);
 
     const corvane::EngineContext context{queue, corvane::kSettingsTierCount, nullptr};
-    auto item = corvane::makeSectionItem(o.section, context, drawing);
+    // A record given on the command line is drawn as it stands, not the one the item follows.
+    const bool ownRecord = o.section == "weather" && !o.record.empty();
+    auto item = ownRecord ? std::nullopt : corvane::makeSectionItem(o.section, context, drawing);
+    if (!item && o.section == "weather")
+        item = corvane::SectionItem{[] {},
+                                    std::make_unique<corvane::CVBWeatherMenuExtraView>(drawing)};
+    if (auto* weather =
+            dynamic_cast<corvane::CVBWeatherMenuExtraView*>(item ? item->view.get() : nullptr)) {
+        if (!o.record.empty() || weather->forecast().isNull())
+            weather->setForecast(readForecast(o.record));
+        if (weather->forecast().isNull()) {
+            item.reset();
+            corvane::cleanupSectionItems();
+            return 1;
+        }
+        weather->ready = true;
+        weather->setFixedTime(at);
+    }
     if (!item) {
         // Only the sensors have no item, on a machine without them.
         std::cerr << "corvanebar render: no sensors were found on this machine\n";
@@ -65,7 +110,8 @@ int runRender(const RenderOptions& o) {
         clock->setFixedTime(at);
     // Rates and shares need two readings: one now, then one a second for each second asked.
     item->sample();
-    for (int second = 0; second < o.seconds && o.section != "time"; ++second) {
+    const bool timeless = o.section == "time" || o.section == "weather";
+    for (int second = 0; second < o.seconds && !timeless; ++second) {
         g_usleep(G_USEC_PER_SEC);
         item->sample();
     }

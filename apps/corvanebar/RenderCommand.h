@@ -12,7 +12,8 @@ struct RenderOptions {
     double scale = 1;
     int seconds = 2;
     std::string out;
-    std::string at; // the clock's moment; empty: now
+    std::string at;     // the clock's moment; empty: now
+    std::string record; // the weather item's forecast; empty: the one the status program kept
 };
 
 void addRenderCommand(CLI::App& app, RenderOptions& options);

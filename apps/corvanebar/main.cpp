@@ -15,6 +15,7 @@
 #include "ShellCommands.h"
 #include "StatusCommand.h"
 #include "WaybarCommand.h"
+#include "WeatherCommand.h"
 #include "WindowCommand.h"
 #include "corvane/BuildInfo.h"
 #include "foundation/DistributedNotificationCenter.h"
@@ -210,6 +211,7 @@ struct Commands {
     CitiesOptions cities;
     ClocksOptions clocks;
     LocationOptions location;
+    WeatherOptions weather;
     WindowCommandOptions window;
     NetOptions net;
     PingOptions ping;
@@ -237,6 +239,7 @@ void addCommands(CLI::App& app, Commands& c) {
     addCitiesCommand(app, c.cities);
     addClocksCommand(app, c.clocks);
     addLocationCommand(app, c.location);
+    addWeatherCommand(app, c.weather);
     addWindowCommand(app, c.window);
     addNetCommand(app, c.net);
     addPingCommands(app, c.ping, c.rdns);
@@ -284,6 +287,8 @@ int runCommand(const CLI::App& app, const Commands& c) {
         return runClocks(c.clocks);
     if (c.location.command->parsed())
         return runLocation(c.location);
+    if (c.weather.command->parsed())
+        return runWeather(c.weather);
     if (menuCommandParsed(c.menu))
         return runMenuCommand(c.menu);
     if (shellCommandParsed(c.shell))

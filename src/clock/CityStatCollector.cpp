@@ -17,20 +17,6 @@ constexpr double kEarthRadiusKm = 6378.1;
 constexpr double kRadiansPerDegree = 0.01745327;
 constexpr double kBoxDegrees = 2;
 
-constexpr const char* kMatchQuery =
-    "SELECT * FROM cities WHERE city ||', '|| state LIKE ?1 OR city ||' '|| state LIKE ?1 OR "
-    "city_plain LIKE ?1 OR state LIKE ?1 LIMIT ?2";
-// The same rows in the same order, faster: a row whose "city, state" starts with the match
-// either has a city that does, or a city shorter than the match, so the joined texts are only
-// made for short names. Only for matches without the wildcards "%" and "_".
-constexpr const char* kPlainMatchQuery =
-    "SELECT * FROM cities WHERE city_plain LIKE ?1 OR state LIKE ?1 OR city LIKE ?1 OR "
-    "(length(city) < ?2 AND (city ||', '|| state LIKE ?1 OR city ||' '|| state LIKE ?1)) "
-    "LIMIT ?3";
-constexpr const char* kCountryQuery = "SELECT * FROM cities WHERE country LIKE ?1 LIMIT ?2";
-constexpr const char* kCityQuery =
-    "SELECT * FROM cities WHERE city LIKE ?1 OR city_plain LIKE ?1 LIMIT ?2";
-constexpr const char* kStateQuery = "SELECT * FROM cities WHERE state LIKE ?1 LIMIT ?2";
 constexpr const char* kIdentifierQuery = "SELECT * FROM cities WHERE identifier = ?1 LIMIT ?2";
 constexpr const char* kClosestQuery =
     "SELECT * FROM cities WHERE latitude > ?1 AND latitude < ?2 AND longitude > ?3 AND "
@@ -49,12 +35,70 @@ void sqlDistance(sqlite3_context* context, int count, sqlite3_value** values) {
     km ? sqlite3_result_double(context, *km) : sqlite3_result_null(context);
 }
 
-// Characters as SQLite's length() counts them in UTF-8 text.
-double characterCount(const std::string& text) {
-    return static_cast<double>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    }));
-}
+// A search for rows where any of some columns starts with the match, as LIKE finds them: ASCII
+// case ignored, in row order. LIKE with a bound pattern cannot use an index, so each column also
+// gets a range on its NOCASE index that holds every row it can match; LIKE keeps the exact test.
+// Matches with the wildcards "%" or "_" read every row. The SQL holds placeholders only.
+class PrefixSearch {
+public:
+    explicit PrefixSearch(const std::string& match)
+        : arguments_{Value(match + "%")} {
+        std::string low = match;
+        // NOCASE folds ASCII letters only, whatever the process's locale.
+        for (char& c : low)
+            if (c >= 'A' && c <= 'Z')
+                c = static_cast<char>(c - 'A' + 'a');
+        ranged_ = !low.empty() && low.find_first_of("%_") == std::string::npos &&
+                  static_cast<unsigned char>(low.back()) < 0xFF;
+        if (!ranged_)
+            return;
+        std::string high = low;
+        ++high.back(); // above every text that starts with `low`, whatever case the next holds
+        arguments_.emplace_back(low);
+        arguments_.emplace_back(high);
+    }
+
+    // `column` starts with the match.
+    std::string term(std::string_view column) const {
+        const std::string c(column);
+        if (!ranged_)
+            return c + " LIKE ?1";
+        return "(" + c + " >= ?2 COLLATE NOCASE AND " + c + " < ?3 COLLATE NOCASE AND " + c +
+               " LIKE ?1)";
+    }
+
+    // "city, state" or "city state" starts with the match. Where the city is not itself a
+    // match, it is the part of the match before a comma or blank: only those names are joined.
+    std::string cityAndStateTerm(const std::string& match) {
+        const std::string joined = "(city ||', '|| state LIKE ?1 OR city ||' '|| state LIKE ?1)";
+        if (!ranged_)
+            return joined;
+        std::string names;
+        for (std::size_t at = match.find_first_of(", "); at != std::string::npos;
+             at = match.find_first_of(", ", at + 1)) {
+            names += std::string(names.empty() ? "" : " OR ") + "city = ?" +
+                     std::to_string(arguments_.size() + 1) + " COLLATE NOCASE";
+            arguments_.emplace_back(match.substr(0, at));
+        }
+        return names.empty() ? std::string() : "((" + names + ") AND " + joined + ")";
+    }
+
+    std::string sql(const std::vector<std::string>& terms) const {
+        std::string where;
+        for (const std::string& t : terms)
+            if (!t.empty())
+                where += (where.empty() ? "" : " OR ") + t;
+        // "+rowid": ordered by row as a full scan would be, but without inviting the planner to
+        // read every row in that order in the hope of stopping early.
+        return "SELECT * FROM cities WHERE " + where + " ORDER BY +rowid LIMIT ?" +
+               std::to_string(arguments_.size() + 1);
+    }
+    const std::vector<Value>& arguments() const { return arguments_; }
+
+private:
+    std::vector<Value> arguments_;
+    bool ranged_ = false;
+};
 
 Value columnValue(sqlite3_stmt* s, int column) {
     switch (sqlite3_column_type(s, column)) {
@@ -234,16 +278,21 @@ void CityStatCollector::asyncClosestCity(double latitude, double longitude, City
 
 CityStatCollector::Rows CityStatCollector::citiesWithMatch(const std::string& match, int limit) {
     return onWorker([&] {
-        const Value pattern = match + "%";
-        const bool wildcards = match.find_first_of("%_") != std::string::npos;
-        Rows rows = wildcards ? query(kMatchQuery, {pattern}, limit)
-                              : query(kPlainMatchQuery, {pattern, characterCount(match)}, limit);
+        PrefixSearch first(match);
+        const std::string cityAndState = first.cityAndStateTerm(match);
+        Rows rows = query(first.sql({first.term("city_plain"), first.term("state"),
+                                     first.term("city"), cityAndState}),
+                          first.arguments(), limit);
         if (rows.size() < static_cast<std::size_t>(kDefaultLimit)) {
-            Rows countries = query(kCountryQuery, {pattern}, limit);
+            const PrefixSearch country(match);
+            Rows countries =
+                query(country.sql({country.term("country")}), country.arguments(), limit);
             rows.insert(rows.end(), countries.begin(), countries.end());
         }
         for (const std::string& form : saintForms(match)) {
-            Rows saints = query(kCityQuery, {Value(form + "%")}, limit);
+            const PrefixSearch saint(form);
+            Rows saints = query(saint.sql({saint.term("city"), saint.term("city_plain")}),
+                                saint.arguments(), limit);
             rows.insert(rows.end(), saints.begin(), saints.end());
         }
         return rows;
@@ -251,7 +300,10 @@ CityStatCollector::Rows CityStatCollector::citiesWithMatch(const std::string& ma
 }
 
 CityStatCollector::Rows CityStatCollector::citiesWithStateMatch(const std::string& match) {
-    return onWorker([&] { return query(kStateQuery, {Value(match + "%")}, kDefaultLimit); });
+    return onWorker([&] {
+        const PrefixSearch state(match);
+        return query(state.sql({state.term("state")}), state.arguments(), kDefaultLimit);
+    });
 }
 
 std::optional<Value> CityStatCollector::cityWithIdentifier(const std::string& identifier) {

@@ -57,6 +57,24 @@ bool ClockController::removeCity(const std::string& identifier) {
     return visibleCities_.size() != before;
 }
 
+bool ClockController::moveCity(const std::string& identifier, int offset) {
+    const auto found =
+        std::find_if(visibleCities_.begin(), visibleCities_.end(),
+                     [&](const Value& c) { return c["identifier"].stringValue() == identifier; });
+    if (found == visibleCities_.end())
+        return false;
+    const auto from = found - visibleCities_.begin();
+    const auto to = from + offset;
+    if (offset == 0 || to < 0 || to >= static_cast<std::ptrdiff_t>(visibleCities_.size()))
+        return false;
+    Value city = std::move(*found);
+    visibleCities_.erase(found);
+    visibleCities_.insert(visibleCities_.begin() + to, std::move(city));
+    for (std::size_t i = 0; i < visibleCities_.size(); ++i)
+        visibleCities_[i].set("position", static_cast<std::int64_t>(i));
+    return true;
+}
+
 void ClockController::updateCityName(const std::string& identifier, const std::string& name) {
     Value names = Value::array();
     for (const Value& entry : preferences_.objectForKey(kCityNames).arrayItems())

@@ -24,6 +24,8 @@ public:
     // Adds a row of the cities database at the end; false when it is there already.
     bool addCity(const Value& row);
     bool removeCity(const std::string& identifier);
+    // Moves the clock `offset` places up (negative) or down; false when it cannot go there.
+    bool moveCity(const std::string& identifier, int offset);
     // Stores a shown name, replacing the entry of the same identifier; an empty name goes back
     // to the city's own.
     void updateCityName(const std::string& identifier, const std::string& name);

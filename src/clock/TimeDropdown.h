@@ -2,6 +2,7 @@
 
 #include "foundation/Value.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,19 @@ std::string menubarClockText(CVBDateAndTimeUtilities& utilities, const Value& fo
 // and its day against the local one.
 std::vector<std::string> worldClockRows(CVBDateAndTimeUtilities& utilities, const Value& cities,
                                         const Value& names, double time);
+
+// Where the dropdown's sun and moon are for: the last known location (in the local zone), else
+// the first world clock with a position and a zone.
+struct SkyPlace {
+    double latitude = 0;
+    double longitude = 0;
+    std::string zone; // empty: the local one
+    std::string name;
+};
+std::optional<SkyPlace> skyPlace(const Value& lastLocation, const Value& cities);
+
+// Sunrise and sunset, then the moon's phase with its rise and set, on the place's day.
+std::vector<std::string> skyRows(CVBDateAndTimeUtilities& utilities, const SkyPlace& place,
+                                 double time);
 
 } // namespace corvane

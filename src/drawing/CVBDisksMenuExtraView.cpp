@@ -206,7 +206,11 @@ int CVBDisksMenuExtraView::drawEntry(const Value& mode, const DiskStatCollectorI
     case kArrows:
         return drawActivitySigns(true, offset);
     case kActivityHistory:
-        return drawHistoryGraph(activityHistory(), offset);
+        return drawHistoryGraph(
+            activityHistory(0,
+                            static_cast<int>(context().integer("Disks_MenubarGraphActivityWidth")),
+                            1, "Disks_MenubarGraphActivityRead", "Disks_MenubarGraphActivityWrite"),
+            offset);
     case kRates:
         return drawRates(offset);
     case kLabel:
@@ -285,11 +289,23 @@ int CVBDisksMenuExtraView::drawActivitySigns(bool arrows, int offset) {
     return drawDot(write >= kActiveRate, writeColor, {x, 2}, false);
 }
 
-HistoryGraph CVBDisksMenuExtraView::activityHistory() const {
+HistoryGraph CVBDisksMenuExtraView::dropdownHistory(int tier, int columns,
+                                                    std::int64_t perColumn) const {
+    const auto chosen = [this](const char* dropdownKey, const char* panelKey) {
+        return context().object(dropdownKey).isNull() ? panelKey : dropdownKey;
+    };
+    return activityHistory(tier, columns, perColumn,
+                           chosen("Disks_DropdownGraphRead", "Disks_MenubarGraphActivityRead"),
+                           chosen("Disks_DropdownGraphWrite", "Disks_MenubarGraphActivityWrite"));
+}
+
+HistoryGraph CVBDisksMenuExtraView::activityHistory(int tier, int columns, std::int64_t perColumn,
+                                                    const char* readKey,
+                                                    const char* writeKey) const {
     HistoryGraph graph;
-    graph.width = static_cast<int>(context().integer("Disks_MenubarGraphActivityWidth"));
-    graph.colors = {fillColorForGraph2(context(), "Disks_MenubarGraphActivityWrite", 1),
-                    fillColorForGraph2(context(), "Disks_MenubarGraphActivityRead", 0)};
+    graph.width = columns;
+    graph.colors = {fillColorForGraph2(context(), writeKey, 1),
+                    fillColorForGraph2(context(), readKey, 0)};
     graph.showBackground = context().boolean("Disks_MenubarGraphActivityShowBackground");
     switch (context().integer("Disks_ActivityGraphMode")) {
     case 0:
@@ -307,21 +323,31 @@ HistoryGraph CVBDisksMenuExtraView::activityHistory() const {
     default:
         break;
     }
-    const int columns = std::clamp(graph.width, 1, kMaximumColumns);
+    const int shown = std::clamp(columns, 1, kMaximumColumns);
+    perColumn = std::max<std::int64_t>(1, perColumn);
+    const auto disks = activity_.disks();
     double peak = 0;
-    for (int i = 0; i < columns; ++i) {
+    for (int column = 0; column < shown; ++column) {
         double write = 0, read = 0;
-        bool any = false;
-        for (const auto& disk : activity_.disks()) {
-            const statsample s = disk->sampleAtIndex(i, 0);
-            if (s.sampleID == 0 || !s.values)
-                continue;
-            any = true;
-            write += finiteOr0(s.values[DiskActivityStatCollectorItem::Write]);
-            read += finiteOr0(s.values[DiskActivityStatCollectorItem::Read]);
+        std::int64_t counted = 0;
+        for (std::int64_t i = column * perColumn; i < (column + 1) * perColumn; ++i) {
+            bool any = false;
+            for (const auto& disk : disks) {
+                const statsample s = disk->sampleAtIndex(i, tier);
+                if (s.sampleID == 0 || !s.values)
+                    continue;
+                any = true;
+                write += finiteOr0(s.values[DiskActivityStatCollectorItem::Write]);
+                read += finiteOr0(s.values[DiskActivityStatCollectorItem::Read]);
+            }
+            if (!any)
+                break;
+            ++counted;
         }
-        if (!any)
+        if (counted == 0)
             break;
+        write /= static_cast<double>(counted);
+        read /= static_cast<double>(counted);
         peak = std::max({peak, write, read});
         graph.samples.push_back({write, read});
     }

@@ -37,6 +37,9 @@ public:
     // Read and write bytes a second, summed over the disks' newest samples.
     std::pair<double, double> activity() const;
     static bool isPerVolume(std::int64_t code);
+    // The dropdown's read and write graph over a tier's ring, `perColumn` samples averaged in
+    // each of `columns`; the dropdown's colours where chosen, else the panel's.
+    HistoryGraph dropdownHistory(int tier, int columns, std::int64_t perColumn) const;
 
 private:
     int drawEntry(const Value& mode, const DiskStatCollectorItem* volume, int offset);
@@ -44,7 +47,8 @@ private:
     int drawUsedAndFree(const Space& space, int offset);
     int drawRates(int offset);
     int drawActivitySigns(bool arrows, int offset);
-    HistoryGraph activityHistory() const;
+    HistoryGraph activityHistory(int tier, int columns, std::int64_t perColumn, const char* readKey,
+                                 const char* writeKey) const;
     std::vector<GraphComponent> usedComponent(const Space& space) const;
 
     DisksStatCollector& disks_;

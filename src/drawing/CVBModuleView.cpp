@@ -311,7 +311,7 @@ double verticalOffset(const TextAttributes& a) {
 } // namespace
 
 int CVBModuleView::sizeLargeText(std::string_view text, const TextAttributes& attributes) const {
-    return static_cast<int>(std::ceil(surface().measureText(text, attributes).width));
+    return static_cast<int>(std::ceil(laidOutText_.width(text, attributes, surface())));
 }
 
 int CVBModuleView::sizeSmallText(std::string_view text, const TextAttributes& attributes) const {
@@ -321,17 +321,17 @@ int CVBModuleView::sizeSmallText(std::string_view text, const TextAttributes& at
 int CVBModuleView::drawLargeText(std::string_view text, const TextAttributes& attributes,
                                  int offset) {
     const int width = sizeLargeText(text, attributes);
-    surface().drawText(text,
-                       {static_cast<double>(offset), verticalOffset(attributes),
-                        static_cast<double>(width), Surface::kStripHeight},
-                       attributes);
+    laidOutText_.draw(text,
+                      {static_cast<double>(offset), verticalOffset(attributes),
+                       static_cast<double>(width), Surface::kStripHeight},
+                      attributes, surface());
     return width + 4;
 }
 
 int CVBModuleView::drawLargeText(std::string_view text, const TextAttributes& attributes,
                                  const Rect& rect) {
-    surface().drawText(
-        text, {rect.x, verticalOffset(attributes), rect.width, Surface::kStripHeight}, attributes);
+    laidOutText_.draw(text, {rect.x, verticalOffset(attributes), rect.width, Surface::kStripHeight},
+                      attributes, surface());
     return static_cast<int>(rect.width) + 4;
 }
 
@@ -344,14 +344,14 @@ int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& at
 
 int CVBModuleView::drawSmallText(std::string_view text, const TextAttributes& attributes,
                                  const Rect& frame) {
-    surface().drawText(text, Rect{frame.x, frame.y, frame.width, 12}, attributes);
+    laidOutText_.draw(text, Rect{frame.x, frame.y, frame.width, 12}, attributes, surface());
     return static_cast<int>(frame.width) + 4;
 }
 
 double CVBModuleView::stableWidth(const std::string& key, std::string_view text,
                                   const TextAttributes& attributes) {
     const double widest = std::max(config[key].doubleValue(),
-                                   std::ceil(surface().measureText(text, attributes).width));
+                                   std::ceil(laidOutText_.width(text, attributes, surface())));
     config.set(key, widest);
     return widest;
 }
@@ -502,6 +502,7 @@ void CVBModuleView::resetCache() {
     imageCache_.clear();
     uncached_.reset();
     textCache_.clear();
+    laidOutText_.clear();
 }
 
 } // namespace corvane

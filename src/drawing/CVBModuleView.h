@@ -5,6 +5,7 @@
 #include "drawing/Path.h"
 #include "drawing/Surface.h"
 #include "drawing/TextAttributes.h"
+#include "drawing/TextCache.h"
 #include "foundation/Color.h"
 #include "foundation/Value.h"
 
@@ -160,6 +161,7 @@ private:
     std::map<std::string, std::shared_ptr<Image>> imageCache_;
     std::shared_ptr<Image> uncached_;
     std::map<std::string, TextAttributes> textCache_;
+    mutable TextCache laidOutText_;
 };
 
 } // namespace corvane

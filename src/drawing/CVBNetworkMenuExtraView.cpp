@@ -201,10 +201,30 @@ int CVBNetworkMenuExtraView::drawVPN(int offset) {
 }
 
 HistoryGraph CVBNetworkMenuExtraView::history() const {
+    const int width = static_cast<int>(context().integer("Network_GraphWidth"));
+    HistoryGraph graph = rateHistory(0, std::clamp(width, 1, kMaximumColumns), 1,
+                                     "Network_GraphUpload", "Network_GraphDownload");
+    graph.width = width;
+    return graph;
+}
+
+HistoryGraph CVBNetworkMenuExtraView::dropdownHistory(int tier, int columns,
+                                                      std::int64_t perColumn) const {
+    const auto chosen = [this](const char* dropdownKey, const char* panelKey) {
+        return context().object(dropdownKey).isNull() ? panelKey : dropdownKey;
+    };
+    return rateHistory(tier, columns, perColumn,
+                       chosen("Network_DropdownGraphUpload", "Network_GraphUpload"),
+                       chosen("Network_DropdownGraphDownload", "Network_GraphDownload"));
+}
+
+HistoryGraph CVBNetworkMenuExtraView::rateHistory(int tier, int columns, std::int64_t perColumn,
+                                                  const char* uploadKey,
+                                                  const char* downloadKey) const {
     HistoryGraph graph;
-    graph.width = static_cast<int>(context().integer("Network_GraphWidth"));
-    graph.colors = {fillColorForGraph2(context(), "Network_GraphUpload", 1),
-                    fillColorForGraph2(context(), "Network_GraphDownload", 0)};
+    graph.width = columns;
+    graph.colors = {fillColorForGraph2(context(), uploadKey, 1),
+                    fillColorForGraph2(context(), downloadKey, 0)};
     graph.showBackground = context().boolean("Network_GraphShowBackground");
     const std::vector<Rect> bands{Rect{2, 11, 0, 8}, Rect{2, 3, 0, 8}};
     switch (context().integer("Network_GraphMode")) {
@@ -224,22 +244,30 @@ HistoryGraph CVBNetworkMenuExtraView::history() const {
         graph.strokeOnly = true;
         break;
     }
-    const int columns = std::clamp(graph.width, 1, kMaximumColumns);
     const auto services = network_.services();
+    perColumn = std::max<std::int64_t>(1, perColumn);
     double peak = 0;
-    for (int i = 0; i < columns; ++i) {
+    for (int column = 0; column < columns; ++column) {
         double upload = 0, download = 0;
-        bool any = false;
-        for (const auto& item : services) {
-            const statsample s = item->sampleAtIndex(i, 0);
-            if (s.sampleID == 0 || !s.values)
-                continue;
-            any = true;
-            upload += finiteOr0(s.values[NetworkStatCollectorItem::Upload]);
-            download += finiteOr0(s.values[NetworkStatCollectorItem::Download]);
+        std::int64_t counted = 0;
+        for (std::int64_t i = column * perColumn; i < (column + 1) * perColumn; ++i) {
+            bool any = false;
+            for (const auto& item : services) {
+                const statsample s = item->sampleAtIndex(i, tier);
+                if (s.sampleID == 0 || !s.values)
+                    continue;
+                any = true;
+                upload += finiteOr0(s.values[NetworkStatCollectorItem::Upload]);
+                download += finiteOr0(s.values[NetworkStatCollectorItem::Download]);
+            }
+            if (!any)
+                break;
+            ++counted;
         }
-        if (!any)
+        if (counted == 0)
             break;
+        upload /= static_cast<double>(counted);
+        download /= static_cast<double>(counted);
         peak = std::max({peak, upload, download});
         graph.samples.push_back({upload, download});
     }

@@ -34,7 +34,12 @@ public:
     std::vector<NetworkStatCollector::NetworkItem> activeCollectors() const;
     // Download and upload bytes a second over the active collectors.
     std::pair<double, double> rates() const;
+    // The panel's graph: the newest samples, one a column, "Network_GraphWidth" wide.
     HistoryGraph history() const;
+    // The dropdown's graph: upload and download across a tier's ring, each column the mean
+    // rate of `perColumn` samples, in the panel's bands and in the dropdown's colours where
+    // they are set.
+    HistoryGraph dropdownHistory(int tier, int columns, std::int64_t perColumn) const;
 
 private:
     int drawEntry(const Value& mode, int offset);
@@ -42,6 +47,9 @@ private:
     int drawSigns(bool arrows, int offset);
     int drawStatus(int offset);
     int drawVPN(int offset);
+    // Upload over download, scaled to the highest column.
+    HistoryGraph rateHistory(int tier, int columns, std::int64_t perColumn, const char* uploadKey,
+                             const char* downloadKey) const;
 
     NetworkStatCollector& network_;
     std::function<std::optional<bool>()> internet_;

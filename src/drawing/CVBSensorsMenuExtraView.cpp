@@ -1,10 +1,12 @@
 #include "drawing/CVBSensorsMenuExtraView.h"
 
 #include "collectors/sensors/SensorsStatCollector.h"
+#include "drawing/GraphColors.h"
 #include "drawing/ModuleText.h"
 #include "text/SensorFormatters.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace corvane {
 
@@ -64,6 +66,58 @@ std::vector<CVBSensorsMenuExtraView::Shown> CVBSensorsMenuExtraView::menubarSens
         shown.push_back({std::move(item), record});
     }
     return shown;
+}
+
+HistoryGraph CVBSensorsMenuExtraView::dropdownHistory(int tier, int columns,
+                                                      std::int64_t perColumn) const {
+    HistoryGraph graph;
+    graph.width = std::clamp(columns, 1, kMaximumColumns);
+    graph.strokeOnly = true;
+    perColumn = std::max<std::int64_t>(1, perColumn);
+    auto shown = menubarSensors();
+    if (shown.size() > kGraphedSensors)
+        shown.resize(kGraphedSensors);
+    std::vector<std::vector<double>> lines; // by sensor, newest first
+    for (const auto& [item, record] : shown) {
+        std::vector<double> line;
+        for (int column = 0; column < graph.width; ++column) {
+            double sum = 0;
+            std::int64_t counted = 0;
+            for (std::int64_t i = column * perColumn; i < (column + 1) * perColumn; ++i) {
+                const statsample s = item->sampleAtIndex(i, tier);
+                if (s.sampleID == 0 || !s.values)
+                    break;
+                if (s.empty || !std::isfinite(s.values[0]))
+                    continue;
+                sum += s.values[0];
+                ++counted;
+            }
+            if (counted == 0)
+                break;
+            line.push_back(sum / static_cast<double>(counted));
+        }
+        double low = item->low, high = item->high;
+        if (!item->hasFixedLimits && !line.empty()) {
+            const auto [least, most] = std::minmax_element(line.begin(), line.end());
+            low = *least;
+            high = *most;
+        }
+        for (double& value : line)
+            value = high > low ? std::clamp((value - low) / (high - low), 0.0, 1.0) : 0.5;
+        lines.push_back(std::move(line));
+        graph.colors.push_back(
+            fillColorForGraph2(context(), {}, static_cast<std::int64_t>(graph.colors.size())));
+    }
+    std::size_t length = 0;
+    for (const auto& line : lines)
+        length = std::max(length, line.size());
+    for (std::size_t column = 0; column < length; ++column) {
+        std::vector<double> values;
+        for (const auto& line : lines)
+            values.push_back(column < line.size() ? line[column] : 0);
+        graph.samples.push_back(std::move(values));
+    }
+    return graph;
 }
 
 void CVBSensorsMenuExtraView::resetSavedWidths() {

@@ -32,6 +32,11 @@ public:
     std::vector<Shown> menubarSensors() const;
     // Forgets every remembered text width, so the item may shrink.
     void resetSavedWidths();
+    // The dropdown's graph of the panel's sensors (at most `kGraphedSensors`), one line each
+    // over a tier's ring with `perColumn` samples averaged in each of `columns`; a sensor runs
+    // between its fixed limits, else between the lowest and highest value in the picture.
+    static constexpr std::size_t kGraphedSensors = 3;
+    HistoryGraph dropdownHistory(int tier, int columns, std::int64_t perColumn) const;
 
 private:
     int drawEntry(const Value& entry, const std::vector<Shown>& shown, int offset);

@@ -148,9 +148,12 @@ void CVBTimeMenuExtraView::prepareTimeCache(const Value& locations) {
     lastMinutes_ = -1;
 }
 
+// One view can draw for a light and a dark panel, and at two scales, within one minute (a
+// preview does): each keeps its own picture.
 std::string CVBTimeMenuExtraView::imageKey(int flash) const {
     return std::string("time-image-cache-") + (flash == 1 ? "on" : "off") +
-           (isMenuDown ? "-down" : "");
+           (isMenuDown ? "-down" : "") + (context().dark ? "-dark" : "") + "@" +
+           std::to_string(context().scale);
 }
 
 int CVBTimeMenuExtraView::drawTimeAtOffset(int offset, double time, int flash,

@@ -4,6 +4,7 @@
 #include "foundation/GLibHandles.h"
 #include "foundation/Log.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -179,6 +180,60 @@ Size Surface::measureText(std::string_view text, const TextAttributes& attribute
     pango_layout_get_extents(layout.get(), nullptr, &logical);
     return {static_cast<double>(logical.width) / PANGO_SCALE,
             static_cast<double>(logical.height) / PANGO_SCALE};
+}
+
+Surface::TextPicture Surface::textPicture(std::string_view text, double width,
+                                          const TextAttributes& attributes) const {
+    const GObjectRef<PangoLayout> layout = makeLayout(cairo(), text, attributes, width);
+    PangoRectangle ink{}, logical{};
+    pango_layout_get_extents(layout.get(), &ink, &logical);
+    // The box of everything drawn, in the layout's points (y down from its top), with a pixel
+    // of room for the smoothed edges, on the pixel grid.
+    const double s = scale_;
+    const auto points = [](int units) { return static_cast<double>(units) / PANGO_SCALE; };
+    const double left = std::floor(points(std::min(ink.x, logical.x)) * s - 1) / s;
+    const double top = std::floor(points(std::min(ink.y, logical.y)) * s - 1) / s;
+    const double right =
+        std::ceil(points(std::max(ink.x + ink.width, logical.x + logical.width)) * s + 1) / s;
+    const double bottom =
+        std::ceil((points(std::max(ink.y + ink.height, logical.y + logical.height)) +
+                   (attributes.shadow ? 1 : 0)) *
+                      s +
+                  1) /
+        s;
+    TextPicture picture{Image(right - left, bottom - top, s), Point{left, -bottom}};
+    const CairoContext cr(cairo_create(picture.image.cairoSurface()));
+    cairo_scale(cr.get(), s, s);
+    cairo_translate(cr.get(), -left, -top);
+    pango_cairo_update_layout(cr.get(), layout.get());
+    if (attributes.shadow) {
+        const Color& c = *attributes.shadow;
+        cairo_set_source_rgba(cr.get(), c.red, c.green, c.blue, c.alpha);
+        cairo_move_to(cr.get(), 0, 1);
+        pango_cairo_show_layout(cr.get(), layout.get());
+    }
+    const Color& c = attributes.color;
+    cairo_set_source_rgba(cr.get(), c.red, c.green, c.blue, c.alpha);
+    cairo_move_to(cr.get(), 0, 0);
+    pango_cairo_show_layout(cr.get(), layout.get());
+    return picture;
+}
+
+void Surface::drawTextPicture(const TextPicture& picture, const Rect& in) {
+    drawImage(picture.image, {in.x + picture.offset.x, in.maxY() + picture.offset.y});
+}
+
+bool Surface::onWholePixels(const Rect& in) const {
+    const auto whole = [](double v) { return std::abs(v - std::round(v)) < 1e-6; };
+    // Turned, stretched or moved by parts of a pixel, the text would fall on the pixels
+    // differently from its picture.
+    cairo_matrix_t m;
+    cairo_get_matrix(cairo(), &m);
+    if (m.xy != 0 || m.yx != 0 || m.xx != scale_ || m.yy != -scale_)
+        return false;
+    double x = in.x, y = in.maxY();
+    cairo_user_to_device(cairo(), &x, &y);
+    return whole(x) && whole(y);
 }
 
 void Surface::translate(double dx, double dy) {

@@ -51,6 +51,20 @@ public:
     void drawText(std::string_view text, const Rect& in, const TextAttributes& attributes);
     Size measureText(std::string_view text, const TextAttributes& attributes) const;
 
+    // A text of drawText drawn once into a picture of its own, to be drawn again at no cost
+    // of laying it out. `offset` places the picture's bottom left corner from the top left
+    // corner of the rectangle the text is laid out in.
+    struct TextPicture {
+        Image image;
+        Point offset;
+    };
+    TextPicture textPicture(std::string_view text, double width,
+                            const TextAttributes& attributes) const;
+    // Draws the picture where drawText would draw its text; only where the rectangle's top
+    // left corner falls on whole pixels is that exactly the same.
+    void drawTextPicture(const TextPicture& picture, const Rect& in);
+    bool onWholePixels(const Rect& in) const;
+
     void translate(double dx, double dy);
     void scale(double sx, double sy);
     void rotate(double degrees);

@@ -65,8 +65,8 @@ struct DaemonService::Call {
 };
 
 Value LoggedPrivilegedActions::perform(const std::string& message, const Value& argument) {
-    CVBLog("Daemon: %s %s accepted; this build does not change fans or networks yet",
-           message.c_str(), argument.description().c_str());
+    CVBLog("Daemon: %s %s accepted; this build does not change fans yet", message.c_str(),
+           argument.description().c_str());
     return Value::dict();
 }
 

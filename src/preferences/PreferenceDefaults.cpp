@@ -263,17 +263,19 @@ void addTimeAndWeather(Table& t, const DefaultsContext& c) {
              0);
     t.setAll({"Time_CLockSortCurrentLocationFirst", "Time_DropdownCityLayout"}, 1);
     t.set("Time_WeekNumberFormat", c.metricSystem ? 1 : 0);
-    t.set(
-        "Time_Cities",
-        Value::array({Value::dict({{"identifier", "-6"}, {"city", "Moon"}}),
-                      Value::dict({{"identifier", "-7"}, {"city", "Current Location"}}),
-                      city("5128581", "New York City", "New York", "United States", "40.71427",
-                           "-74.00597", "America/New_York"),
-                      city("2643743", "London", "England", "United Kingdom", "51.50853", "-0.12574",
-                           "Europe/London"),
-                      city("2988507", "Paris", "", "France", "48.85341", "2.3488", "Europe/Paris"),
-                      city("2147714", "Sydney", "New South Wales", "Australia", "-33.86785",
-                           "151.20732", "Australia/Sydney")}));
+    // The identifiers are those the cities database gives these cities (a hash of name, state,
+    // country code and position), not GeoNames numbers, which the database does not carry.
+    t.set("Time_Cities",
+          Value::array({Value::dict({{"identifier", "-6"}, {"city", "Moon"}}),
+                        Value::dict({{"identifier", "-7"}, {"city", "Current Location"}}),
+                        city("4871619128112106", "New York City", "New York", "United States",
+                             "40.71427", "-74.00597", "America/New_York"),
+                        city("6471135418507388", "London", "England", "United Kingdom", "51.50853",
+                             "-0.12574", "Europe/London"),
+                        city("3966007305494433", "Paris", "", "France", "48.85341", "2.3488",
+                             "Europe/Paris"),
+                        city("2817829007904360", "Sydney", "New South Wales", "Australia",
+                             "-33.86785", "151.20732", "Australia/Sydney")}));
     const std::string hour = hourFieldForPattern(c.shortTimePattern);
     t.set("Time_DropdownFormat", hour == "hh" ? Value::array({"hh", ":", "mm", " ", "a"})
                                               : Value::array({hour, ":", "mm"}));

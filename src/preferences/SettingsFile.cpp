@@ -32,12 +32,14 @@ const KeySet kNotExported{
     "Network_HiddenIBridge", "Sensors-Limits",           "_mac_id",          "SensorsSliderSet",
     "Sensors_MenubarItems",  "Network_PrimaryInterface", "FilteringNetwork", "FilteringSensors",
     "FilteringDisks",        "FanControl_DefaultSet",
+    "Sensors_Names", // names given to this machine's own sensors
 };
 
 // What an import leaves as it is on this machine.
 const KeySet kKeptOnImport{
     "Network_HiddenIBridge", "_mac_id",          "SensorsSliderSet", "Network_PrimaryInterface",
     "FilteringNetwork",      "FilteringSensors", "FilteringDisks",   "FanControl_DefaultSet",
+    "Sensors_Names",
 };
 
 // "%.2f" without the user's locale, which might write "6,72".

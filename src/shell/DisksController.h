@@ -5,6 +5,7 @@
 
 namespace corvane {
 
+class CVBPreferences;
 class DistributedNotificationCenter;
 
 // Disk space and activity.
@@ -36,6 +37,43 @@ public:
 private:
     DiskManager& manager_;
     DistributedNotificationCenter* center_;
+};
+
+// The page's choices of volumes: which the panel item shows ("Disks_MenubarItems") and which
+// volumes and disks' activity the dropdown leaves out ("FilteringDisks" by volume key,
+// "FilteringDiskActivity" by whole-disk name). Each change is stored and announced; each
+// setter answers false when nothing could be stored.
+class DiskChoices {
+public:
+    // `bus` null: stored without telling anyone.
+    DiskChoices(CVBPreferences& preferences, DiskManager& manager,
+                DistributedNotificationCenter* bus = nullptr)
+        : preferences_(preferences)
+        , manager_(manager)
+        , bus_(bus) {}
+
+    // Nothing stored means the boot volume, as the panel item reads it.
+    bool inPanel(const std::string& key);
+    // The panel item keeps at least one volume: turning off the last one is refused.
+    bool setInPanel(const std::string& key, bool shown);
+    bool volumeShown(const std::string& key);
+    bool setVolumeShown(const std::string& key, bool shown);
+    bool activityShown(const std::string& disk);
+    bool setActivityShown(const std::string& disk, bool shown);
+    // Both lists emptied, and one notice for each.
+    bool resetFiltering();
+
+private:
+    // The stored entries, or the boot volume's where none are stored, as the item shows them.
+    Value panelEntries();
+    std::string entryKey(const Value& entry) const;
+    bool store(const Value& value, const char* key);
+    bool setListed(const char* key, const std::string& entry, bool listed);
+    void post(const char* key);
+
+    CVBPreferences& preferences_;
+    DiskManager& manager_;
+    DistributedNotificationCenter* bus_;
 };
 
 } // namespace corvane

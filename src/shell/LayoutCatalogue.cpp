@@ -92,7 +92,7 @@ const std::vector<SectionRow>& sectionRows() {
          "NetworkDrawing",
          "Network_MenubarMode",
          "key",
-         false,
+         true,
          {LayoutCatalogue::kMenubarSpacerItem},
          {{0, "NetworkText", "Bandwidth Text"},
           {1, "NetworkGraph", "History Graph"},

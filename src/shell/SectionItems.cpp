@@ -7,6 +7,7 @@
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "collectors/network/NetworkStatCollectorLinux.h"
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "collectors/weather/WeatherStatCollector.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "drawing/CVBCPUMenuExtraView.h"
 #include "drawing/CVBDisksMenuExtraView.h"
@@ -14,13 +15,38 @@
 #include "drawing/CVBNetworkMenuExtraView.h"
 #include "drawing/CVBSensorsMenuExtraView.h"
 #include "drawing/CVBTimeMenuExtraView.h"
+#include "drawing/CVBWeatherMenuExtraView.h"
 #include "foundation/MainQueue.h"
 
 namespace corvane {
 
 std::vector<std::string> sectionItemNames() {
-    return {"cpu", "memory", "disks", "network", "sensors", "battery", "time"};
+    return {"cpu", "memory", "disks", "network", "sensors", "battery", "time", "weather"};
 }
+
+namespace {
+
+// The weather item on the process's forecast: it takes the newest record when it draws.
+class FollowingWeatherView final : public CVBWeatherMenuExtraView {
+public:
+    FollowingWeatherView(const DrawingContext& drawing, const WeatherStatCollector& weather)
+        : CVBWeatherMenuExtraView(drawing)
+        , weather_(weather) {}
+
+    int drawAtOffset(int offset) override {
+        if (weather_.changeCount() != shown_) {
+            shown_ = weather_.changeCount();
+            setForecast(weather_.record());
+        }
+        return CVBWeatherMenuExtraView::drawAtOffset(offset);
+    }
+
+private:
+    const WeatherStatCollector& weather_;
+    std::uint64_t shown_ = ~std::uint64_t(0);
+};
+
+} // namespace
 
 std::optional<SectionItem> makeSectionItem(std::string_view section, const EngineContext& context,
                                            const DrawingContext& drawing,
@@ -79,6 +105,11 @@ std::optional<SectionItem> makeSectionItem(std::string_view section, const Engin
         auto* clock = view.get();
         return SectionItem{[clock] { clock->update(); }, std::move(view)};
     }
+    if (section == "weather") {
+        // Fetching is the status program's (StatusCollectors); others show what it kept.
+        auto& weather = WeatherStatCollector::sharedWeatherCollector(context);
+        return SectionItem{[] {}, std::make_unique<FollowingWeatherView>(drawing, weather)};
+    }
     return std::nullopt;
 }
 
@@ -90,6 +121,7 @@ void cleanupSectionItems() {
     NetworkStatCollectorLinux::cleanupShared();
     BatteryStatCollectorLinux::cleanupShared();
     SensorsStatCollectorLinux::cleanupShared();
+    WeatherStatCollector::cleanupShared();
 }
 
 } // namespace corvane

@@ -1,6 +1,7 @@
 #include "shell/SensorsController.h"
 
 #include "collectors/sensors/SensorsStatCollector.h"
+#include "collectors/sensors/SensorsStatus.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "preferences/CVBPreferences.h"
 #include "shell/SectionManager.h"
@@ -12,7 +13,7 @@ namespace corvane {
 namespace {
 
 constexpr const char* kMenubarItems = "Sensors_MenubarItems";
-constexpr const char* kHidden = "FilteringSensors";
+constexpr const char* kHidden = kHiddenSensorsKey;
 
 bool listed(const Value& list, const std::string& key) {
     const auto& items = list.arrayItems();
@@ -39,13 +40,14 @@ std::vector<SensorPageRow> SensorsList::rows() {
             continue;
         if (sensor->sensorType != type) {
             type = sensor->sensorType;
-            rows.push_back({headingForSensorType(*type), nullptr});
+            rows.push_back({headingForSensorType(*type), nullptr, {}});
         }
         const auto& items = shown.arrayItems();
         const bool inPanel = std::any_of(items.begin(), items.end(), [&](const Value& record) {
             return record["key"].stringValue() == sensor->key();
         });
-        rows.push_back({"", sensor, listed(hidden, sensor->key()), inPanel});
+        rows.push_back({"", sensor, shownSensorName(preferences_, *sensor),
+                        listed(hidden, sensor->key()), inPanel});
     }
     return rows;
 }
@@ -122,6 +124,18 @@ bool SensorsList::setHidden(const std::string& key, bool hidden) {
     if (hidden)
         kept.append(Value(key));
     if (!preferences_.setObject(kept, kHidden))
+        return false;
+    post();
+    return true;
+}
+
+bool SensorsList::setName(const std::string& key, const std::string& name) {
+    Value names = preferences_.objectForKey(kSensorNamesKey);
+    if (!names.isDictionary())
+        names = Value::dict();
+    const bool blank = name.find_first_not_of(" \t\n") == std::string::npos;
+    names.set(key, blank ? Value() : Value(name));
+    if (!preferences_.setObject(names, kSensorNamesKey))
         return false;
     post();
     return true;

@@ -33,6 +33,7 @@ public:
 struct SensorPageRow {
     std::string heading; // empty on a sensor's line
     std::shared_ptr<SensorStatCollectorItem> sensor;
+    std::string name;     // the name the user gave it, else its own
     bool hidden = false;  // listed in "FilteringSensors"
     bool inPanel = false; // has a record in "Sensors_MenubarItems"
 };
@@ -63,6 +64,8 @@ public:
     bool setDecimals(const std::string& key, int decimals);
     bool setSuffix(const std::string& key, bool suffix);
     bool setHidden(const std::string& key, bool hidden);
+    // An empty or blank name gives the sensor its own name back.
+    bool setName(const std::string& key, const std::string& name);
 
 private:
     Value records();

@@ -1,6 +1,7 @@
 #include "status/DropdownBuilders.h"
 
 #include "clock/CVBDateAndTimeUtilities.h"
+#include "clock/LocationStatCollector.h"
 #include "clock/TimeDropdown.h"
 #include "collectors/battery/BatteryStatCollector.h"
 #include "collectors/battery/BatteryStatus.h"
@@ -9,7 +10,9 @@
 #include "collectors/memory/MemoryStatCollector.h"
 #include "collectors/memory/MemoryStatus.h"
 #include "collectors/network/NetworkStatus.h"
+#include "collectors/ping/PublicAddressFetcher.h"
 #include "collectors/sensors/SensorsStatus.h"
+#include "collectors/weather/ForecastWording.h"
 #include "drawing/CVBBatteryMenuExtraView.h"
 #include "foundation/MainQueue.h"
 #include "preferences/CVBPreferences.h"
@@ -45,10 +48,39 @@ std::unique_ptr<CVBDateAndTimeUtilities> clockUtilities(const TextContext& text)
 void addTimeRows(std::vector<DropdownRow>& rows, const TextContext& text) {
     const auto utilities = clockUtilities(text);
     rows.push_back(DropdownRow::header(utilities->localized("World Clocks")));
-    for (std::string& row : worldClockRows(*utilities, text.preferences.objectForKey("Time_Cities"),
-                                           text.preferences.objectForKey("Time_CityNames"),
-                                           SystemClock::shared().now()))
+    const Value cities = text.preferences.objectForKey("Time_Cities");
+    const double now = SystemClock::shared().now();
+    for (std::string& row :
+         worldClockRows(*utilities, cities, text.preferences.objectForKey("Time_CityNames"), now))
         rows.push_back(DropdownRow::textRow(std::move(row)));
+    const Value last =
+        text.preferences.userDefaults().copyValue(LocationStatCollector::kLastLocationKey);
+    if (const auto place = skyPlace(last, cities)) {
+        rows.push_back(DropdownRow::header(utilities->localized("Sun and Moon")));
+        for (std::string& row : skyRows(*utilities, *place, now))
+            rows.push_back(DropdownRow::textRow(std::move(row)));
+    }
+}
+
+// The forecast: now, today, the next hours and days, and whose figures they are.
+void addWeatherRows(std::vector<DropdownRow>& rows, const ForecastWording& w) {
+    rows.push_back(DropdownRow::header(w.place));
+    if (!w.now.empty())
+        rows.push_back(DropdownRow::textRow(w.now));
+    for (const auto& [label, value] : w.details)
+        rows.push_back(DropdownRow::textRow(label + ": " + value));
+    if (!w.hours.empty())
+        rows.push_back(DropdownRow::separator());
+    for (const auto& [hour, value] : w.hours)
+        rows.push_back(DropdownRow::textRow(hour + "  " + value));
+    if (!w.days.empty())
+        rows.push_back(DropdownRow::separator());
+    for (const auto& [day, value] : w.days)
+        rows.push_back(DropdownRow::textRow(day + "  " + value));
+    if (!w.note.empty())
+        rows.push_back(DropdownRow::textRow(w.note));
+    if (!w.attribution.empty())
+        rows.push_back(DropdownRow::textRow(w.attribution));
 }
 
 constexpr const char* kTable = "status";
@@ -117,8 +149,29 @@ std::string amountOf(const DropdownBuilders& builders, const std::string& part,
     return formattedString(formattedString(builders.translated("%@ of %@"), part), whole);
 }
 
+// Whether a list the user keeps ("FilteringDisks") names the entry.
+bool listed(CVBPreferences& preferences, const char* key, const std::string& entry) {
+    const auto& items = preferences.objectForKey(key).arrayItems();
+    return std::any_of(items.begin(), items.end(),
+                       [&](const Value& item) { return item.stringValue() == entry; });
+}
+
 std::size_t processCount(const TextContext& text, const char* key) {
     return static_cast<std::size_t>(std::clamp<std::int64_t>(text.integer(key), 0, kMostProcesses));
+}
+
+// Every service's newest rates added up, as `corvanebar net` shows them, without describing
+// each service as a dictionary every second.
+std::pair<double, double> totalRates(const NetworkStatCollector& network) {
+    double down = 0, up = 0;
+    for (const auto& service : network.services()) {
+        const statsample newest = service->sampleAtIndex(0, 0);
+        if (!newest.values || newest.sampleID == 0 || newest.empty)
+            continue;
+        down += newest.values[NetworkStatCollectorItem::Download];
+        up += newest.values[NetworkStatCollectorItem::Upload];
+    }
+    return {down, up};
 }
 
 } // namespace
@@ -129,6 +182,12 @@ std::string DropdownBuilders::translated(std::string_view key) const {
 
 std::string DropdownBuilders::valueRow(std::string_view label, const std::string& value) const {
     return translated(label) + ": " + value;
+}
+
+ForecastWording DropdownBuilders::weatherWording() const {
+    const WeatherUtilities units(text_, WeatherDefaultUnits::current());
+    return wordForecast(sources_.forecast ? sources_.forecast() : Value(), units,
+                        SystemClock::shared().now());
 }
 
 void DropdownBuilders::appendClosingRows(std::vector<DropdownRow>& rows) const {
@@ -165,12 +224,7 @@ ItemSummary DropdownBuilders::summary(std::string_view section) const {
             value = boot->storagePercentage;
     } else if (section == "network" && sources_.network) {
         // Rates, not a share: the label is the two rates and the picture stays empty.
-        const Value all = NetworkStatus(*sources_.network).dictionary();
-        double down = 0, up = 0;
-        for (const Value& service : all["services"].arrayItems()) {
-            down += service["download"].doubleValue();
-            up += service["upload"].doubleValue();
-        }
+        const auto [down, up] = totalRates(*sources_.network);
         s.label = formattedBandwidthFormatter(text_, false, down) + " / " +
                   formattedBandwidthFormatter(text_, false, up);
         s.labelGuide = s.label;
@@ -187,6 +241,13 @@ ItemSummary DropdownBuilders::summary(std::string_view section) const {
             s.fraction = std::clamp(shown[0]["percentage"].doubleValue(), 0.0, 1.0);
         s.labelGuide = s.label;
         s.tooltip = described(*this, "Sensors: %@", s.label);
+        s.accessibleDescription = s.tooltip;
+        return s;
+    } else if (section == "weather") {
+        const ForecastWording w = weatherWording();
+        s.label = w.now;
+        s.labelGuide = s.label;
+        s.tooltip = described(*this, "Weather: %@", w.empty ? w.note : w.place + " " + w.now);
         s.accessibleDescription = s.tooltip;
         return s;
     } else if (section == "battery") {
@@ -216,13 +277,15 @@ DropdownModel DropdownBuilders::dropdown(std::string_view section, const PanelPi
     else if (section == "battery")
         addBatteryRows(model.rows);
     else if (section == "disks")
-        addDiskRows(model.rows);
+        addDiskRows(model.rows, graph, period);
     else if (section == "network")
-        addNetworkRows(model.rows);
+        addNetworkRows(model.rows, graph, period);
     else if (section == "sensors")
-        addSensorRows(model.rows);
+        addSensorRows(model.rows, graph, period);
     else if (section == "time")
         addTimeRows(model.rows, text_);
+    else if (section == "weather")
+        addWeatherRows(model.rows, weatherWording());
     appendClosingRows(model.rows);
     return model;
 }
@@ -342,15 +405,28 @@ void DropdownBuilders::addBatteryRows(std::vector<DropdownRow>& rows) const {
 }
 
 // Every sensor under its heading: value, limits and the extremes seen.
-void DropdownBuilders::addSensorRows(std::vector<DropdownRow>& rows) const {
+void DropdownBuilders::addGraphRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                                    const GraphPeriod& period) const {
+    if (graph.empty())
+        return;
+    rows.push_back(DropdownRow::pictureRow(graph, translated(period.name)));
+    rows.push_back(DropdownRow::actionRow(valueRow("History", translated(period.name)),
+                                          kNextGraphPeriodAction));
+}
+
+void DropdownBuilders::addSensorRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                                     const GraphPeriod& period) const {
     if (!sources_.sensors)
         return;
     const Value all =
         SensorsStatus(*sources_.sensors, text_, SensorsStatus::Scope::all).dictionary();
     if (all.arrayItems().empty())
         rows.push_back(DropdownRow::textRow(translated("No sensors were found")));
+    addGraphRows(rows, graph, period);
     std::optional<std::string> heading;
     for (const Value& sensor : all.arrayItems()) {
+        if (sensor["hidden"].boolValue())
+            continue;
         if (sensor["heading"].stringValue() != heading) {
             heading = sensor["heading"].stringValue();
             rows.push_back(DropdownRow::header(translated(*heading)));
@@ -368,7 +444,8 @@ void DropdownBuilders::addSensorRows(std::vector<DropdownRow>& rows) const {
 }
 
 // Each group of volumes with their space, then the disks' rates.
-void DropdownBuilders::addDiskRows(std::vector<DropdownRow>& rows) const {
+void DropdownBuilders::addDiskRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                                   const GraphPeriod& period) const {
     if (!sources_.disks || sources_.disks->stucture().empty()) {
         rows.push_back(DropdownRow::header(translated("Disks")));
         rows.push_back(DropdownRow::textRow(translated("No disks")));
@@ -382,6 +459,8 @@ void DropdownBuilders::addDiskRows(std::vector<DropdownRow>& rows) const {
                                            : named                      ? *group.physicalDiskName
                                                                         : group.bsd));
         for (const DiskStructurePartition& partition : group.partitions) {
+            if (listed(text_.preferences, "FilteringDisks", partition.key))
+                continue;
             const DiskStatCollectorItem& volume = *partition.collector;
             if (!volume.hasSizes) {
                 rows.push_back(DropdownRow::textRow(printable(volume.name)));
@@ -398,15 +477,18 @@ void DropdownBuilders::addDiskRows(std::vector<DropdownRow>& rows) const {
     if (disks.empty())
         return;
     rows.push_back(DropdownRow::header(translated("Activity")));
+    addGraphRows(rows, graph, period);
     for (const auto& disk : disks)
-        rows.push_back(
-            DropdownRow::textRow(printable(disk->name) + ": " +
-                                 valueRow("Read", formattedDiskActivity(text_, disk->read)) + "  " +
-                                 valueRow("Write", formattedDiskActivity(text_, disk->write))));
+        if (!listed(text_.preferences, "FilteringDiskActivity", disk->key()))
+            rows.push_back(DropdownRow::textRow(
+                printable(disk->name) + ": " +
+                valueRow("Read", formattedDiskActivity(text_, disk->read)) + "  " +
+                valueRow("Write", formattedDiskActivity(text_, disk->write))));
 }
 
 // Each service with its addresses, router, DNS, link and rates, then this period's totals.
-void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows) const {
+void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                                      const GraphPeriod& period) const {
     const Value all = sources_.network ? NetworkStatus(*sources_.network).dictionary() : Value();
     if (all["services"].empty()) {
         rows.push_back(DropdownRow::header(translated("Network")));
@@ -419,8 +501,14 @@ void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows) const {
             text += (text.empty() ? "" : ", ") + printable(item.stringValue());
         return text;
     };
+    const bool showBSD = text_.preferences.objectForKey("Network_ShowBSD").boolValue();
     for (const Value& s : all["services"].arrayItems()) {
-        rows.push_back(DropdownRow::header(printable(s["name"].stringValue())));
+        if (listed(text_.preferences, "FilteringNetwork", s["service"].stringValue()))
+            continue;
+        std::string name = printable(s["name"].stringValue());
+        if (showBSD && !s["interface"].stringValue().empty())
+            name += " (" + printable(s["interface"].stringValue()) + ")";
+        rows.push_back(DropdownRow::header(name));
         for (const char* key : {"ipv4", "ipv6", "subnet", "dnsIPV4", "dnsIPV6"}) {
             static const std::map<std::string_view, std::string_view> labels{
                 {"ipv4", "IPv4"},
@@ -444,15 +532,29 @@ void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows) const {
                 "  " +
                 valueRow("Upload", formattedBandwidth(text_, false, s["upload"].doubleValue()))));
     }
+    if (sources_.publicAddress &&
+        PublicAddressFetcher::shownWith(
+            text_.preferences.objectForKey("Network_DropdownOrderDisabled").stringValue())) {
+        const std::string address = sources_.publicAddress()["address"].stringValue();
+        rows.push_back(DropdownRow::header(translated("Public IP Address")));
+        rows.push_back(
+            DropdownRow::textRow(address.empty() ? translated("Unknown") : printable(address)));
+    }
+    if (!graph.empty()) {
+        rows.push_back(DropdownRow::header(translated("Bandwidth")));
+        rows.push_back(DropdownRow::pictureRow(graph, translated(period.name)));
+        rows.push_back(DropdownRow::actionRow(valueRow("History", translated(period.name)),
+                                              kNextGraphPeriodAction));
+    }
     const auto& periods = sources_.network->bandwidthItems();
     if (periods.empty())
         return;
     rows.push_back(DropdownRow::header(translated("Data Used")));
-    for (const auto& [name, period] : periods)
+    for (const auto& [name, used] : periods)
         rows.push_back(DropdownRow::textRow(
             printable(name) + ": " +
-            valueRow("Download", formattedSpace(text_, period.downloadBytes())) + "  " +
-            valueRow("Upload", formattedSpace(text_, period.uploadBytes()))));
+            valueRow("Download", formattedSpace(text_, used.downloadBytes())) + "  " +
+            valueRow("Upload", formattedSpace(text_, used.uploadBytes()))));
 }
 
 void DropdownBuilders::addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const {

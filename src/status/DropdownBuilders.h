@@ -5,6 +5,7 @@
 #include "text/TextContext.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@ namespace corvane {
 class BatteryStatCollector;
 class CPUStatCollector;
 class DiskManager;
+struct ForecastWording;
 class LoadStatCollector;
 class MemoryStatCollector;
 class NetworkStatCollector;
@@ -35,6 +37,10 @@ struct ItemSources {
     NetworkStatCollector* network = nullptr;
     // The sensors, where the program reads them.
     SensorsStatCollector* sensors = nullptr;
+    // The public address as last fetched ({"address": ...}), where the program asks it.
+    std::function<Value()> publicAddress = {};
+    // The forecast record as last fetched, where the program follows one.
+    std::function<Value()> forecast = {};
 };
 
 // What an item says besides its picture: its value as text for panels that show text, and
@@ -71,7 +77,8 @@ public:
     ItemSummary summary(std::string_view section) const;
 
     // The rows of the section's dropdown, ending with the rows every dropdown ends with.
-    // `graph` is the processor's history picture, shown when not empty, over `period`.
+    // `graph` is the processor's or the network's history picture, shown when not empty,
+    // over `period`.
     DropdownModel dropdown(std::string_view section, const PanelPicture& graph = {},
                            const GraphPeriod& period = kGraphPeriods[0]) const;
 
@@ -87,11 +94,18 @@ private:
                           const GraphPeriod& period) const;
     void addMemoryRows(std::vector<DropdownRow>& rows) const;
     void addBatteryRows(std::vector<DropdownRow>& rows) const;
-    void addDiskRows(std::vector<DropdownRow>& rows) const;
-    void addNetworkRows(std::vector<DropdownRow>& rows) const;
-    void addSensorRows(std::vector<DropdownRow>& rows) const;
+    void addDiskRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                     const GraphPeriod& period) const;
+    void addNetworkRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                        const GraphPeriod& period) const;
+    void addSensorRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                       const GraphPeriod& period) const;
+    // The history picture over its period and the row that moves it on, when there is one.
+    void addGraphRows(std::vector<DropdownRow>& rows, const PanelPicture& graph,
+                      const GraphPeriod& period) const;
     void addTopProcesses(std::vector<DropdownRow>& rows, bool byMemory) const;
     std::optional<double> uptimeSeconds() const;
+    ForecastWording weatherWording() const;
 
     ItemSources sources_;
     TextContext text_;

@@ -13,6 +13,29 @@ HeadlessWriter::HeadlessWriter(std::filesystem::path directory, std::function<do
     : directory_(std::move(directory))
     , time_(std::move(time)) {}
 
+namespace {
+
+// What the JSON tells of an item besides its picture's size.
+PanelItem textsOf(const PanelItem& item) {
+    PanelItem texts;
+    texts.title = item.title;
+    texts.label = item.label;
+    texts.labelGuide = item.labelGuide;
+    texts.tooltip = item.tooltip;
+    texts.accessibleDescription = item.accessibleDescription;
+    texts.dropdown = item.dropdown;
+    return texts;
+}
+
+bool sameTexts(const PanelItem& texts, const PanelItem& item) {
+    return texts.title == item.title && texts.label == item.label &&
+           texts.labelGuide == item.labelGuide && texts.tooltip == item.tooltip &&
+           texts.accessibleDescription == item.accessibleDescription &&
+           texts.dropdown == item.dropdown;
+}
+
+} // namespace
+
 Value HeadlessWriter::describe(const PanelItem& item, double time) {
     Value described = Value::dict({{"id", item.id},
                                    {"title", item.title},
@@ -49,6 +72,7 @@ void HeadlessWriter::removeFiles(const std::string& id) {
         }
     }
     pictures_.erase(id);
+    texts_.erase(id);
 }
 
 bool HeadlessWriter::write(const std::string& name, std::string_view bytes) {
@@ -56,6 +80,32 @@ bool HeadlessWriter::write(const std::string& name, std::string_view bytes) {
     if (!file)
         file = std::make_unique<FrequentlyWrittenFile>(directory_ / name);
     return file->write(bytes);
+}
+
+// An item that holds still is neither encoded nor written again: its files keep the time of the
+// frame that last changed it.
+bool HeadlessWriter::writeItem(const PanelItem& item, double time) {
+    bool ok = true;
+    bool changed = false;
+    if (const auto written = pictures_.find(item.id);
+        written == pictures_.end() || !(written->second == item.picture)) {
+        changed = true;
+        const auto png = pngBytes(item.picture);
+        ok = write(item.id + ".png",
+                   std::string_view(reinterpret_cast<const char*>(png.data()), png.size()));
+        if (ok)
+            pictures_[item.id] = item.picture;
+    }
+    auto last = texts_.find(item.id);
+    if (changed || last == texts_.end() || !sameTexts(last->second, item)) {
+        const bool written = write(item.id + ".json", toJson(describe(item, time), 2) + "\n");
+        if (written)
+            texts_.insert_or_assign(item.id, textsOf(item));
+        else if (last != texts_.end())
+            texts_.erase(last);
+        ok &= written;
+    }
+    return ok;
 }
 
 void HeadlessWriter::show(const std::vector<PanelItem>& items) {
@@ -68,20 +118,7 @@ void HeadlessWriter::show(const std::vector<PanelItem>& items) {
     bool failed = false;
     std::vector<std::string> shown;
     for (const auto& item : items) {
-        // A picture that holds still is neither encoded nor written again; the JSON is, as it
-        // tells the frame's time.
-        auto written = pictures_.find(item.id);
-        if (written == pictures_.end() || !(written->second == item.picture)) {
-            const auto png = pngBytes(item.picture);
-            const bool ok =
-                write(item.id + ".png",
-                      std::string_view(reinterpret_cast<const char*>(png.data()), png.size()));
-            failed |= !ok;
-            if (ok)
-                pictures_[item.id] = item.picture;
-        }
-        const std::string json = toJson(describe(item, time), 2) + "\n";
-        failed |= !write(item.id + ".json", json);
+        failed |= !writeItem(item, time);
         shown.push_back(item.id);
     }
     for (const auto& id : shown_) {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -18,7 +19,7 @@ namespace corvane {
 // half a file). The files of an item that goes are removed.
 class HeadlessWriter final : public PanelFrontEnd {
 public:
-    // `time` tells the second a frame stands for, written into the JSON.
+    // `time` tells the second a frame stands for, written into the JSON of an item that changed.
     HeadlessWriter(std::filesystem::path directory, std::function<double()> time);
     ~HeadlessWriter() override;
     HeadlessWriter(const HeadlessWriter&) = delete;
@@ -36,10 +37,12 @@ public:
 private:
     void removeFiles(const std::string& id);
     bool write(const std::string& name, std::string_view bytes);
+    bool writeItem(const PanelItem& item, double time);
     std::filesystem::path directory_;
     std::function<double()> time_;
     std::vector<std::string> shown_;
     std::unordered_map<std::string, PanelPicture> pictures_; // last written, by id
+    std::unordered_map<std::string, PanelItem> texts_;       // last written, without pictures
     std::unordered_map<std::string, std::unique_ptr<FrequentlyWrittenFile>> files_; // by name
     int frames_ = 0;
     bool warned_ = false;

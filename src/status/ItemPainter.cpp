@@ -2,7 +2,12 @@
 
 #include "collectors/cpu/CPUStatCollector.h"
 #include "collectors/cpu/CPUStatCollectorItem.h"
+#include "collectors/disks/DiskManager.h"
+#include "collectors/sensors/SensorsStatCollector.h"
+#include "drawing/CVBDisksMenuExtraView.h"
 #include "drawing/CVBModuleView.h"
+#include "drawing/CVBNetworkMenuExtraView.h"
+#include "drawing/CVBSensorsMenuExtraView.h"
 #include "drawing/GraphColors.h"
 #include "drawing/ItemRenderer.h"
 #include "drawing/Surface.h"
@@ -92,7 +97,35 @@ PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier,
         graph.samples.push_back({busy / counted / 100, user / counted / 100});
     }
     GraphView view(context);
-    Image image(kGraphColumns, Surface::kStripHeight, context.scale);
+    return graphPicture(view, graph, context);
+}
+
+PanelPicture ItemPainter::networkGraph(NetworkStatCollector& network, int tier,
+                                       const DrawingContext& context) {
+    const auto perColumn =
+        std::max<std::int64_t>(1, network.sampleIndex(tier).maximumSamples / kGraphColumns);
+    CVBNetworkMenuExtraView view(context, network);
+    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+}
+
+PanelPicture ItemPainter::disksGraph(DiskManager& disks, int tier, const DrawingContext& context) {
+    const auto perColumn = std::max<std::int64_t>(
+        1, disks.activity().sampleIndex(tier).maximumSamples / kGraphColumns);
+    CVBDisksMenuExtraView view(context, disks.disks(), disks.activity(), disks.info());
+    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+}
+
+PanelPicture ItemPainter::sensorsGraph(SensorsStatCollector& sensors, int tier,
+                                       const DrawingContext& context) {
+    const auto perColumn =
+        std::max<std::int64_t>(1, sensors.sampleIndex(tier).maximumSamples / kGraphColumns);
+    CVBSensorsMenuExtraView view(context, sensors);
+    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+}
+
+PanelPicture ItemPainter::graphPicture(CVBModuleView& view, const HistoryGraph& graph,
+                                       const DrawingContext& context) {
+    Image image(graph.width, Surface::kStripHeight, context.scale);
     Surface surface(image);
     view.setSurface(&surface);
     view.drawHistoryGraph(graph, 0);

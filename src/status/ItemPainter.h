@@ -6,8 +6,12 @@ namespace corvane {
 
 class CPUStatCollector;
 class CVBModuleView;
+class DiskManager;
+class SensorsStatCollector;
 struct DrawingContext;
 class Image;
+struct HistoryGraph;
+class NetworkStatCollector;
 struct ItemSummary;
 
 // Pictures of the items as the panel front ends take them.
@@ -24,6 +28,18 @@ public:
     static PanelPicture compactPicture(const ItemSummary& summary, const DrawingContext& context);
     // The processor's load over the tier's ring, user over system, `kGraphColumns` wide.
     static PanelPicture historyGraph(const CPUStatCollector& cpu, int tier,
+                                     const DrawingContext& context);
+
+    // The network's upload and download over the tier's ring, `kGraphColumns` wide.
+    static PanelPicture networkGraph(NetworkStatCollector& network, int tier,
+                                     const DrawingContext& context);
+    // The disks' read and write, and the panel's sensors, over the tier's ring, `kGraphColumns`
+    // wide.
+    static PanelPicture disksGraph(DiskManager& disks, int tier, const DrawingContext& context);
+    static PanelPicture sensorsGraph(SensorsStatCollector& sensors, int tier,
+                                     const DrawingContext& context);
+    // A history graph of a dropdown, `graph.width` wide, drawn by `view` (of that context).
+    static PanelPicture graphPicture(CVBModuleView& view, const HistoryGraph& graph,
                                      const DrawingContext& context);
 
     // A drawn image's pixels as a panel picture.

@@ -69,6 +69,8 @@ bool encodeRows(png_structp writer, png_infop info, const std::uint8_t* rgba, in
                  PNG_FILTER_TYPE_DEFAULT);
     // Pictures of a few kilobytes, written every second: speed before size.
     png_set_compression_level(writer, 1);
+    // A small hash table: the default one is cleared for every picture and dwarfs it.
+    png_set_compression_mem_level(writer, 1);
     png_set_filter(writer, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_write_info(writer, info);
     for (int y = 0; y < height; ++y)

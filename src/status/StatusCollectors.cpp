@@ -7,6 +7,7 @@
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "collectors/network/NetworkStatCollectorLinux.h"
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "collectors/weather/WeatherStatCollector.h"
 #include "foundation/Paths.h"
 #include "shell/SectionItems.h"
 
@@ -34,7 +35,9 @@ StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path histo
     , load_(prepared(LoadStatCollectorLinux::sharedLoadCollector(context_), historyDirectory))
     , memory_(prepared(MemoryStatCollectorLinux::sharedMemoryCollector(context_), historyDirectory))
     , battery_(
-          prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_), historyDirectory)) {
+          prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_), historyDirectory))
+    , ping_(queue) {
+    ping_.packets = HLVPing::kRunUntilCancelled;
     // No item or dropdown shows the number of processes.
     CPUStatCollectorLinux::sharedCPUCollector(context_).setCountsTasks(false);
     DiskSystem& disks = DiskSystem::shared(context_);
@@ -102,6 +105,16 @@ std::uint64_t StatusCollectors::sampleStamp(std::string_view section) const {
         return NetworkStatCollectorLinux::sharedNetworkCollector(context_).lastIDForType(0);
     if (section == "sensors")
         return SensorsStatCollectorLinux::sharedSensorCollector(context_).lastIDForType(0);
+    if (section == "weather") {
+        // Only while the item is shown: the check is cheap, fetches are seldom and run apart.
+        auto& weather = WeatherStatCollector::sharedWeatherCollector(context_);
+        // Asked afresh: the kept status waits for a change of the network to be worked out.
+        auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(context_);
+        weather.check(network.networkStatus() == 2);
+        // Day turns to night without a new record: a fresh picture each minute.
+        const auto minute = static_cast<std::uint64_t>(context_.queue.clock().now() / 60);
+        return weather.changeCount() + minute;
+    }
     return 0;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "collectors/ping/HLVPing.h"
 #include "engine/EngineContext.h"
 #include "engine/HistoryFiles.h"
 
@@ -46,6 +47,8 @@ public:
     LoadStatCollector& load() const { return load_; }
     MemoryStatCollector& memory() const { return memory_; }
     BatteryStatCollector& battery() const { return battery_; }
+    // The program's one ping, which runs until it is cancelled.
+    HLVPing& sharedPing() { return ping_; }
 
     // A number that changes whenever a collector that the section's item shows took a sample;
     // 0 for a section without one here.
@@ -60,6 +63,7 @@ private:
     LoadStatCollector& load_;
     MemoryStatCollector& memory_;
     BatteryStatCollector& battery_;
+    HLVPing ping_;
 };
 
 } // namespace corvane

@@ -4,8 +4,10 @@
 #include "collectors/disks/DiskSystem.h"
 #include "collectors/memory/MemoryStatCollector.h"
 #include "collectors/network/NetworkStatCollectorLinux.h"
+#include "collectors/ping/PublicAddressFetcher.h"
 #include "collectors/ping/ReachabilityCheck.h"
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "collectors/weather/WeatherStatCollector.h"
 #include "drawing/CVBModuleView.h"
 #include "drawing/Surface.h"
 #include "foundation/Log.h"
@@ -127,18 +129,27 @@ void StatusProgram::start() {
 void StatusProgram::startCycle() {
     collectors_ =
         std::make_unique<StatusCollectors>(beat_, options_.historyDirectory, services_.sleepWake);
+    if (options_.checkInternet)
+        publicAddress_ = std::make_unique<PublicAddressFetcher>(
+            services_.queue.clock(), PublicAddressFetcher::Settings{},
+            [this](const Value&) { redrawSoon(); });
     builders_ = std::make_unique<DropdownBuilders>(
         ItemSources{collectors_->cpu(), collectors_->load(), collectors_->memory(),
                     collectors_->battery(), processes_, options_.root,
                     &DiskSystem::shared(collectors_->context()).manager(),
                     &NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context()),
-                    &SensorsStatCollectorLinux::sharedSensorCollector(collectors_->context())},
+                    &SensorsStatCollectorLinux::sharedSensorCollector(collectors_->context()),
+                    publicAddressSource(),
+                    [context = &collectors_->context()] {
+                        return WeatherStatCollector::sharedWeatherCollector(*context).record();
+                    }},
         artwork_.text().with(CVBPreferences::sharedPreferences()));
     menubarDisks_ = std::make_unique<MenubarDisksKeeper>(
         DiskSystem::shared(collectors_->context()).manager(), &services_.center);
     if (options_.checkInternet)
         reachability_ = std::make_unique<ReachabilityCheck>(
-            services_.queue, [] { return CVBObjectForKey("Network_StatusAddress").stringValue(); },
+            services_.queue, collectors_->sharedPing(),
+            [] { return CVBObjectForKey("Network_StatusAddress").stringValue(); },
             [this](bool) { redrawSoon(); });
     collectors_->start();
     syncItems();
@@ -148,11 +159,12 @@ void StatusProgram::stopCycle() {
     items_.clear();
     reachability_.reset();
     reachabilityStatus_ = -1;
+    publicAddress_.reset();
+    publicNetwork_.clear();
     builders_.reset();
     menubarDisks_.reset();
     collectors_.reset();
-    graph_ = {};
-    graphStamp_.reset();
+    graphs_.clear();
 }
 
 // The panel's look as the settings follow it, read once for the frame.
@@ -224,8 +236,11 @@ void StatusProgram::frame() {
         services_.quit();
 }
 
-// The check pings while the network is connected and the dot is asked to show it.
+// The check pings while the network is connected and the dot is asked to show it. The
+// public address is asked again on a new network while the dropdown shows it.
 void StatusProgram::followReachability() {
+    if (publicAddress_)
+        followPublicAddress();
     if (!reachability_)
         return;
     const std::int64_t status =
@@ -236,6 +251,28 @@ void StatusProgram::followReachability() {
     if (status != reachabilityStatus_) {
         reachabilityStatus_ = status;
         reachability_->networkChanged(status);
+    }
+}
+
+std::function<Value()> StatusProgram::publicAddressSource() const {
+    if (!publicAddress_)
+        return {};
+    return [fetcher = publicAddress_.get()] { return fetcher->publicIPData(); };
+}
+
+void StatusProgram::followPublicAddress() {
+    auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context());
+    const auto primary = network.primaryInterfaceItem();
+    const bool shown = PublicAddressFetcher::shownWith(
+        CVBObjectForKey("Network_DropdownOrderDisabled").stringValue());
+    const bool online = shown && network.networkStatusValue() == 2;
+    const std::string now =
+        online ? network.primaryInterface() + " " + (primary ? primary->ipAddress() : "") : "";
+    if (now != publicNetwork_) {
+        publicNetwork_ = now;
+        publicAddress_->networkChanged(online);
+    } else if (online) {
+        publicAddress_->refresh();
     }
 }
 
@@ -310,21 +347,49 @@ bool StatusProgram::repaint(LiveItem& item) {
 
 void StatusProgram::buildDropdown(LiveItem& item, PanelItem& shown, bool sharp) {
     const std::string_view name = item.section->name;
-    if (name != "cpu") {
+    const EngineContext& engine = collectors_->context();
+    // The collector whose tier says when a section's graph changes, and how it is drawn.
+    StatCollector* stamped = nullptr;
+    std::function<PanelPicture(int, const DrawingContext&)> paint;
+    if (name == "cpu") {
+        stamped = &collectors_->cpu();
+        paint = [this](int tier, const DrawingContext& context) {
+            return ItemPainter::historyGraph(collectors_->cpu(), tier, context);
+        };
+    } else if (name == "network") {
+        auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(engine);
+        stamped = &network;
+        paint = [&network](int tier, const DrawingContext& context) {
+            return ItemPainter::networkGraph(network, tier, context);
+        };
+    } else if (name == "disks") {
+        auto& disks = DiskSystem::shared(engine).manager();
+        stamped = &disks.activity();
+        paint = [&disks](int tier, const DrawingContext& context) {
+            return ItemPainter::disksGraph(disks, tier, context);
+        };
+    } else if (name == "sensors") {
+        auto& sensors = SensorsStatCollectorLinux::sharedSensorCollector(engine);
+        stamped = &sensors;
+        paint = [&sensors](int tier, const DrawingContext& context) {
+            return ItemPainter::sensorsGraph(sensors, tier, context);
+        };
+    } else {
         shown.dropdown = builders_->dropdown(name);
         return;
     }
     const GraphPeriod& period = graphPeriod();
-    const std::uint64_t tierStamp = collectors_->cpu().lastIDForType(period.tier);
+    const std::uint64_t tierStamp = stamped->lastIDForType(period.tier);
     const double now = BeatQueue::steadySeconds();
-    if (!graphStamp_ ||
-        (*graphStamp_ != tierStamp && now - graphDrawnAt_ >= options_.processInterval)) {
-        graph_ = ItemPainter::historyGraph(collectors_->cpu(), period.tier,
-                                           drawingContext(sharp ? 2.0 : 1.0));
-        graphStamp_ = tierStamp;
-        graphDrawnAt_ = now;
+    DropdownGraph& graph = graphs_[std::string(name)];
+    if (!graph.stamp ||
+        (*graph.stamp != tierStamp && now - graph.drawnAt >= options_.processInterval)) {
+        const DrawingContext context = drawingContext(sharp ? 2.0 : 1.0);
+        graph.picture = paint(period.tier, context);
+        graph.stamp = tierStamp;
+        graph.drawnAt = now;
     }
-    shown.dropdown = builders_->dropdown(name, graph_, period);
+    shown.dropdown = builders_->dropdown(name, graph.picture, period);
 }
 
 // The process rows stand in the processor's and the memory's dropdowns.
@@ -374,8 +439,8 @@ void StatusProgram::sectionChanged(const StatusSection& section, const Value& us
         item->view->resetCache();
         item->dirty = true;
     }
-    if (section.name == "cpu")
-        graphStamp_.reset();
+    if (const auto graph = graphs_.find(section.name); graph != graphs_.end())
+        graphs_.erase(graph);
     redrawSoon();
 }
 
@@ -385,7 +450,7 @@ void StatusProgram::everythingChanged(const std::string& name) {
     }
     CVBPreferences::sharedPreferences().clearCache();
     readTrayStyle();
-    graphStamp_.reset();
+    graphs_.clear();
     rebuildItems();
     redrawSoon();
 }
@@ -395,7 +460,7 @@ void StatusProgram::themeChanged() {
         item->view->resetCache();
         item->dirty = true;
     }
-    graphStamp_.reset();
+    graphs_.clear();
     redrawSoon();
 }
 
@@ -460,9 +525,9 @@ void StatusProgram::nextGraphPeriod() {
     CVBSetIntegerForKey(next, kGraphPeriodKey);
     // The settings window keeps a cache of its own.
     services_.center.postNotificationName(kExternalChange);
-    graphStamp_.reset();
     for (auto& item : items_)
-        item->dirty |= item->section->name == "cpu";
+        item->dirty |= graphs_.contains(item->section->name);
+    graphs_.clear();
     redrawSoon();
 }
 

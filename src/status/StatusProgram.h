@@ -15,12 +15,14 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace corvane {
 
+class PublicAddressFetcher;
 class ReachabilityCheck;
 
 class CVBModuleView;
@@ -50,8 +52,9 @@ public:
         // Headless: keep every dropdown's rows live and write them, as if all were open.
         bool dropdowns = false;
         SysRoot root = SysRoot::fromEnvironment();
-        // Pings "Network_StatusAddress" for the network item's status dot. Off unless the
-        // main asks: tests must not reach outside their machine.
+        // Pings "Network_StatusAddress" for the network item's status dot, and asks the
+        // public address of its service. Off unless the main asks: tests must not reach
+        // outside their machine.
         bool checkInternet = false;
     };
     // What the program is given by its main, or by a test.
@@ -87,6 +90,8 @@ private:
     void startCycle();
     void stopCycle();
     void followReachability();
+    void followPublicAddress();
+    std::function<Value()> publicAddressSource() const;
     void frame();
     void publish();
     bool repaint(LiveItem& item);
@@ -116,6 +121,8 @@ private:
     std::unique_ptr<StatusCollectors> collectors_;
     std::unique_ptr<ReachabilityCheck> reachability_;
     std::int64_t reachabilityStatus_ = -1; // the network status it was last told
+    std::unique_ptr<PublicAddressFetcher> publicAddress_;
+    std::string publicNetwork_; // the network it was last told of: status and primary address
     std::unique_ptr<MenubarDisksKeeper> menubarDisks_;
     ProcessTable processes_;
     DropdownDemand demand_;
@@ -124,9 +131,14 @@ private:
     std::vector<PanelItem> shown_;
     PanelStyle style_;
     CVBCache artwork_;
-    PanelPicture graph_;
-    std::optional<std::uint64_t> graphStamp_;
-    double graphDrawnAt_ = -1e9;
+    // The dropdowns' history graphs by section (processor, network, disks, sensors), each
+    // redrawn at most every process interval.
+    struct DropdownGraph {
+        PanelPicture picture;
+        std::optional<std::uint64_t> stamp;
+        double drawnAt = -1e9;
+    };
+    std::map<std::string, DropdownGraph, std::less<>> graphs_;
     bool listChanged_ = true;
     bool redrawPending_ = false;
     int frames_ = 0;

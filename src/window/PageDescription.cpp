@@ -135,8 +135,7 @@ PageDescription memory() {
 
 PageDescription disks() {
     PageDescription page{"Disks", "disks", true, true, false, "", {}};
-    page.summary = "The panel item shows the boot volume unless other volumes are chosen with "
-                   "corvanebar prefs set Disks_MenubarItems.";
+    page.summary = "The panel item shows the boot volume unless other volumes are chosen below.";
     auto text = textRows("Disks_", "MenubarPercentageSize");
     text.push_back(color("Disks_MenubarPercentageColor", "Text colour"));
     text.push_back(color("Disks_MenubarPercentageShadowColor", "Text shadow"));
@@ -234,6 +233,94 @@ PageDescription sensors() {
     return page;
 }
 
+PageDescription network() {
+    PageDescription page{"Network", "network", true, true, false, "", {}};
+    page.groups = {
+        {"Rates",
+         {choice("Network_DataFormat", "Units",
+                 {"Bytes, from B/s", "Bytes, from KB/s", "Bits, from b/s", "Bits, from Kb/s",
+                  "Bytes, from MB/s", "Bits, from Mb/s"}),
+          choice("Network_MenubarUnitLevel", "Unit in the panel",
+                 {"None", "One letter", "Short", "Whole"}),
+          number("Network_DecimalLevelKB", "Decimals in kilobytes", {"0", "1", "2"}),
+          number("Network_DecimalLevelMB", "Decimals from megabytes", {"0", "1", "2"})}},
+        {"Text",
+         {choice("Network_MenubarFontStyle", "Font", kFontStyles),
+          color("Network_TextUploadColor", "Upload"),
+          color("Network_TextUploadShadowColor", "Upload shadow"),
+          color("Network_TextDownloadColor", "Download"),
+          color("Network_TextDownloadShadowColor", "Download shadow"),
+          color("Network_Label", "Label colour")}},
+        {"Graph",
+         {number("Network_GraphWidth", "Graph width", kGraphWidths),
+          choice("Network_GraphMode", "Graph",
+                 {"Growing from the edges", "Growing from the middle", "Both upright", "Overlaid"}),
+          toggle("Network_GraphShowBackground", "Graph background"),
+          color("Network_GraphUpload", "Upload"), color("Network_GraphDownload", "Download")}},
+        {"Activity",
+         {color("Network_DotUpload", "Upload"), color("Network_DotDownload", "Download"),
+          toggle("Network_DotFlatten", "Flat dots and arrows")}},
+        {"Status",
+         {toggle("Network_StatusCheckInternet", "Show whether the internet answers"),
+          toggle("Network_StatusCheckFlatten", "Flat status dot"),
+          color("Network_StatusConnected", "Connected"),
+          color("Network_StatusNoAddress", "No address"),
+          color("Network_StatusNoInternet", "No internet"),
+          color("Network_StatusNotConnected", "Not connected")}},
+        {"Dropdown",
+         {color("Network_DropdownGraphUpload", "Graph, upload"),
+          color("Network_DropdownGraphDownload", "Graph, download"),
+          toggle("Network_ShowBSD", "Show interface names")}},
+    };
+    return page;
+}
+
+PageDescription timePage() {
+    PageDescription page{"Time", "time", false, true, false, "", {}};
+    page.groups = {
+        {"Text",
+         {number("Time_TextSize", "Text size", kTextSizes), color("Time_TextColor", "Colour"),
+          color("Time_TextShadowColor", "Shadow"),
+          toggle("Time_MenubarFlashSeperators", "Flash the separators")}},
+        {"Calendar",
+         {toggle("Time_CalendarShowWeeks", "Show week numbers"),
+          choice("Time_WeekNumberFormat", "Weeks",
+                 {"From Sunday, the first holds 1 January", "From Monday, as ISO 8601 counts"})}},
+        {"Dropdown", {toggle("Time_CLockSortCurrentLocationFirst", "Current location first")}},
+    };
+    return page;
+}
+
+PageDescription weather() {
+    PageDescription page{"Weather", "weather", false, true, false, "", {}};
+    page.summary = "The forecast is for the current location unless a place is chosen with "
+                   "corvanebar weather search and corvanebar weather select.";
+    const std::vector<std::string> region{"As the region"};
+    const auto units = [&](std::vector<std::string> choices) {
+        choices.insert(choices.begin(), region.begin(), region.end());
+        return choices;
+    };
+    page.groups = {
+        {"Units",
+         {choice("Weather_TemperatureUnits", "Temperature", units({"Celsius", "Fahrenheit"})),
+          choice("Weather_WindUnits", "Wind", units({"m/s", "km/h", "mph", "knots"})),
+          choice("Weather_PressureUnits", "Pressure", units({"hPa", "mb", "inches"})),
+          choice("Weather_VisibilityUnits", "Visibility", units({"km", "miles"})),
+          choice("Weather_RainUnits", "Precipitation", units({"Metric", "Inches"})),
+          choice("Weather_MenubarTemperatureUnitLevel", "Temperature in the panel",
+                 {"Whole degrees", "One decimal"}),
+          toggle("Weather_DropdownHideDecimals", "Whole degrees in the dropdown")}},
+        {"Text",
+         {number("Weather_MenubarTextSize", "Text size", kTextSizes),
+          choice("Weather_MenubarFontStyle", "Font", kFontStyles),
+          color("Weather_MenubarTextColor", "Colour"),
+          color("Weather_MenubarTextShadowColor", "Shadow"),
+          color("Weather_StackedColor", "Stacked text"),
+          color("Weather_StackedShadowColor", "Stacked text shadow")}},
+    };
+    return page;
+}
+
 // The sections that can live inside the Combined item, by their keys.
 GroupDescription members(const std::string& key, std::string title) {
     static const std::pair<std::int64_t, const char*> kSections[] = {
@@ -276,18 +363,15 @@ PageDescription pageDescriptionFor(const std::string& xibName) {
         return placeholder(xibName, "Rules that tell you when a value crosses a limit: the "
                                     "battery running low, a disk filling up, a hot sensor.");
     if (xibName == "Weather")
-        return placeholder(xibName, "The weather of the places you choose, in the panel and its "
-                                    "dropdown, with the units you prefer.");
+        return weather();
     if (xibName == "Disks")
         return disks();
     if (xibName == "Network")
-        return placeholder(xibName, "Bandwidth, addresses and connection status of your "
-                                    "network interfaces.");
+        return network();
     if (xibName == "Sensors")
         return sensors();
     if (xibName == "Time")
-        return placeholder(xibName, "The panel clock's format, the cities of the world clock "
-                                    "and the calendar.");
+        return timePage();
     return placeholder(xibName, "");
 }
 
@@ -315,18 +399,33 @@ std::vector<std::string> keysEditedElsewhere(const std::string& xibName) {
     if (xibName == "Memory")
         return {"Memory_MenubarMode", "Memory_AppFormat"};
     if (xibName == "Disks")
-        // The element rows, the dropdown's order, and the volumes the dropdown chooses.
-        return {"Disks_MenubarMode", "Disks_DropdownOrder", "Disks_DropdownOrderDisabled",
-                "Disks_MenubarItems"};
+        // The element rows, the dropdown's order, and the volumes the item and the dropdown
+        // show.
+        return {"Disks_MenubarMode",  "Disks_DropdownOrder", "Disks_DropdownOrderDisabled",
+                "Disks_MenubarItems", "FilteringDisks",      "FilteringDiskActivity"};
     if (xibName == "Battery")
         // The element rows of the panel item, and of each state's own layout.
         return {"Battery_MenubarMode",         "Battery_MenubarModeCharged",
                 "Battery_MenubarModeCharging", "Battery_MenubarModeNotCharging",
                 "Battery_MenubarModeDraining", "Battery_MenubarModeBluetooth",
                 "Battery_MenubarModeAirpods"};
+    if (xibName == "Network")
+        // The element rows, the dropdown's order, the interface counted, the hidden services
+        // and the pinged address have editors of their own.
+        return {
+            "Network_MenubarMode",      "Network_DropdownOrder", "Network_DropdownOrderDisabled",
+            "Network_PrimaryInterface", "FilteringNetwork",      "Network_StatusAddress"};
+    if (xibName == "Time")
+        // The panel clock's lines and the world clocks have editors of their own.
+        return {"Time_MenubarFormat", "Time_Cities", "Time_CityNames"};
     if (xibName == "Sensors")
-        // The element rows, and the sensors the item shows.
-        return {"Sensors_MenubarMode", "Sensors_MenubarItems"};
+        // The element rows, and the sensor list: what the item and the dropdown show, and
+        // the names given.
+        return {"Sensors_MenubarMode", "Sensors_MenubarItems", "FilteringSensors", "Sensors_Names"};
+    if (xibName == "Weather")
+        // The element rows; the place and the provider, by the command line.
+        return {"Weather_MenubarMode", "Weather_Locations", "Weather_ProviderKey",
+                "Weather_AvailableProviders"};
     return {};
 }
 

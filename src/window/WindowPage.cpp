@@ -5,12 +5,18 @@
 #include "drawing/GraphColors.h"
 #include "preferences/SectionNotifications.h"
 #include "shell/LayoutEditorModel.h"
+#include "shell/NetworkController.h"
 #include "shell/SectionController.h"
+#include "shell/TimeController.h"
 #include "window/AdwRows.h"
 #include "window/BatteryListMember.h"
+#include "window/DiskChoicesView.h"
 #include "window/LayoutEditor.h"
+#include "window/NetworkPageParts.h"
 #include "window/PreviewArea.h"
+#include "window/SensorListView.h"
 #include "window/SourceListView.h"
+#include "window/TimePageView.h"
 
 namespace corvane {
 
@@ -61,9 +67,19 @@ Gtk::Widget& WindowPage::controlsPage() {
         addPreview(*box);
     if (description_.layoutEditor)
         addLayoutEditor(*box);
+    if (auto* time = dynamic_cast<TimeController*>(&owner_))
+        box->append(*Gtk::make_managed<TimePageView>(services_, *time));
+    // Which sensors and volumes are shown comes before how they look.
+    if (name() == "Sensors")
+        box->append(*Gtk::make_managed<SensorListView>(services_));
+    if (name() == "Disks")
+        box->append(*Gtk::make_managed<DiskChoicesView>(services_));
     addGroups(*box);
     if (name() == "Battery")
         addBatteryList(*box);
+    if (name() == "Network")
+        addNetworkParts(*box, *controls_, widgets_, services_,
+                        dynamic_cast<NetworkController*>(&owner_));
     if (name() == "General")
         addGeneralCommands(*box);
     if (description_.dropdownEditors)

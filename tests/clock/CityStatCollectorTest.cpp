@@ -2,6 +2,7 @@
 
 #include "clock/CityIdentifier.h"
 #include "foundation/ManualMainQueue.h"
+#include "preferences/PreferenceDefaults.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -57,14 +58,15 @@ TEST_F(Cities, SaintFormsAndApostrophesFindTheirCities) {
     EXPECT_EQ(cities.citiesWithMatch("a", 5).size(), 10u); // the limit applies per query
 }
 
-// The search skips joining "city, state" for long names; it must find exactly the rows, in the
-// order, that the plain statement finds.
+// The search asks the indexes and joins "city, state" only for names the match begins with; it
+// must find exactly the rows, in the order, that the plain statement finds by reading them all.
 TEST_F(Cities, TheQuickFirstQueryFindsWhatThePlainOneFinds) {
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open_v2(CityStatCollector::defaultDatabasePath().c_str(), &db,
                               SQLITE_OPEN_READONLY, nullptr),
               SQLITE_OK);
-    for (const char* match : {"ber", "Sydney, New South", "a", "Ho", "St. John's", "Århus"}) {
+    for (const char* match : {"ber", "Sydney, New South", "a", "Ho", "St. John's", "Århus",
+                              "new york, new", "san jose c", "los,"}) {
         sqlite3_stmt* s = nullptr;
         sqlite3_prepare_v2(db,
                            "SELECT identifier FROM cities WHERE city ||', '|| state LIKE ?1 OR "
@@ -92,6 +94,24 @@ TEST_F(Cities, ClosestCityLooksOnlyWithinTwoDegrees) {
     EXPECT_EQ(cities.cityWithIdentifier((*stJohns)["identifier"].stringValue()), stJohns);
     EXPECT_FALSE(cities.closestCity(35.0, -40.0)); // the middle of the Atlantic
     EXPECT_FALSE(cities.cityWithIdentifier("0"));
+}
+
+// The world clocks a new user starts with point at rows of this database, at the same place.
+TEST_F(Cities, EveryDefaultWorldClockIsARowOfTheDatabase) {
+    const Value defaults = builtInDefaults({})["Time_Cities"];
+    int found = 0;
+    for (const Value& city : defaults.arrayItems()) {
+        const std::string id = city["identifier"].stringValue();
+        if (id == "-6" || id == "-7") // the moon and the current location have no row
+            continue;
+        const auto row = cities.cityWithIdentifier(id);
+        ASSERT_TRUE(row) << city["city"].stringValue() << " " << id;
+        EXPECT_EQ((*row)["timezone"], city["timezone"]) << id;
+        EXPECT_NEAR((*row)["latitude"].doubleValue(), city["latitude"].doubleValue(), 0.01) << id;
+        EXPECT_NEAR((*row)["longitude"].doubleValue(), city["longitude"].doubleValue(), 0.01) << id;
+        ++found;
+    }
+    EXPECT_EQ(found, 4);
 }
 
 TEST_F(Cities, OnlyTheLatestWaitingSearchRunsButARunningOneReports) {

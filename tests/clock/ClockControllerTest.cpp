@@ -42,16 +42,22 @@ TEST_F(WorldClocks, AddRemoveAndSaveKeepTheOrderAndTheStoredFields) {
     EXPECT_TRUE(clocks.removeCity("b"));
     EXPECT_FALSE(clocks.removeCity("b"));
     EXPECT_EQ(order(), (std::vector<std::string>{"a@0", "-7@1", "8778532973625536@2"}));
+    EXPECT_TRUE(clocks.moveCity("a", 2));
+    EXPECT_FALSE(clocks.moveCity("-7", -1)); // already first
+    EXPECT_FALSE(clocks.moveCity("a", 1));   // already last
+    EXPECT_FALSE(clocks.moveCity("b", 1));
+    EXPECT_TRUE(clocks.moveCity("8778532973625536", -1));
+    EXPECT_EQ(order(), (std::vector<std::string>{"8778532973625536@0", "-7@1", "a@2"}));
 
     std::vector<std::string> posted;
     auto observation = center.addObserver("CorvaneBarTimePreferencesChanged",
                                           [&](const Notification& n) { posted.push_back(n.name); });
     clocks.saveClocks();
     EXPECT_EQ(posted.size(), 1u);
-    const Value stored = preferences.objectForKey("Time_Cities")[2];
+    const Value stored = preferences.objectForKey("Time_Cities")[0];
     EXPECT_EQ(stored["timezone"].stringValue(), "America/St_Johns");
     EXPECT_EQ(stored["city"].stringValue(), "St. John's");
-    EXPECT_EQ(stored["position"].integerValue(), 2);
+    EXPECT_EQ(stored["position"].integerValue(), 0);
     EXPECT_TRUE(stored["country_code"].isNull()); // only the listed fields are kept
     EXPECT_TRUE(stored["tz"].isNull());
 }

@@ -1,5 +1,7 @@
 #include "clock/ClockFormatCompiler.h"
 
+#include "clock/ClockPatternText.h"
+
 #include <gtest/gtest.h>
 
 namespace corvane {
@@ -132,6 +134,50 @@ TEST(ClockCompiling, TwoLineRecordsGatherIconsAndKeepTheirZones) {
     // A record without "lines" is one line in the system's zone, whatever else it holds.
     ASSERT_EQ(clock.locations[1].lines.size(), 1u);
     EXPECT_EQ(clock.locations[1].lines[0].zone, "");
+}
+
+// What the format editor's text fields store, and how a stored line reads back in them.
+TEST(ClockPatternText, TypedLinesBecomeComponentsAndReadBackTheSame) {
+    const struct {
+        const char* typed;
+        std::vector<const char*> components;
+    } cases[] = {
+        {"EE HH:mm", {"EE", "' '", "HH", ":", "mm"}},
+        {"h.mm a", {"h", ".", "mm", "' '", "a"}},
+        {"EEE, d MMM", {"EEE", "', '", "d", "' '", "MMM"}},
+        {"HH 'Uhr' mm", {"HH", "' '", "'Uhr'", "' '", "mm"}},
+        {"'o''clock'", {"'o''clock'"}},
+        {"___ICON__MOON__ FUZZY", {"___ICON__MOON__", "' '", "FUZZY"}},
+        {"d__DAY_SUFFIX_UPPER__ __RELATIVE_DAY__",
+         {"d", "__DAY_SUFFIX_UPPER__", "' '", "__RELATIVE_DAY__"}},
+        {"HHmmss", {"HH", "mm", "ss"}},
+        {"", {}},
+    };
+    for (const auto& c : cases) {
+        const Value components = clockComponentsFromText(c.typed);
+        EXPECT_EQ(components, componentArray(c.components)) << c.typed;
+        EXPECT_EQ(clockTextFromComponents(components), c.typed);
+    }
+    // Unclosed quotes are closed rather than swallowing what a stored line means.
+    EXPECT_EQ(clockComponentsFromText("HH 'h"), componentArray({"HH", "' '", "'h'"}));
+    // Quoted texts side by side are joined, not read back as one holding a quote.
+    EXPECT_EQ(clockTextFromComponents(componentArray({"' : '", "'_'"})), "' : _'");
+}
+
+TEST(ClockPatternText, EditingTheFirstLocationKeepsItsZonesAndTheOtherLocations) {
+    const Value format = Value::array(
+        {Value::dict({{"timezone", "Asia/Kathmandu"},
+                      {"format", Value::array({componentArray({"EE", "' '", "HH", ":", "mm"})})}}),
+         Value::dict({{"timezone", "UTC"}})});
+    EXPECT_EQ(menubarClockLines(format), std::vector<std::string>{"EE HH:mm"});
+    const Value two = withMenubarClockLines(format, {"HH:mm", "d MMM"});
+    EXPECT_EQ(menubarClockLines(two), (std::vector<std::string>{"HH:mm", "d MMM"}));
+    EXPECT_EQ(two[0]["timezone"].stringValue(), "Asia/Kathmandu");
+    EXPECT_EQ(two[1], format[1]);
+    EXPECT_EQ(menubarClockLines(withMenubarClockLines(two, {"mm"})),
+              std::vector<std::string>{"mm"});
+    EXPECT_EQ(menubarClockLines(withMenubarClockLines(Value(), {"HH"})),
+              std::vector<std::string>{"HH"});
 }
 
 } // namespace

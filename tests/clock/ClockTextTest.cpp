@@ -2,9 +2,11 @@
 #include "clock/ClockFormatCompiler.h"
 #include "clock/ClockTime.h"
 #include "clock/ClockTokens.h"
+#include "clock/SkyDay.h"
 #include "clock/TimeDropdown.h"
 #include "text/CVBTranslations.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace corvane {
@@ -286,6 +288,66 @@ TEST(TimeDropdown, WorldClocksWithTheirNamesTimesAndDays) {
                       {"format", Value::array({Value::array({"HH"}), Value::array({"EEE"})})}})});
     // The second line has a zone of its own, "timezone-2": without one it is the local day.
     EXPECT_EQ(menubarClockText(german.utilities, twoLocations, kT0), "23:13  03  Di.");
+}
+
+} // namespace
+} // namespace corvane
+
+namespace corvane {
+namespace {
+
+// Times the almanacs give, to the minute: the sun's rise and set on 21 June 2024 and, beyond the
+// polar circle, the polar day of June and the polar night of December.
+TEST(SkyDay, SunriseAndSunsetAtTheSolsticesAndBeyondThePolarCircle) {
+    const struct {
+        const char* place;
+        double latitude, longitude, time;
+        int zoneSeconds;
+        double sunrise, sunset; // local hours; 0 for none
+        bool upAllDay;
+    } cases[] = {
+        {"London", 51.5085, -0.1257, 1718960400, 3600, 4 + 43 / 60.0, 21 + 21 / 60.0, false},
+        {"Sydney", -33.8679, 151.2073, 1718960400, 36000, 7 + 0 / 60.0, 16 + 54 / 60.0, false},
+        {"Kathmandu", 27.7017, 85.3206, 1718960400, 20700, 5 + 9 / 60.0, 19 + 2 / 60.0, false},
+        {"Tromso, June", 69.6496, 18.956, 1718960400, 7200, 0, 0, true},
+        {"Tromso, December", 69.6496, 18.956, 1734771600, 3600, 0, 0, false},
+    };
+    for (const auto& c : cases) {
+        const SkyDay sky = skyDay(c.time, c.zoneSeconds, c.latitude, c.longitude);
+        const double midnight =
+            std::floor((c.time + c.zoneSeconds) / 86400) * 86400 - c.zoneSeconds;
+        const auto hours = [&](const std::optional<double>& t) {
+            return t ? (*t - midnight) / 3600 : 0.0;
+        };
+        EXPECT_NEAR(hours(sky.sunrise), c.sunrise, 2 / 60.0) << c.place;
+        EXPECT_NEAR(hours(sky.sunset), c.sunset, 2 / 60.0) << c.place;
+        EXPECT_EQ(sky.sunUpAllDay, c.upAllDay) << c.place;
+    }
+}
+
+TEST(TimeDropdown, SunAndMoonForTheLastLocationElseTheFirstCityWithAPlace) {
+    const Value cities = Value::array(
+        {Value::dict({{"identifier", "-6"}, {"city", "Moon"}}), Value::dict({{"identifier", "-7"}}),
+         Value::dict({{"identifier", "1"}, {"city", "Nowhere"}, {"timezone", "UTC"}}),
+         Value::dict({{"identifier", "2"},
+                      {"city", "London"},
+                      {"latitude", "51.50853"},
+                      {"longitude", "-0.12574"},
+                      {"timezone", "Europe/London"}})});
+    const auto here = skyPlace(Value::dict({{"latitude", 47.56}, {"longitude", -52.71}}), cities);
+    ASSERT_TRUE(here);
+    EXPECT_EQ(here->zone, "");
+    const auto london = skyPlace(Value::dict({{"latitude", 0}, {"longitude", 0}}), cities);
+    ASSERT_TRUE(london);
+    EXPECT_EQ(london->name, "London");
+    EXPECT_FALSE(skyPlace(Value(), Value::array({cities[0], cities[2]})));
+
+    LocaleClock german("de_DE");
+    const auto rows = skyRows(german.utilities, *london, 1718960400);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0], "Sonnenaufgang 04:43   Sonnenuntergang 21:21");
+    // The day before the full moon of 22 June 2024.
+    EXPECT_TRUE(rows[1].starts_with("Zunehmender Mond 99 %   Mondaufgang ")) << rows[1];
 }
 
 } // namespace

@@ -100,6 +100,12 @@ TEST_F(DisksView, ActivityIsTheSumOfTheDisksNewestRates) {
     // Sectors of 512 bytes: 8000 * (19² - 18²) sectors read, 20000 written in the last second.
     EXPECT_EQ(read, 8000.0 * (19 * 19 - 18 * 18) * 512);
     EXPECT_EQ(write, 20000.0 * 512);
+    // The dropdown's graph: two seconds a column, newest first, against the highest column.
+    const HistoryGraph graph = view.dropdownHistory(0, 3, 2);
+    ASSERT_EQ(graph.samples.size(), 3u);
+    EXPECT_DOUBLE_EQ(graph.samples[0][1], 1.0); // read: (37 + 35) / 2 units
+    EXPECT_DOUBLE_EQ(graph.samples[1][1], 32.0 / 36);
+    EXPECT_DOUBLE_EQ(graph.samples[0][0], 20000.0 / (8000 * 36)); // write
 }
 
 TEST_F(DisksView, PerVolumeElementsRepeatAndActivityStandsOnce) {

@@ -118,6 +118,12 @@ TEST_F(NetworkView, HistoryScalesBothDirectionsByOnePeak) {
     EXPECT_EQ(graph.samples[0][1], 1.0);
     const double peak = 3000.0 * 39 + 1000.0 * 39 + 500 + 400;
     EXPECT_DOUBLE_EQ(graph.samples[0][0], (700.0 + 100 + 200 + 150) / peak);
+    // The dropdown's columns are the means of four samples each, scaled alike.
+    const HistoryGraph dropdown = view.dropdownHistory(0, 150, 4);
+    ASSERT_EQ(dropdown.samples.size(), 5u);
+    EXPECT_EQ(dropdown.samples[0][1], 1.0);
+    const double meanPeak = 4000.0 * (33 + 35 + 37 + 39) / 4 + 500 + 400;
+    EXPECT_DOUBLE_EQ(dropdown.samples[0][0], (700.0 + 100 + 200 + 150) / meanPeak);
     CVBSetIntegerForKey(3, "Network_GraphMode");
     view.setContext(host());
     EXPECT_TRUE(view.history().strokeOnly);

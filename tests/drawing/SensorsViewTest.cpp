@@ -113,6 +113,23 @@ TEST_F(SensorsView, NothingToShowStillTakesEightPoints) {
     EXPECT_EQ(draw(modes({0})), 0);
 }
 
+TEST_F(SensorsView, DropdownGraphRunsThePanelSensorsBetweenTheirExtremes) {
+    CVBSetObjectForKey(records({kCpu, kFan, kVolts, kDrive}), "Sensors_MenubarItems");
+    const auto cpu = sensors->sensorWithKey(kCpu);
+    ASSERT_FALSE(cpu->hasFixedLimits);
+    for (int beat = 2; beat <= 7; ++beat) { // 1 is the sample taken at loading
+        cpu->reading = 40.0F + 10.0F * static_cast<float>(beat);
+        sensors->addValue(*cpu, beat);
+    }
+    // Two samples a column, newest first: 105, 85, 65.
+    const HistoryGraph graph = view.dropdownHistory(0, 3, 2);
+    EXPECT_EQ(graph.colors.size(), CVBSensorsMenuExtraView::kGraphedSensors);
+    ASSERT_EQ(graph.samples.size(), 3u);
+    EXPECT_DOUBLE_EQ(graph.samples[0][0], 1.0);
+    EXPECT_DOUBLE_EQ(graph.samples[1][0], 0.5);
+    EXPECT_DOUBLE_EQ(graph.samples[2][0], 0.0);
+}
+
 TEST_F(SensorsView, LooksAsRecorded) {
     CVBSetObjectForKey(records({kCpu, kFan, kVolts}), "Sensors_MenubarItems");
     for (bool dark : {false, true}) {

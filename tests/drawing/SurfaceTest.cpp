@@ -1,5 +1,7 @@
 #include "drawing/Surface.h"
 
+#include "drawing/TextCache.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -126,6 +128,47 @@ TEST(SurfaceText, StandsUprightAtTheTopOfItsRectangle) {
         ++firstInkRow;
     ASSERT_LT(firstInkRow, 6);
     EXPECT_GT(inkIn(firstInkRow), inkIn(firstInkRow + 4)); // upside down, the bar is low
+}
+
+// A text drawn from its kept picture must land on the same pixels as one laid out anew, or the
+// items would shift and blur after their first second.
+TEST(SurfaceText, KeptPicturesDrawWhatTheTextDraws) {
+    struct Case {
+        const char* text;
+        Rect in;
+        double scale;
+        TextAlignment alignment;
+        bool shadow;
+    };
+    const Case cases[] = {
+        {"0 KB/s", {3, 10, 29, 12}, 1, TextAlignment::Left, false},
+        {"42%", {0, 0, 40, 22}, 2, TextAlignment::Centre, true},
+        {"1.5 GB", {5, 1, 50, 12}, 1, TextAlignment::Right, true},
+        {"a text wider than its box", {2, 4, 20, 12}, 2, TextAlignment::Left, false},
+        {"gy|", {1, 3, 20, 12}, 1.5, TextAlignment::Left, true}, // descenders, an odd scale
+    };
+    TextCache cache;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        TextAttributes a;
+        a.size = 9;
+        a.color = kRed;
+        a.alignment = c.alignment;
+        if (c.shadow)
+            a.shadow = kBlue;
+        Image direct(80, 22, c.scale);
+        Surface(direct).drawText(c.text, c.in, a);
+        for (int frame = 0; frame < 2; ++frame) { // made, then taken from the cache
+            Image kept(80, 22, c.scale);
+            Surface surface(kept);
+            cache.draw(c.text, c.in, a, surface);
+            int differing = 0;
+            for (int y = 0; y < direct.pixelHeight(); ++y)
+                for (int x = 0; x < direct.pixelWidth(); ++x)
+                    differing += near(direct.pixel(x, y), kept.pixel(x, y)) ? 0 : 1;
+            EXPECT_EQ(differing, 0) << "frame " << frame;
+        }
+    }
 }
 
 } // namespace

@@ -99,6 +99,26 @@ TEST_F(TimeView, CachedMinuteWithFreshSecondsLooksLikeAWholeDrawing) {
     EXPECT_GT(differingPixels(earlier, whole), 0);
 }
 
+// A preview draws one view for a dark and a light panel in turn, within one minute: the light
+// one must not be handed the dark one's picture.
+TEST_F(TimeView, LightAndDarkPanelsKeepPicturesOfTheirOwn) {
+    const Value clock = oneLine({"HH", "':'", "mm"});
+    render(clock, kT0, true);
+    render(clock, kT0 + 1, true); // the width is known: this picture is kept
+    const Image light = render(clock, kT0 + 2);
+
+    CVBTimeMenuExtraView fresh{host(), queue.clock()};
+    fresh.setClockLocale("de_DE", "Europe/Berlin");
+    fresh.setFixedTime(kT0 + 2);
+    const Image whole = ItemRenderer::render(fresh, host(2), ItemRenderer::Background::Transparent);
+    ASSERT_EQ(light.pixelWidth(), whole.pixelWidth());
+    int differing = 0;
+    for (int x = 0; x < light.pixelWidth(); ++x)
+        for (int y = 0; y < light.pixelHeight(); ++y)
+            differing += light.pixel(x, y) == whole.pixel(x, y) ? 0 : 1;
+    EXPECT_EQ(differing, 0);
+}
+
 TEST_F(TimeView, BlankedSeparatorsKeepTheirWidth) {
     CVBSetBoolForKey(true, "Time_MenubarFlashSeperators");
     const Value clock = oneLine({"HH", "':'", "mm"});

@@ -1,7 +1,6 @@
 #include "engine/HistoryDatabase.h"
 
 #include "SqliteProbe.h"
-#include "foundation/AtomicFile.h"
 #include "foundation/Log.h"
 #include "support/TemporaryDirectory.h"
 
@@ -76,17 +75,6 @@ TEST(HistoryDatabaseRows, FailedInsertIsLoggedNotFatal) {
     EXPECT_TRUE(log.contains("insert failed"));
     EXPECT_TRUE(db->insert("t_1", insert, keys, Value::dict({{"sample", 2}, {"time", 2.0}})))
         << "the statement is usable after a failure";
-}
-
-TEST(HistoryDatabaseOpen, CorruptFileIsLeftAloneAndRefused) {
-    test::TemporaryDirectory dir;
-    const auto file = dir / "history.sqlite";
-    const std::string garbage(8192, 'x');
-    ASSERT_TRUE(writeFileAtomically(file, garbage));
-    LogCapture log;
-    EXPECT_EQ(HistoryDatabase::open(file), nullptr);
-    EXPECT_TRUE(log.contains("is unreadable"));
-    EXPECT_EQ(readFileContents(file), garbage);
 }
 
 } // namespace

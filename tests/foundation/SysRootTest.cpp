@@ -23,7 +23,7 @@ protected:
     TemporaryDirectory dir;
 };
 
-TEST_F(RecordedTree, ReadsFilesAndAttributesUnderItsRoot) {
+TEST_F(RecordedTree, ReadsFilesAttributesLinksAndFoldersUnderItsRoot) {
     write("/proc/loadavg", "0.52 0.58 0.59 2/1007 12345\n");
     write("/sys/class/power_supply/BAT0/capacity", " 87\n");
     write("/sys/class/power_supply/BAT0/status", "Discharging\n");
@@ -39,17 +39,19 @@ TEST_F(RecordedTree, ReadsFilesAndAttributesUnderItsRoot) {
     EXPECT_TRUE(root.list("/sys/class/missing").empty());
     EXPECT_TRUE(root.isDirectory("/sys/devices/system/cpu"));
     EXPECT_FALSE(root.isLive());
-}
 
-TEST_F(RecordedTree, RelativeLinksResolveInsideTheTree) {
+    // Relative links resolve inside the tree.
     write("/sys/devices/platform/bat/power_supply/BAT1/capacity", "50\n");
-    std::filesystem::create_directories(dir.path() / "sys/class/power_supply");
     std::filesystem::create_symlink("../../devices/platform/bat/power_supply/BAT1",
                                     dir.path() / "sys/class/power_supply/BAT1");
-    const SysRoot root(dir.path());
     EXPECT_EQ(root.readInteger("/sys/class/power_supply/BAT1/capacity"), 50);
     EXPECT_EQ(root.readLink("/sys/class/power_supply/BAT1"),
               "../../devices/platform/bat/power_supply/BAT1");
+
+    for (const char* pid : {"/proc/1/comm", "/proc/42/comm", "/proc/self/comm"})
+        write(pid, "x");
+    EXPECT_EQ(countNumericEntries(root, "/proc"), 2u) << "process folders";
+    EXPECT_EQ(countNumericEntries(root, "/missing"), 0u);
 }
 
 // A tree may hold anything where a kernel file is expected: none of it may hang or exhaust a
@@ -81,13 +83,6 @@ TEST_F(RecordedTree, KeptOpenFilesSeeNewContentAndLateFiles) {
     // Rewritten in place, as procfs makes its text anew, and longer than the first buffer.
     std::ofstream(dir.path() / "proc/loadavg", std::ios::trunc) << std::string(20000, 'x');
     EXPECT_EQ(file.read()->size(), 20000u);
-}
-
-TEST_F(RecordedTree, CountsProcessDirectories) {
-    for (const char* pid : {"/proc/1/comm", "/proc/42/comm", "/proc/self/comm", "/proc/sys/x"})
-        write(pid, "x");
-    EXPECT_EQ(countNumericEntries(SysRoot(dir.path()), "/proc"), 2u);
-    EXPECT_EQ(countNumericEntries(SysRoot(dir.path()), "/missing"), 0u);
 }
 
 TEST(LiveRoot, ReadsProcfsFilesThatReportNoSize) {

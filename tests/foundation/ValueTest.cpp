@@ -83,10 +83,7 @@ TEST(StringValue, HasATextForEveryKind) {
     EXPECT_EQ(Value(Date::fromSecondsSince2001(0.75)).stringValue(), "2001-01-01 00:00:00 +0000");
     EXPECT_EQ(Value::array({1, "a"}).stringValue(), "(1, \"a\")");
     EXPECT_EQ(Value::dict({{"k", 1}}).stringValue(), "{\"k\" = 1; }");
-}
-
-// Under any locale: a German one would write and read "2,5".
-TEST(StringValue, RealsReadBackExactly) {
+    // Reals read back exactly under any locale: a German one would write and read "2,5".
     std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
     for (double d : {0.1, 1.0 / 3.0, 123456.789, -2.5e-300, 6.72})
         EXPECT_EQ(Value(Value(d).stringValue()).doubleValue(), d);

@@ -22,7 +22,7 @@ std::map<std::string, std::optional<double>> keyedValues(const HwmonReadings& re
     return values;
 }
 
-TEST(HwmonReadings, KeysNameTheDriverTheBusAddressAndTheChannel) {
+TEST(HwmonReadings, KeysNameTheDriverTheBusAddressAndTheChannelAndValuesAreInSIUnits) {
     HwmonReadings readings{SysRoot(fixture("hw-amd-desktop"))};
     std::vector<std::string> keys;
     for (const auto& input : readings.inputs())
@@ -33,10 +33,8 @@ TEST(HwmonReadings, KeysNameTheDriverTheBusAddressAndTheChannel) {
                   "amdgpu-pci-0300/power1", "amdgpu-pci-0300/fan1", "amdgpu-pci-0300/freq1",
                   "k10temp-pci-00c3/temp1", "k10temp-pci-00c3/temp3", "nct6798-nct6775.656/in0",
                   "nct6798-nct6775.656/curr1", "nct6798-nct6775.656/fan2", "nvme-pci-0100/temp1"}));
-}
 
-TEST(HwmonReadings, ValuesAndLimitsAreInSIUnits) {
-    HwmonReadings readings{SysRoot(fixture("hw-amd-desktop"))};
+    // Values and limits are in SI units.
     struct Expected {
         const char* key;
         HwmonKind kind;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <string>
 #include <vector>
 
 using namespace corvane;
@@ -23,43 +24,40 @@ std::ostream& operator<<(std::ostream& out, const Decoding& row) {
     return out << (row.fauxMac ? "fauxMac" : "") << " size " << std::dec << row.size;
 }
 
-class Codec : public testing::TestWithParam<Decoding> {};
-
-TEST_P(Codec, DecodesAsTheControllerMeantIt) {
-    const auto& row = GetParam();
+float decoded(const Decoding& row) {
     SMCResultData data;
     std::copy(row.type, row.type + std::strlen(row.type), data.dataType.begin());
     std::copy(row.bytes.begin(), row.bytes.end(), data.bytes.begin());
     data.dataSize = row.size ? row.size : static_cast<std::uint32_t>(row.bytes.size());
-    EXPECT_FLOAT_EQ(convertData(data, row.fauxMac), row.expected);
+    return convertData(data, row.fauxMac);
 }
 
-// 0x4000 over each divisor of the family: the last hex digit of the name is the exponent.
-INSTANTIATE_TEST_SUITE_P(
-    SignedFixedPoint, Codec,
-    testing::Values(Decoding{"spe1", {0x40, 0}, 8192}, Decoding{"spd2", {0x40, 0}, 4096},
-                    Decoding{"spc3", {0x40, 0}, 2048}, Decoding{"spb4", {0x40, 0}, 1024},
-                    Decoding{"spa5", {0x40, 0}, 512}, Decoding{"sp96", {0x40, 0}, 256},
-                    Decoding{"sp87", {0x40, 0}, 128}, Decoding{"sp78", {0x40, 0}, 64},
-                    Decoding{"sp69", {0x40, 0}, 32}, Decoding{"sp5a", {0x40, 0}, 16},
-                    Decoding{"sp4b", {0x40, 0}, 8}, Decoding{"sp3c", {0x40, 0}, 4},
-                    Decoding{"sp2d", {0x40, 0}, 2}, Decoding{"sp1e", {0x40, 0}, 1},
-                    Decoding{"sp0f", {0x40, 0}, 0.5f},
-                    // signed: a negative temperature
-                    Decoding{"sp78", {0xE7, 0x80}, -24.5f},
-                    // a name of the family that is not in the list divides by 1
-                    Decoding{"sp12", {0x00, 0x05}, 5}));
+class Codec : public testing::TestWithParam<Decoding> {};
+
+TEST_P(Codec, DecodesAsTheControllerMeantIt) {
+    EXPECT_FLOAT_EQ(decoded(GetParam()), GetParam().expected);
+}
+
+// The name's two hex digits count the integer and the fraction bits: fifteen in all for the
+// signed family, sixteen for the unsigned one. 0x4000 over each divisor of both.
+TEST(FixedPoint, TheNameGivesTheDivisor) {
+    const char* hex = "0123456789abcdef";
+    for (int fraction = 1; fraction <= 15; ++fraction) {
+        for (const auto& [family, bits] : {std::pair{"sp", 15}, std::pair{"fp", 16}}) {
+            const std::string type = std::string(family) + hex[bits - fraction] + hex[fraction];
+            EXPECT_FLOAT_EQ(decoded({type.c_str(), {0x40, 0}, 0}), 16384.0f / float(1 << fraction))
+                << type;
+        }
+    }
+}
 
 INSTANTIATE_TEST_SUITE_P(
-    UnsignedFixedPoint, Codec,
-    testing::Values(Decoding{"fpf1", {0x40, 0}, 8192}, Decoding{"fpe2", {0x40, 0}, 4096},
-                    Decoding{"fpd3", {0x40, 0}, 2048}, Decoding{"fpc4", {0x40, 0}, 1024},
-                    Decoding{"fpb5", {0x40, 0}, 512}, Decoding{"fpa6", {0x40, 0}, 256},
-                    Decoding{"fp97", {0x40, 0}, 128}, Decoding{"fp88", {0x40, 0}, 64},
-                    Decoding{"fp79", {0x40, 0}, 32}, Decoding{"fp6a", {0x40, 0}, 16},
-                    Decoding{"fp5b", {0x40, 0}, 8}, Decoding{"fp4c", {0x40, 0}, 4},
-                    Decoding{"fp3d", {0x40, 0}, 2}, Decoding{"fp2e", {0x40, 0}, 1},
-                    Decoding{"fp1f", {0x40, 0}, 0.5f},
+    FixedPoint, Codec,
+    testing::Values(Decoding{"sp78",
+                             {0xE7, 0x80},
+                             -24.5f}, // signed: a negative temperature
+                                      // a name of the family that is not in the list divides by 1
+                    Decoding{"sp12", {0x00, 0x05}, 5},
                     // unsigned: the top bit is magnitude (a fan at 16383 rpm)
                     Decoding{"fpe2", {0xFF, 0xFC}, 16383}, Decoding{"fpxx", {0x01, 0x00}, 256}));
 

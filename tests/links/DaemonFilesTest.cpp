@@ -1,22 +1,13 @@
 #include "DaemonProcess.h"
 #include "links/DaemonNames.h"
 #include "links/DaemonProbe.h"
+#include "support/Spawn.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
 
 namespace corvane {
 namespace {
-
-// Runs `command`: true when it exits with 0; what it wrote in `output`.
-bool run(const std::string& command, std::string& output) {
-    gchar* out = nullptr;
-    gchar* err = nullptr;
-    gint status = -1;
-    const bool ran = g_spawn_command_line_sync(command.c_str(), &out, &err, &status, nullptr);
-    output = takeGString(out) + takeGString(err);
-    return ran && g_spawn_check_wait_status(status, nullptr);
-}
 
 // A bus as strict as the system bus (nobody owns a name, nobody calls anyone unless a policy
 // says so), with or without the daemon's policy, in a dbus-daemon of its own.
@@ -85,14 +76,14 @@ TEST(DaemonFiles, ThePolicyLetsTheDaemonServeOnAStrictBus) {
 }
 
 TEST(DaemonFiles, TheXmlFilesAreWellFormedAndTheUnitVerifies) {
-    std::string output;
-    EXPECT_TRUE(run("xmllint --noout " CVB_DAEMON_DATA "/com.halvorn.corvanebardaemon.conf " //
-                    CVB_DAEMON_DATA "/com.halvorn.corvanebar.daemon.policy",
-                    output))
-        << output;
-    if (!run("systemd-analyze --version", output))
-        GTEST_SKIP() << "systemd-analyze cannot run here: " << output;
-    EXPECT_TRUE(run("systemd-analyze verify " CVB_DAEMON_UNIT, output)) << output;
+    const auto xml =
+        test::spawn({"xmllint", "--noout", CVB_DAEMON_DATA "/com.halvorn.corvanebardaemon.conf",
+                     CVB_DAEMON_DATA "/com.halvorn.corvanebar.daemon.policy"});
+    EXPECT_EQ(xml.status, 0) << xml.output;
+    if (test::spawn({"systemd-analyze", "--version"}).status != 0)
+        GTEST_SKIP() << "systemd-analyze cannot run here";
+    const auto unit = test::spawn({"systemd-analyze", "verify", CVB_DAEMON_UNIT});
+    EXPECT_EQ(unit.status, 0) << unit.output;
 }
 
 } // namespace

@@ -79,7 +79,7 @@ TEST_F(Preferences, AnUpdateIsSeenAtOnceButAMissStaysCachedUntilRefreshed) {
     EXPECT_EQ(CVBIntegerForKey("Weather_Provider"), 2);
 }
 
-TEST_F(Preferences, ColoursAndDropdownThemeFollowThePanelsLook) {
+TEST_F(Preferences, ColoursTheirTextAndTheDropdownThemeFollowThePanelsLook) {
     auto& prefs = install();
     CVBSetObjectForKey("1 1 1", "CPU_MenubarTextColor");
     EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::black());
@@ -98,9 +98,8 @@ TEST_F(Preferences, ColoursAndDropdownThemeFollowThePanelsLook) {
     EXPECT_EQ(dropdownTheme(), 3);
     CVBSetObjectForKey(5, "CPU_MenubarTextColor");
     EXPECT_EQ(CVBColorForKey("CPU_MenubarTextColor"), Color::white());
-}
 
-TEST_F(Preferences, ColourTextIsFourNumbersSeparatedBySingleBlanks) {
+    // Colour text is four numbers separated by single blanks, under any locale.
     EXPECT_EQ(stringFromColor({0.098, 0.58, 0.941, 1.0}), "0.10 0.58 0.94 1.00");
     EXPECT_EQ(colorFromString(Value("0.22 0.22 0.22 1.0")), (Color{0.22, 0.22, 0.22, 1.0}));
     EXPECT_EQ(colorFromString(Value("1 1  1 1")), std::nullopt);

@@ -26,7 +26,7 @@ protected:
     TemporaryDirectory dir;
 };
 
-TEST_F(Domain, ChangesArePendingUntilSynchronizedAndThenOnDisk) {
+TEST_F(Domain, ChangesArePendingUntilSynchronizedAndWritersKeepEachOthersKeys) {
     PreferenceDomain writer("test", file());
     writer.setValue("a", 1);
     EXPECT_EQ(writer.copyValue("a"), Value(1));
@@ -38,10 +38,9 @@ TEST_F(Domain, ChangesArePendingUntilSynchronizedAndThenOnDisk) {
     writer.setValue("a", Value());
     writer.synchronize();
     EXPECT_EQ(readPropertyListFile(file()), Value::dict());
-}
 
-// Each sees the other's change without any call, and neither loses the other's key.
-TEST_F(Domain, WritersOfDifferentKeysKeepEachOthersKeysUntilOneRemovesAll) {
+    // Writers of different keys see each other's change without any call and keep each
+    // other's keys, until one removes all.
     PreferenceDomain first("test", file());
     PreferenceDomain second("test", file());
     first.copyValue("x"); // both have read the empty file

@@ -39,7 +39,7 @@ void storeMachineKeys(CVBPreferences& preferences) {
     preferences.setObject(Value::array({"x"}), "Sensors_MenubarItems");
 }
 
-TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
+TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeysAndNeedsAnExistingFolder) {
     auto& preferences = install();
     storeMachineKeys(preferences);
     preferences.setObject(Value(3), "TimerFrequency");
@@ -50,6 +50,13 @@ TEST_F(SettingsFileTest, ExportLeavesOutThisMachinesKeys) {
     EXPECT_EQ(written["version"], Value("6.72"));
     EXPECT_EQ(written["build"], Value("1224"));
     EXPECT_EQ(written["preferences"], Value::dict({{"TimerFrequency", 3}}));
+
+    // Into a missing folder it fails and says so, and makes no folder.
+    const auto lost = dir.path() / "missing" / "Corvane Bar Settings.cvbp";
+    const auto result = SettingsFile(preferences, restarter).exportSettings(lost);
+    EXPECT_FALSE(result);
+    EXPECT_NE(result.reason.find("does not exist"), std::string::npos) << result.reason;
+    EXPECT_FALSE(std::filesystem::exists(lost.parent_path()));
 }
 
 TEST_F(SettingsFileTest, ImportWritesEveryEntryOverAllButTheEightMachineKeys) {
@@ -85,15 +92,6 @@ TEST_F(SettingsFileTest, ImportWritesEveryEntryOverAllButTheEightMachineKeys) {
     EXPECT_EQ(stored["Migrated_6.0"], Value(true));
     EXPECT_EQ(posted.size(), 1u);
     EXPECT_EQ(restarter.restarts, 1);
-}
-
-TEST_F(SettingsFileTest, ExportIntoAMissingFolderFailsAndSaysSo) {
-    auto& preferences = install();
-    const auto file = dir.path() / "missing" / "Corvane Bar Settings.cvbp";
-    const auto result = SettingsFile(preferences, restarter).exportSettings(file);
-    EXPECT_FALSE(result);
-    EXPECT_NE(result.reason.find("does not exist"), std::string::npos) << result.reason;
-    EXPECT_FALSE(std::filesystem::exists(file.parent_path()));
 }
 
 TEST_F(SettingsFileTest, ExportOfAFreshInstallationImportsCleanly) {

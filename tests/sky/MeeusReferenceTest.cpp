@@ -104,16 +104,14 @@ TEST(MoonLimbAngle, BrightLimbMatchesMeeusExample48a) {
     EXPECT_LT(worst.worst(), 0.1);
 }
 
-TEST(AngleMath, ArcsinIsExactAtTheEndsAndMatchesAsinBetween) {
+TEST(AngleMath, ArcsinIsExactAtTheEndsAndReductionsKeepNegativeAnglesInOneTurn) {
     EXPECT_EQ(arcsin(1.0), std::numbers::pi / 2.0);
     EXPECT_EQ(arcsin(-1.0), -std::numbers::pi / 2.0);
     EXPECT_EQ(Rad2Deg2(arcsin(1.0)), 90.0);
     EXPECT_EQ(Rad2Deg2(arcsin(-1.0)), -90.0);
     EXPECT_NEAR(arcsin(0.5), std::numbers::pi / 6.0, 1e-15);
     EXPECT_NEAR(arcsin(-0.999999), std::asin(-0.999999), 1e-12);
-}
-
-TEST(AngleMath, ReductionsKeepNegativeAnglesInOneTurn) {
+    // Reductions keep negative angles in one turn.
     EXPECT_DOUBLE_EQ(trunc2(-30.0), 330.0);
     EXPECT_DOUBLE_EQ(trunc2(725.0), 5.0);
     EXPECT_EQ(trunc2(-1e-17), 0.0); // would round to 360 without the guard

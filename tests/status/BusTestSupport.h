@@ -14,6 +14,14 @@
 
 namespace corvane::test {
 
+// The tray's watcher, as far as the items ask it.
+inline constexpr const char* kWatcherXml = R"xml(<node>
+  <interface name="org.kde.StatusNotifierWatcher">
+    <method name="RegisterStatusNotifierItem"><arg name="service" type="s" direction="in"/></method>
+    <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+  </interface>
+</node>)xml";
+
 // Runs the main context, where the code under test gets its calls and replies, until the
 // condition holds or the time is up.
 inline bool waitUntil(const std::function<bool()>& condition, double seconds = 2.0) {

@@ -16,6 +16,7 @@
 #include "status/PanelAppearance.h"
 #include "status/PixelConversion.h"
 #include "status/StatusCollectors.h"
+#include "support/Spawn.h"
 #include "support/TemporaryDirectory.h"
 
 #include <cmath>
@@ -27,14 +28,8 @@
 namespace corvane {
 namespace {
 
+using test::kWatcherXml;
 using test::waitUntil;
-
-constexpr const char* kWatcherXml = R"xml(<node>
-  <interface name="org.kde.StatusNotifierWatcher">
-    <method name="RegisterStatusNotifierItem"><arg name="service" type="s" direction="in"/></method>
-    <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
-  </interface>
-</node>)xml";
 
 // The settings window as the status program sees it: always running.
 class RunningApplication final : public ApplicationLauncher {
@@ -414,18 +409,10 @@ TEST_F(StatusProgramBinary, OnceWritesOneFrameWithReadings) {
 
 TEST(StatusProgramUnit, TheUserUnitVerifies) {
     // The user manager's lookup needs a runtime folder, which CI sessions lack.
-    gchar* runtime = g_dir_make_tmp("cvb-runtime-XXXXXX", nullptr);
-    ASSERT_NE(runtime, nullptr);
-    const std::string command = std::string("env XDG_RUNTIME_DIR=") + runtime +
-                                " systemd-analyze --user verify " + CVB_STATUS_UNIT;
-    const std::string runtimeFolder = runtime;
-    g_free(runtime);
-    gchar* errors = nullptr;
-    gint status = -1;
-    ASSERT_TRUE(g_spawn_command_line_sync(command.c_str(), nullptr, &errors, &status, nullptr));
-    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr)) << errors;
-    g_free(errors);
-    std::filesystem::remove_all(runtimeFolder);
+    test::TemporaryDirectory runtime;
+    const auto verify = test::spawn({"env", "XDG_RUNTIME_DIR=" + runtime.path().string(),
+                                     "systemd-analyze", "--user", "verify", CVB_STATUS_UNIT});
+    EXPECT_EQ(verify.status, 0) << verify.output;
 }
 
 } // namespace

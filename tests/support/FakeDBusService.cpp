@@ -3,12 +3,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <future>
 #include <gio/gio.h>
-#include <iostream>
-#include <iterator>
-#include <sstream>
 
 namespace corvane::test {
 
@@ -317,80 +313,6 @@ void FakeDBusService::answerHeld() {
                 h.invocation, "org.freedesktop.DBus.Error.NoReply", "the fake service stopped");
         g_variant_unref(h.call.parameters);
     }
-}
-
-namespace {
-
-GVariant* parsedValue(const std::string& text) {
-    GError* error = nullptr;
-    GVariant* value = g_variant_parse(nullptr, text.c_str(), nullptr, nullptr, &error);
-    if (!value) {
-        std::fprintf(stderr, "fake service: cannot read \"%s\": %s\n", text.c_str(),
-                     error->message);
-        g_error_free(error);
-    }
-    return value;
-}
-
-// "A=B" split at the first '='.
-std::pair<std::string, std::string> assignment(const std::string& text) {
-    const auto equals = text.find('=');
-    if (equals == std::string::npos)
-        return {text, ""};
-    return {text.substr(0, equals), text.substr(equals + 1)};
-}
-
-} // namespace
-
-int fakeDBusServiceMain(int argc, char** argv) {
-    std::string name, path = "/", xml;
-    std::vector<std::pair<std::string, std::string>> properties, replies;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        const std::string value = argv[i + 1];
-        if (option == "--name")
-            name = value;
-        else if (option == "--path")
-            path = value;
-        else if (option == "--xml") {
-            std::ifstream in(value);
-            xml.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-        } else if (option == "--property")
-            properties.push_back(assignment(value));
-        else if (option == "--reply")
-            replies.push_back(assignment(value));
-    }
-    FakeDBusService service(name, path, xml);
-    for (const auto& [key, text] : properties) {
-        const auto dot = key.rfind('.');
-        if (GVariant* value = parsedValue(text); value && dot != std::string::npos)
-            service.setProperty(key.substr(0, dot), key.substr(dot + 1), value);
-    }
-    for (const auto& [method, text] : replies)
-        service.onMethod(method, [text = text](const FakeDBusService::Call&) {
-            return FakeDBusService::Reply(parsedValue(text));
-        });
-    if (!service.start()) {
-        std::fprintf(stderr, "fake service: cannot take %s on the session bus\n", name.c_str());
-        return 1;
-    }
-    std::cout << "ready " << service.uniqueName() << std::endl;
-    for (std::string line; std::getline(std::cin, line);) {
-        std::istringstream words(line);
-        std::string command, first, second;
-        words >> command >> first >> second;
-        if (command == "hang" || command == "answer")
-            service.setHung(command == "hang");
-        else if (command == "count")
-            std::cout << service.calls(first) << std::endl;
-        else if (command == "emit") {
-            std::string rest;
-            std::getline(words, rest);
-            service.emitSignal(first, second, rest.empty() ? nullptr : parsedValue(rest));
-        } else if (command == "quit")
-            break;
-    }
-    return 0;
 }
 
 } // namespace corvane::test

@@ -22,8 +22,7 @@ namespace corvane::test {
 // A D-Bus service played by a test: objects described by introspection XML, properties the
 // test sets, methods answered by the test's functions, signals sent on request. It runs on
 // the session bus from a thread and main context of its own, with a connection of its own,
-// so the code under test talks to it as to another process; `fakeDBusServiceMain` runs the
-// same thing as a separate process, driven through its standard input.
+// so the code under test talks to it as to another process.
 //
 // In "hang" mode calls (property reads included) are counted but held unanswered, as a
 // service stuck in a loop does, until the mode is left or the service stops.
@@ -104,11 +103,5 @@ private:
     GMainLoop* loop_ = nullptr;
     GDBusConnection* connection_ = nullptr;
 };
-
-// The fake as a program: --name NAME --path PATH --xml FILE, any number of
-// --property INTERFACE.NAME=VALUE and --reply METHOD=VALUE (GVariant text). It prints
-// "ready UNIQUE-NAME" once on the bus and reads commands, one a line: "hang", "answer",
-// "count METHOD" (prints the number), "emit INTERFACE SIGNAL VALUE", "quit".
-int fakeDBusServiceMain(int argc, char** argv);
 
 } // namespace corvane::test

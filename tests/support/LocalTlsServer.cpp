@@ -10,6 +10,8 @@ LocalTlsServer::LocalTlsServer() {
 }
 
 LocalTlsServer::~LocalTlsServer() {
+    for (SoupWebsocketConnection* socket : sockets_)
+        g_object_unref(socket);
     if (server_) {
         soup_server_disconnect(server_);
         g_object_unref(server_);
@@ -108,6 +110,51 @@ void LocalTlsServer::respond(const std::string& path, unsigned status, std::stri
 int LocalTlsServer::requests(const std::string& path) const {
     const auto found = answers_.find(path);
     return found == answers_.end() ? 0 : found->second.requests;
+}
+
+void LocalTlsServer::acceptWebSockets(const std::string& path,
+                                      std::function<void(const std::string& frame)> received) {
+    received_ = std::move(received);
+    soup_server_add_websocket_handler(
+        server_, path.c_str(), nullptr, nullptr,
+        [](SoupServer*, SoupServerMessage*, const char*, SoupWebsocketConnection* socket,
+           gpointer data) {
+            auto* self = static_cast<LocalTlsServer*>(data);
+            self->sockets_.push_back(static_cast<SoupWebsocketConnection*>(g_object_ref(socket)));
+            g_signal_connect(
+                socket, "message",
+                G_CALLBACK(+[](SoupWebsocketConnection*, gint type, GBytes* bytes, gpointer owner) {
+                    gsize size = 0;
+                    const auto* text = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+                    auto* server = static_cast<LocalTlsServer*>(owner);
+                    if (type == SOUP_WEBSOCKET_DATA_TEXT && server->received_)
+                        server->received_(std::string(text ? text : "", size));
+                }),
+                self);
+        },
+        this, nullptr);
+}
+
+std::string LocalTlsServer::webSocketURL(const std::string& path) const {
+    return "wss://127.0.0.1:" + std::to_string(port_) + path;
+}
+
+int LocalTlsServer::send(const std::string& frame) {
+    int sent = 0;
+    for (SoupWebsocketConnection* socket : sockets_) {
+        if (soup_websocket_connection_get_state(socket) == SOUP_WEBSOCKET_STATE_OPEN) {
+            soup_websocket_connection_send_text(socket, frame.c_str());
+            ++sent;
+        }
+    }
+    return sent;
+}
+
+int LocalTlsServer::openWebSockets() const {
+    int open = 0;
+    for (SoupWebsocketConnection* socket : sockets_)
+        open += soup_websocket_connection_get_state(socket) == SOUP_WEBSOCKET_STATE_OPEN;
+    return open;
 }
 
 } // namespace corvane::test

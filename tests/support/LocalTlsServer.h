@@ -2,11 +2,14 @@
 
 #include "support/TemporaryDirectory.h"
 
+#include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 using GTlsDatabase = struct _GTlsDatabase;
 using SoupServer = struct _SoupServer;
+using SoupWebsocketConnection = struct _SoupWebsocketConnection;
 
 namespace corvane::test {
 
@@ -32,6 +35,15 @@ public:
     // The requests `path` has had.
     int requests(const std::string& path) const;
 
+    // Accepts WebSockets on `path` ("wss://127.0.0.1:PORT" + path); each text frame a client
+    // sends is handed to `received`. The test answers when it likes, through send().
+    void acceptWebSockets(const std::string& path,
+                          std::function<void(const std::string& frame)> received);
+    std::string webSocketURL(const std::string& path) const;
+    // A text frame to every open WebSocket; how many took it.
+    int send(const std::string& frame);
+    int openWebSockets() const;
+
 private:
     struct Answer {
         unsigned status = 404;
@@ -47,6 +59,8 @@ private:
     GTlsDatabase* database_ = nullptr;
     unsigned port_ = 0;
     std::map<std::string, Answer> answers_;
+    std::function<void(const std::string&)> received_;
+    std::vector<SoupWebsocketConnection*> sockets_; // each holds a reference
 };
 
 } // namespace corvane::test

@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(Translations, MenuKeyWithProductNameAndFallThroughToPrefs) {
+TEST_F(Translations, MenuKeysFallThroughToPrefsThenToTheFallbackOrTheKey) {
     EXPECT_EQ(HLVLocalizedMenuString(text, "About Corvane Bar"), "About Corvane Bar…");
     // Keys are looked up as given; the table's keys are the ones with the name filled in.
     EXPECT_EQ(HLVLocalizedMenuString(text, "About APPLICATIONNAME"), "About APPLICATIONNAME");
@@ -34,37 +34,37 @@ TEST_F(Translations, MenuKeyWithProductNameAndFallThroughToPrefs) {
               "Check for Updates…"); // from prefs
     EXPECT_EQ(HLVLocalizedMenuString(text, "Blank"), "Blank");
     EXPECT_EQ(HLVLocalizedMenuString(text, "Nowhere"), "Nowhere");
-}
-
-TEST_F(Translations, EmptyOrMissingTextShowsFallbackOrKey) {
+    // Empty or missing text shows the fallback, else the key.
     EXPECT_EQ(HLVLocalizedString(text, "Empty", {}, "prefs"), "Empty");
     EXPECT_EQ(HLVLocalizedString(text, "Empty", "Instead", "prefs"), "Instead");
     EXPECT_EQ(HLVLocalizedString(text, "Missing", {}, "nosuchtable"), "Missing");
 }
 
-TEST_F(Translations, PortugueseFallsBackToPortugal) {
+TEST_F(Translations, PortugueseFallsBackToPortugalAndTheChoiceKeepsItsUnderscore) {
     for (const char* language : {"pt", "pt_BR", "pt-BR", "pt-PT"}) {
         CVBSetObjectForKey(Value(language), "language");
         EXPECT_EQ(HLVLocalizedString(text, "Preferences", {}, "prefs"), "Preferências") << language;
     }
-}
-
-TEST_F(Translations, LanguagePreferenceWinsAndKeepsItsUnderscore) {
+    // The chosen language wins and keeps its underscore.
     CVBSetObjectForKey(Value("pt_PT"), "language");
     EXPECT_EQ(caches.translations.preferedLocalization(text.language()),
               std::vector<std::string>{"pt_PT"});
 }
 
 TEST_F(Translations, ReadingDirectionFollowsTheChosenLanguage) {
-    for (const char* language : {"ar", "he_IL", "fa-IR", "ur", "yi"}) {
+    for (const auto& [language, rtl] : {std::pair{"ar", true},
+                                        {"he_IL", true},
+                                        {"fa-IR", true},
+                                        {"ur", true},
+                                        {"yi", true},
+                                        {"en", false},
+                                        {"de", false},
+                                        {"pt_PT", false},
+                                        {"zh-Hant", false}}) {
         CVBSetObjectForKey(Value(language), "language");
-        EXPECT_TRUE(isRTLLanguage(text)) << language;
-        EXPECT_EQ(textAlignmentForLanguage(text), kAlignmentRight) << language;
-    }
-    for (const char* language : {"en", "de", "pt_PT", "zh-Hant"}) {
-        CVBSetObjectForKey(Value(language), "language");
-        EXPECT_FALSE(isRTLLanguage(text)) << language;
-        EXPECT_EQ(textAlignmentForLanguage(text), kAlignmentLeft) << language;
+        EXPECT_EQ(isRTLLanguage(text), rtl) << language;
+        EXPECT_EQ(textAlignmentForLanguage(text), rtl ? kAlignmentRight : kAlignmentLeft)
+            << language;
     }
 }
 
@@ -104,8 +104,8 @@ TEST_F(CarriedTables, GermanTablesParseAndAnswer) {
 // A key that only English carries would show English in the middle of a German window.
 TEST_F(CarriedTables, EveryEnglishKeyHasAGermanText) {
     const auto data = Paths::dataDirectory();
-    for (const char* table : {"battery.strings", "common.strings", "prefs.strings",
-                              "sensors.strings", "updater.strings"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(data / "en.lproj")) {
+        const std::string table = entry.path().filename().string();
         SCOPED_TRACE(table);
         const auto english = readStringsFile(data / "en.lproj" / table);
         const auto german = readStringsFile(data / "de.lproj" / table);

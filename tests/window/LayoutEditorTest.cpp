@@ -2,59 +2,14 @@
 
 #include "preferences/PreferencesFixture.h"
 #include "shell/SectionItems.h"
+#include "support/XvfbServer.h"
 
-#include <csignal>
 #include <cstdlib>
-#include <glib-unix.h>
 #include <gtest/gtest.h>
 #include <gtkmm/init.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace corvane::test {
 namespace {
-
-// An X server of the test's own when none is given, stopped when the tests end.
-class Display {
-public:
-    // Empty when there is a display to use, else why there is none.
-    std::string open() {
-        if (std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"))
-            return {};
-        int ready[2];
-        if (!g_unix_open_pipe(ready, FD_CLOEXEC, nullptr))
-            return "no pipe for Xvfb";
-        const gchar* argv[] = {"Xvfb",    "-displayfd", "3",           "-nolisten", "tcp",
-                               "-screen", "0",          "1024x768x24", nullptr};
-        const gint source[] = {ready[1]};
-        const gint target[] = {3};
-        GError* error = nullptr;
-        const bool started = g_spawn_async_with_pipes_and_fds(
-            nullptr, argv, nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, -1, -1, -1, source,
-            target, 1, &server_, nullptr, nullptr, nullptr, &error);
-        close(ready[1]);
-        std::string number;
-        char c = 0;
-        while (started && read(ready[0], &c, 1) == 1 && c != '\n')
-            number += c;
-        close(ready[0]);
-        const std::string why = started ? "Xvfb said no display number" : error->message;
-        g_clear_error(&error);
-        if (number.empty())
-            return why;
-        setenv("DISPLAY", (":" + number).c_str(), 1);
-        return {};
-    }
-    ~Display() {
-        if (server_ <= 0)
-            return;
-        kill(server_, SIGTERM);
-        waitpid(server_, nullptr, 0);
-    }
-
-private:
-    GPid server_ = 0;
-};
 
 class LayoutEditorTest : public PreferencesFixture {
 protected:
@@ -67,8 +22,14 @@ protected:
                                           {"GSK_RENDERER", "cairo"},
                                           {"GSETTINGS_BACKEND", "memory"}})
             setenv(name, value, 0);
-        display_ = new Display;
-        skipReason_ = display_->open();
+        // An X server of the test's own when none is given, stopped when the tests end.
+        if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
+            display_ = new XvfbServer("1024x768x24");
+            if (display_->display().empty())
+                skipReason_ = "Xvfb did not start";
+            else
+                setenv("DISPLAY", display_->display().c_str(), 1);
+        }
         if (skipReason_.empty() && !gtk_init_check())
             skipReason_ = "GTK cannot open the display";
         if (skipReason_.empty())
@@ -131,7 +92,7 @@ protected:
         return list;
     }
 
-    static inline Display* display_ = nullptr;
+    static inline XvfbServer* display_ = nullptr;
     static inline std::string skipReason_;
     DistributedNotificationCenter distributed_{nullptr};
     std::unique_ptr<LayoutEditorModel> model_;

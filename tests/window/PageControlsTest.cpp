@@ -58,15 +58,6 @@ TEST_F(PageControlsTest, EveryKeyOfTheSectionHasAControlOrAnotherEditor) {
     }
 }
 
-TEST_F(PageControlsTest, SectionsWithoutSettingsYetOfferNoControls) {
-    for (const char* page : {"Notifications", "Weather", "Network", "Time"}) {
-        const auto description = pageDescriptionFor(page);
-        EXPECT_TRUE(description.placeholder) << page;
-        EXPECT_TRUE(description.groups.empty()) << page;
-        EXPECT_FALSE(description.summary.empty()) << page;
-    }
-}
-
 // What the user does is stored under the row's key and posted with its section's name, as a
 // command-line write of that key is.
 TEST_F(PageControlsTest, AChangeIsStoredAndPostedWithTheSectionsNotification) {

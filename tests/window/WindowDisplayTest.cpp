@@ -10,6 +10,7 @@
 #include "shell/SectionController.h"
 #include "shell/SectionManager.h"
 #include "support/TemporaryDirectory.h"
+#include "support/XvfbServer.h"
 #include "window/MainWindow.h"
 #include "window/PreviewArea.h"
 #include "window/WindowApplication.h"
@@ -17,16 +18,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstring>
 #include <functional>
-#include <glib-unix.h>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <memory>
 #include <set>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace corvane::test {
@@ -225,47 +222,6 @@ std::vector<guchar> pixelsOf(Gtk::Widget& widget) {
     g_object_unref(paintable);
     return pixels;
 }
-
-// An X server of the test's own on a display it picks itself, so that programs starting
-// servers at the same time cannot take the same number; stopped with the object.
-class XvfbServer {
-public:
-    XvfbServer() {
-        int ready[2];
-        if (!g_unix_open_pipe(ready, FD_CLOEXEC, nullptr))
-            return;
-        const gchar* argv[] = {"Xvfb", "-displayfd",   "3",    "-nolisten", "tcp", "-screen",
-                               "0",    "1280x1024x24", nullptr};
-        const gint source[] = {ready[1]};
-        const gint target[] = {3};
-        const bool started = g_spawn_async_with_pipes_and_fds(
-            nullptr, argv, nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, -1, -1, -1, source,
-            target, 1, &server_, nullptr, nullptr, nullptr, nullptr);
-        close(ready[1]);
-        std::string number;
-        char c = 0;
-        while (started && read(ready[0], &c, 1) == 1 && c != '\n')
-            number += c;
-        close(ready[0]);
-        if (!number.empty())
-            display_ = ":" + number;
-    }
-    ~XvfbServer() {
-        if (server_ <= 0)
-            return;
-        kill(server_, SIGTERM);
-        waitpid(server_, nullptr, 0);
-    }
-    XvfbServer(const XvfbServer&) = delete;
-    XvfbServer& operator=(const XvfbServer&) = delete;
-
-    // Empty when the server did not start.
-    const std::string& display() const { return display_; }
-
-private:
-    GPid server_ = 0;
-    std::string display_;
-};
 
 class WindowDisplayTest : public ::testing::Test {
 protected:

@@ -42,6 +42,12 @@ CREATE TABLE cities (
     population INTEGER NOT NULL
 );
 CREATE INDEX cities_latitude ON cities (latitude);
+-- For the searches: LIKE with a prefix, which ignores ASCII case, can use an index only if it
+-- ignores case the same way.
+CREATE INDEX cities_city ON cities (city COLLATE NOCASE);
+CREATE INDEX cities_city_plain ON cities (city_plain COLLATE NOCASE);
+CREATE INDEX cities_state ON cities (state COLLATE NOCASE);
+CREATE INDEX cities_country ON cities (country COLLATE NOCASE);
 )";
 
 bool exec(sqlite3* db, const char* sql) {

@@ -5,6 +5,7 @@
 #include "foundation/TextParsing.h"
 
 #include <blkid/blkid.h>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -62,6 +63,32 @@ std::string serialFromVpdPage(const std::string& page) {
 }
 
 } // namespace
+
+std::string identifierFromVpdPage83(const std::string& page) {
+    // A four-byte page header, then descriptors of four header bytes and the designator.
+    constexpr std::size_t kHeader = 4;
+    if (page.size() < kHeader + kHeader || static_cast<unsigned char>(page[1]) != 0x83)
+        return {};
+    const std::size_t length = static_cast<unsigned char>(page[kHeader + 3]);
+    if (length == 0 || page.size() < kHeader + kHeader + length)
+        return {};
+    const std::string designator = page.substr(kHeader + kHeader, length);
+    const int codeSet = page[kHeader] & 0x0f;
+    if (codeSet == 2 || codeSet == 3) { // ASCII, UTF-8
+        std::string text;
+        for (char c : designator)
+            if (c >= 0x21 && c <= 0x7e)
+                text.push_back(c);
+        return text;
+    }
+    std::string hex;
+    char digits[3];
+    for (unsigned char c : designator) {
+        std::snprintf(digits, sizeof digits, "%02x", c);
+        hex += digits;
+    }
+    return hex;
+}
 
 DeviceProperties probeWithBlkid(const std::string& name, const std::string&) {
     DeviceProperties found;
@@ -326,10 +353,18 @@ BlockSnapshot BlockDevices::scan(const std::vector<MountEntry>& mountTable) cons
         std::string wwid = root_.readAttribute(disk.sysPath + "/device/wwid").value_or("");
         if (wwid.empty())
             wwid = root_.readAttribute(disk.sysPath + "/wwid").value_or(property("ID_WWN"));
-        snapshot.activityDisks.push_back({name, disk.loop, disk.physical ? serialOf(disk) : "",
-                                          wwid, disk.vendor, property("ID_PART_TABLE_UUID"),
-                                          disk.rotational ? "Rotational" : "Solid State",
-                                          disk.model.empty() ? name : disk.model});
+        ActivityDisk activity{name,
+                              disk.loop,
+                              disk.physical ? serialOf(disk) : "",
+                              wwid,
+                              disk.vendor,
+                              property("ID_PART_TABLE_UUID"),
+                              {},
+                              disk.rotational ? "Rotational" : "Solid State",
+                              disk.model.empty() ? name : disk.model};
+        if (auto page = root_.readFile(disk.sysPath + "/device/vpd_pg83"))
+            activity.deviceIdentification = identifierFromVpdPage83(*page);
+        snapshot.activityDisks.push_back(std::move(activity));
     }
     for (const VolumeMount& mount : mounts) {
         if (mount.network) {

@@ -21,6 +21,10 @@ using DeviceProber =
 // libblkid's probe of /dev/<name>; it needs the right to read the device, else it finds nothing.
 DeviceProperties probeWithBlkid(const std::string& name, const std::string& device);
 
+// The first designator of a SCSI device identification page (vpd_pg83): text as it is,
+// binary as hexadecimal digits; empty when the page holds none.
+std::string identifierFromVpdPage83(const std::string& page);
+
 // What the machine's block devices and mounts say, in the terms of the disk tree.
 struct BlockSnapshot {
     std::vector<Value> descriptions; // whole disks before their partitions, then network

@@ -30,8 +30,9 @@ std::optional<std::string> activityIdentity(const ActivityDisk& disk) {
     if (auto wwid = usableIdentity(disk.wwid))
         return wwid;
     if (disk.vendor == "HPT")
-        return usableIdentity(disk.partitionTableUUID);
-    return std::nullopt;
+        if (auto table = usableIdentity(disk.partitionTableUUID))
+            return table;
+    return usableIdentity(disk.deviceIdentification);
 }
 
 double diskActivityValue(double newValue, double oldValue) {

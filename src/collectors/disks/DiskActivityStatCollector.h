@@ -19,13 +19,15 @@ struct ActivityDisk {
     std::string wwid;
     std::string vendor;
     std::string partitionTableUUID;
+    // The first designator of the device identification page, as text.
+    std::string deviceIdentification;
     std::string hardwareType; // "Solid State", "Rotational"
     std::string name;
 };
 
 // The stable identity of a disk: its serial, else its WWID, else for a controller of vendor
-// "HPT" the partition table's UUID. Blank or all-zero values do not count; disk images have
-// none.
+// "HPT" the partition table's UUID, else the device identification. Blank or all-zero values
+// do not count; disk images have none.
 std::optional<std::string> activityIdentity(const ActivityDisk& disk);
 
 // Difference of two counters; 0 when it is negative, not a number, or either is 0, so that a

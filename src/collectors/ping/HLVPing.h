@@ -15,6 +15,8 @@ namespace corvane {
 class HLVPing final : public HLVPingDelegate {
 public:
     using TransportFactory = std::function<std::unique_ptr<PingTransport>()>;
+    // The packets of the program's shared ping, which runs until it is cancelled.
+    static constexpr std::int64_t kRunUntilCancelled = 0x7fffffff;
 
     // Without a factory the pings go over the kernel's ICMP sockets.
     explicit HLVPing(MainQueue& queue, TransportFactory factory = {});

@@ -143,6 +143,18 @@ void PublicAddressFetcher::finished(Request& request, bool complete) {
     }
 }
 
+bool PublicAddressFetcher::shownWith(std::string_view disabledBlocks) {
+    while (!disabledBlocks.empty()) {
+        const auto comma = disabledBlocks.find(',');
+        if (disabledBlocks.substr(0, comma) == kDropdownBlock)
+            return false;
+        if (comma == std::string_view::npos)
+            break;
+        disabledBlocks.remove_prefix(comma + 1);
+    }
+    return true;
+}
+
 std::optional<std::string> PublicAddressFetcher::addressFromAnswer(std::string_view answer) {
     const auto first = answer.find_first_not_of(" \t\r\n");
     const auto last = answer.find_last_not_of(" \t\r\n");

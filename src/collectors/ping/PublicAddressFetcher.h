@@ -42,6 +42,11 @@ public:
     const Value& publicIPData() const { return publicIPData_; }
     bool fetching() const { return request_ != nullptr; }
 
+    // The dropdown's block of the address, and whether a comma-separated list of disabled
+    // blocks ("Network_DropdownOrderDisabled") leaves it shown. Hidden, it is not fetched.
+    static constexpr const char* kDropdownBlock = "public-ip";
+    static bool shownWith(std::string_view disabledBlocks);
+
     // The address in a service's answer, or nullopt (with a log line) for anything else.
     static std::optional<std::string> addressFromAnswer(std::string_view answer);
 

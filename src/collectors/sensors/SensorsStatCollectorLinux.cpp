@@ -1,7 +1,9 @@
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
 
+#include "collectors/sensors/DaemonKeyReader.h"
 #include "foundation/Log.h"
 #include "hardware/AppleSMCSysfs.h"
+#include "hardware/MacModelCatalogue.h"
 #include "hardware/PlatformController.h"
 #include "hardware/PlatformLinux.h"
 
@@ -50,18 +52,43 @@ SensorsStatCollectorLinux::~SensorsStatCollectorLinux() = default;
 
 std::unique_ptr<SensorsStatCollectorLinux>
 SensorsStatCollectorLinux::make(const EngineContext& context, SysRoot root) {
+    // Only root may move the controller's key cursor.
+    GObjectRef<GDBusConnection> bus;
+    if (::geteuid() != 0)
+        bus =
+            GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    return make(context, std::move(root), std::move(bus));
+}
+
+std::unique_ptr<SensorsStatCollectorLinux>
+SensorsStatCollectorLinux::make(const EngineContext& context, SysRoot root,
+                                GObjectRef<GDBusConnection> daemonBus) {
     auto inputs = readPlatformInputs(root, nullptr);
     std::unique_ptr<SensorsStatCollectorLinux> collector;
     // A Mac with the controller's driver; the keys it lists come from the driver.
-    if (inputs.facts.isApple() && !inputs.smcKeys.empty() && ::geteuid() == 0) {
-        // Only root may move the controller's key cursor. For everyone else the daemon's key
-        // reader takes this place once its client is in; until then the driver's hwmon
-        // readings stand in below.
-        auto& smc = SensorSMCController::sharedSMC();
-        auto platform = makePlatform(root, readPlatformInputs(root, &smc), false);
-        collector = std::make_unique<SensorsStatCollectorLinux>(
-            context, root, std::move(platform), std::make_unique<SMCDirectKeyReader>(smc, false));
-    } else {
+    if (inputs.facts.isApple() && !inputs.smcKeys.empty()) {
+        if (!daemonBus) {
+            auto& smc = SensorSMCController::sharedSMC();
+            auto platform = makePlatform(root, readPlatformInputs(root, &smc), false);
+            collector = std::make_unique<SensorsStatCollectorLinux>(
+                context, root, std::move(platform),
+                std::make_unique<SMCDirectKeyReader>(smc, false));
+        } else {
+            // A user sees only the keys the driver labels; the daemon answers for every key
+            // the catalogue knows, and those it has are the machine's.
+            auto keys = std::make_unique<DaemonKeyReader>(std::move(daemonBus));
+            std::vector<std::string> asked{"FNum"};
+            for (const auto& known : sensorVocabulary())
+                asked.emplace_back(known.key);
+            if (auto present = keys->readKeys(asked)) {
+                PlatformInputs listed = inputs;
+                listed.smcKeys = std::move(*present);
+                collector = std::make_unique<SensorsStatCollectorLinux>(
+                    context, root, makePlatform(root, std::move(listed), false), std::move(keys));
+            }
+        }
+    }
+    if (!collector) {
         HwmonReadings readings(root);
         auto platform = std::make_unique<PlatformLinux>(std::move(inputs), readings.inputs());
         collector = std::make_unique<SensorsStatCollectorLinux>(context, root, std::move(platform));
@@ -182,7 +209,8 @@ bool SensorsStatCollectorLinux::impossibleReading(const HwmonInput& input, doubl
 
 void SensorsStatCollectorLinux::refreshValue(SensorStatCollectorItem& item) {
     if (keys_) {
-        SensorsStatCollector::refreshValue(item);
+        if (keys_->answering())
+            SensorsStatCollector::refreshValue(item);
         return;
     }
     const auto& inputs = hwmon_->inputs();
@@ -201,6 +229,8 @@ void SensorsStatCollectorLinux::refreshValue(SensorStatCollectorItem& item) {
 }
 
 void SensorsStatCollectorLinux::beginUpdate(std::int64_t identifier) {
+    if (keys_)
+        keys_->beginCycle();
     // Switched off, the entries keep their last values and the items freeze.
     if (frequency_ && frequencyEnabled_)
         for (const auto& [key, value] : frequency_->read())

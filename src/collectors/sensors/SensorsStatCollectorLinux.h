@@ -2,10 +2,12 @@
 
 #include "collectors/sensors/CpuFrequencySensors.h"
 #include "collectors/sensors/SensorsStatCollector.h"
+#include "foundation/GLibHandles.h"
 #include "foundation/SysRoot.h"
 #include "hardware/HwmonReadings.h"
 #include "hardware/SensorSMCController.h"
 
+#include <gio/gio.h>
 #include <memory>
 #include <set>
 #include <string>
@@ -39,9 +41,14 @@ public:
                               std::unique_ptr<SensorKeyReader> keys = nullptr);
     ~SensorsStatCollectorLinux() override;
 
-    // The collector for the running machine, loaded.
+    // The collector for the running machine, loaded. A Mac's controller keys are read here by
+    // root and through the daemon on the system bus by anyone else.
     static std::unique_ptr<SensorsStatCollectorLinux> make(const EngineContext& context,
                                                            SysRoot root);
+    // `daemonBus` null: this process reads the keys itself. A daemon that does not answer
+    // leaves the driver's hwmon readings in their place.
+    static std::unique_ptr<SensorsStatCollectorLinux>
+    make(const EngineContext& context, SysRoot root, GObjectRef<GDBusConnection> daemonBus);
 
     // The process's collector, made and loaded on first use with the first context asked.
     static SensorsStatCollectorLinux& sharedSensorCollector(const EngineContext& context);

@@ -1,5 +1,6 @@
 #include "collectors/sensors/SensorsStatus.h"
 
+#include "preferences/CVBPreferences.h"
 #include "text/SensorFormatters.h"
 
 #include <algorithm>
@@ -40,6 +41,17 @@ bool hasRecords(const SensorStatCollectorItem& item) {
 
 } // namespace
 
+std::string shownSensorName(CVBPreferences& preferences, const SensorStatCollectorItem& item) {
+    const Value& given = preferences.objectForKey(kSensorNamesKey)[item.key()];
+    return given.isString() && !given.stringValue().empty() ? given.stringValue() : item.name;
+}
+
+bool sensorHidden(CVBPreferences& preferences, const std::string& key) {
+    const auto& hidden = preferences.objectForKey(kHiddenSensorsKey).arrayItems();
+    return std::any_of(hidden.begin(), hidden.end(),
+                       [&](const Value& entry) { return entry.stringValue() == key; });
+}
+
 std::vector<SensorsStatCollector::SensorPointer> SensorsStatus::shown() const {
     std::vector<SensorsStatCollector::SensorPointer> items;
     for (const auto& item : sensors_.sensors()) {
@@ -56,7 +68,7 @@ Value SensorsStatus::dictionary() const {
     Value list = Value::array();
     for (const auto& item : shown()) {
         Value row = Value::dict({{"key", item->key()},
-                                 {"name", item->name},
+                                 {"name", shownSensorName(text_.preferences, *item)},
                                  {"heading", headingForSensorType(item->sensorType)},
                                  {"type", item->sensorType},
                                  {"value", static_cast<double>(item->reading)},
@@ -74,13 +86,15 @@ Value SensorsStatus::dictionary() const {
             put("lowest", item->lowestRecordedValue);
             put("highest", item->highestRecordedValue);
         }
+        if (sensorHidden(text_.preferences, item->key()))
+            row.set("hidden", true);
         list.append(std::move(row));
     }
     return list;
 }
 
 std::string SensorsStatus::line(const SensorStatCollectorItem& item) const {
-    std::string out = padded(printable(item.name), 28, true) + " " +
+    std::string out = padded(printable(shownSensorName(text_.preferences, item)), 28, true) + " " +
                       padded(formattedSensor(text_, &item), 10, false);
     if (item.hasFixedLimits)
         out += "  limits " + formattedSensor2(text_, &item, item.low) + " to " +
@@ -99,7 +113,8 @@ std::string SensorsStatus::text() const {
     if (scope_ == Scope::defaults) {
         std::string out;
         for (const auto& item : items)
-            out += (out.empty() ? "" : ", ") + printable(item->name) + " " +
+            out += (out.empty() ? "" : ", ") +
+                   printable(shownSensorName(text_.preferences, *item)) + " " +
                    formattedSensor(text_, item.get());
         return "Sensors   " + (out.empty() ? std::string("none found") : out) + "\n";
     }

@@ -1,23 +1,17 @@
 // The commands that put the items into other programs' panels, run as built: `corvanebar
 // waybar` against the panel interface on a bus of the test's own, and `corvanebar
 // gnome-extension install` into a home of the test's own.
-#include "status/BusTestSupport.h"
+#include "RunningProgram.h"
 #include "status/PanelService.h"
-#include "support/TemporaryDirectory.h"
 
-#include <csignal>
-#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace corvane {
 namespace {
+
+using test::RunningProgram;
 
 // A message bus of the test's own, so that no other test's status program answers.
 class PrivateBus {
@@ -47,67 +41,11 @@ private:
     std::string address_;
 };
 
-// The built program with the given bus and a home of its own; its output read line by line
-// while this thread's main context answers its calls.
-class Command {
-public:
-    Command(const std::vector<std::string>& arguments, const std::string& bus,
-            const std::filesystem::path& home) {
-        std::vector<const char*> argv{CVB_CORVANEBAR_PROGRAM};
-        for (const auto& argument : arguments)
-            argv.push_back(argument.c_str());
-        argv.push_back(nullptr);
-        gchar** env = g_get_environ();
-        env = g_environ_setenv(env, "DBUS_SESSION_BUS_ADDRESS", bus.c_str(), TRUE);
-        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME"})
-            env = g_environ_setenv(env, name, home.c_str(), TRUE);
-        started_ = g_spawn_async_with_pipes(nullptr, const_cast<gchar**>(argv.data()), env,
-                                            G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid_,
-                                            nullptr, &out_, nullptr, nullptr);
-        g_strfreev(env);
-        if (started_)
-            ::fcntl(out_, F_SETFL, O_NONBLOCK);
-    }
-    ~Command() {
-        if (started_ && status_ < 0) {
-            ::kill(pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
-        }
-        if (out_ >= 0)
-            ::close(out_);
-    }
-
-    std::optional<std::string> nextLine(double seconds = 5) {
-        std::optional<std::string> line;
-        test::waitUntil(
-            [&] {
-                char c = 0;
-                while (::read(out_, &c, 1) == 1) {
-                    if (c == '\n') {
-                        line = std::exchange(pending_, {});
-                        return true;
-                    }
-                    pending_ += c;
-                }
-                return false;
-            },
-            seconds);
-        return line;
-    }
-    int finish(int signal = 0) {
-        if (signal)
-            ::kill(pid_, signal);
-        test::waitUntil([&] { return ::waitpid(pid_, &status_, WNOHANG) == pid_; }, 10);
-        return WIFEXITED(status_) ? WEXITSTATUS(status_) : -1;
-    }
-
-private:
-    bool started_ = false;
-    GPid pid_ = 0;
-    int out_ = -1;
-    int status_ = -1;
-    std::string pending_;
-};
+// The program with the given bus and home.
+RunningProgram command(const std::vector<std::string>& arguments, const std::string& bus,
+                       const std::filesystem::path& home) {
+    return RunningProgram(arguments, {{"DBUS_SESSION_BUS_ADDRESS", bus}}, home);
+}
 
 nlohmann::json parsed(const std::optional<std::string>& line) {
     return line ? nlohmann::json::parse(*line, nullptr, false) : nlohmann::json();
@@ -122,11 +60,11 @@ TEST(WaybarCommand, FollowsTheItemWhileTheStatusProgramComesAndShowsIt) {
                                     {"tooltip", "Corvane Bar is not running (systemctl --user "
                                                 "start corvanebar-status)"},
                                     {"class", "offline"}};
-    Command once({"waybar", "cpu", "--once"}, bus.address(), home.path());
+    RunningProgram once = command({"waybar", "cpu", "--once"}, bus.address(), home.path());
     EXPECT_EQ(parsed(once.nextLine()), offline);
     EXPECT_EQ(once.finish(), 0);
 
-    Command waybar({"waybar", "cpu"}, bus.address(), home.path());
+    RunningProgram waybar = command({"waybar", "cpu"}, bus.address(), home.path());
     EXPECT_EQ(parsed(waybar.nextLine()), offline);
 
     std::string error;
@@ -166,8 +104,8 @@ TEST_P(GnomeExtensionInstall, PicksTheBuildForTheShell) {
     // An older copy is replaced as a whole, not merged with.
     std::filesystem::create_directories(target);
     std::ofstream(target / "stale.js") << "old";
-    Command install({"gnome-extension", "install", "--shell-version", c.version}, "unix:path=/-",
-                    home.path());
+    RunningProgram install = command({"gnome-extension", "install", "--shell-version", c.version},
+                                     "unix:path=/-", home.path());
     EXPECT_EQ(install.finish(), c.status);
     if (!c.build) {
         EXPECT_TRUE(std::filesystem::exists(target / "stale.js"));

@@ -70,13 +70,22 @@ TEST(BatteryItemStates, PowerStatesAndTheirTimes) {
     }
 }
 
-TEST_F(BatteryItem, PercentageIsCutToItsRange) {
+TEST_F(BatteryItem, PercentageIsCutToItsRangeAndTheConditionReadFromEitherKey) {
     item.processIOPS(onBattery(120, 10));
     EXPECT_EQ(item.percentage, 100.0F);
     item.processIOPS(onBattery(-5, 10));
     EXPECT_EQ(item.percentage, 0.0F);
     item.processIOPS(onBattery(NAN, 10));
     EXPECT_EQ(item.percentage, 0.0F);
+    // The health condition, from either key.
+    item.processIOPS(Value::dict({{"BatteryHealth", "Fair"}}));
+    EXPECT_EQ(item.condition, 2);
+    item.processIOPS(Value::dict({{"BatteryHealth", "Unknown words"}}));
+    EXPECT_EQ(item.condition, 2);
+    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Permanent Battery Failure"}}));
+    EXPECT_EQ(item.condition, 5);
+    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Service Recommended"}}));
+    EXPECT_EQ(item.condition, 3);
 }
 
 TEST_F(BatteryItem, NamesLoseALeadingBlankAndTheInternalOneIsBattery) {
@@ -139,17 +148,6 @@ TEST(BatteryItemWithoutQueue, NothingWouldEndADelaySoThereIsNone) {
     item.processIOPS(onMains(50, 1, 0, 90));
     EXPECT_FALSE(item.delay);
     EXPECT_EQ(item.time(), 90);
-}
-
-TEST_F(BatteryItem, HealthConditionFromEitherKey) {
-    item.processIOPS(Value::dict({{"BatteryHealth", "Fair"}}));
-    EXPECT_EQ(item.condition, 2);
-    item.processIOPS(Value::dict({{"BatteryHealth", "Unknown words"}}));
-    EXPECT_EQ(item.condition, 2);
-    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Permanent Battery Failure"}}));
-    EXPECT_EQ(item.condition, 5);
-    item.processIOPS(Value::dict({{"BatteryHealthCondition", "Service Recommended"}}));
-    EXPECT_EQ(item.condition, 3);
 }
 
 TEST_F(BatteryItem, ControllerFiguresGiveHealthAndAge) {

@@ -45,6 +45,8 @@ protected:
     EngineContext context{queue, kSettingsTierCount, nullptr};
 };
 
+// Its charge, state, time (30.78 Wh left at 10.26 W), health, cycles and the mouse's name and
+// charge are in the status program's dropdown, whose tests read this recording.
 TEST_F(PowerSupplies, ALaptopOnBatteryWithAWirelessMouse) {
     BatteryStatCollectorLinux battery(context, recorded("laptop-discharging"));
     battery.updateStats();
@@ -53,12 +55,6 @@ TEST_F(PowerSupplies, ALaptopOnBatteryWithAWirelessMouse) {
     ASSERT_TRUE(internal);
     EXPECT_EQ(internal->key(), "123");
     EXPECT_EQ(internal->name, "Battery");
-    EXPECT_FLOAT_EQ(internal->percentage, 60.0F);
-    EXPECT_EQ(internal->state, Item::Discharging);
-    EXPECT_EQ(internal->source, 0);
-    EXPECT_EQ(internal->time(), 180); // 30.78 Wh left at 10.26 W
-    EXPECT_FLOAT_EQ(internal->health, 90.0F);
-    EXPECT_EQ(internal->cycles, 187);
     EXPECT_EQ(internal->condition, 3);
     EXPECT_DOUBLE_EQ(internal->manufactureTime, 1647216000.0);
     EXPECT_EQ(battery.primaryBattery(), internal);
@@ -66,11 +62,8 @@ TEST_F(PowerSupplies, ALaptopOnBatteryWithAWirelessMouse) {
     const auto mouse =
         battery.batteries()[1] == internal ? battery.batteries()[0] : battery.batteries()[1];
     EXPECT_EQ(mouse->type, Item::WirelessDevice);
-    EXPECT_EQ(mouse->name, "Wireless Mouse MX");
     EXPECT_EQ(mouse->subtype, Mouse); // from its name: the kernel does not say
     EXPECT_EQ(internal->subtype, UnknownDevice);
-    EXPECT_FLOAT_EQ(mouse->percentage, 55.0F);
-    EXPECT_EQ(mouse->state, Item::Discharging);
     EXPECT_FALSE(battery.adapterWatts());
 
     // Each source keeps its sample, keyed by the collector's sample.

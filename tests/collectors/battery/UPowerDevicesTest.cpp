@@ -8,6 +8,7 @@
 #include <chrono>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -152,28 +153,24 @@ protected:
     ManualMainQueue clock{1795335330.0};
 };
 
-TEST_F(UPowerService, PeripheralsTheKernelDoesNotListBecomeWirelessSources) {
+// Peripherals the kernel does not list become wireless sources; the list is read again when
+// UPower announces a device, or after a minute.
+TEST_F(UPowerService, PeripheralsAreListedAndTheListIsKeptUpToDate) {
     UPowerDevices devices(bus, &clock);
     // The first update only asks.
     EXPECT_TRUE(beat(devices).empty());
-    const auto sources = beat(devices, {"BAT0", "hidpp_battery_0"});
-    ASSERT_EQ(sources.size(), 2u);
-    EXPECT_EQ(sources[0].powerSource["Name"], Value("Headset"));
-    EXPECT_EQ(sources[0].powerSource["Current Capacity"], Value(80.0));
-    EXPECT_EQ(sources[0].powerSource["Power Source ID"], Value("/org/bluez/hci0/dev_AA"));
-    EXPECT_FALSE(sources[0].powerSource.contains("Hardware Serial Number"));
-    EXPECT_EQ(sources[1].powerSource["Hardware Serial Number"], Value("K-1"));
-    EXPECT_EQ(sources[1].powerSource["Power Source State"], Value("Battery Power"));
-    EXPECT_EQ(sources[0].type, Item::WirelessDevice);
+    const auto peripherals = beat(devices, {"BAT0", "hidpp_battery_0"});
+    ASSERT_EQ(peripherals.size(), 2u);
+    EXPECT_EQ(peripherals[0].powerSource["Name"], Value("Headset"));
+    EXPECT_EQ(peripherals[0].powerSource["Current Capacity"], Value(80.0));
+    EXPECT_EQ(peripherals[0].powerSource["Power Source ID"], Value("/org/bluez/hci0/dev_AA"));
+    EXPECT_FALSE(peripherals[0].powerSource.contains("Hardware Serial Number"));
+    EXPECT_EQ(peripherals[1].powerSource["Hardware Serial Number"], Value("K-1"));
+    EXPECT_EQ(peripherals[1].powerSource["Power Source State"], Value("Battery Power"));
+    EXPECT_EQ(peripherals[0].type, Item::WirelessDevice);
     // The panel draws a headset and a keyboard for them.
-    EXPECT_EQ(sources[0].kind, Headphones);
-    EXPECT_EQ(sources[1].kind, Keyboard);
-}
-
-TEST_F(UPowerService, TheListIsReadAgainWhenUPowerAnnouncesADeviceOrAfterAMinute) {
-    UPowerDevices devices(bus, &clock);
-    beat(devices);
-    EXPECT_EQ(beat(devices).size(), 3u);
+    EXPECT_EQ(peripherals[0].kind, Headphones);
+    EXPECT_EQ(peripherals[1].kind, Keyboard);
     EXPECT_EQ(upower.enumerations(), 1);
     // Battery and line power are of no interest, and are not asked again.
     const int firstReads = upower.reads();
@@ -240,38 +237,39 @@ TEST_F(UPowerService, AHangingDaemonNeitherBlocksAnUpdateNorIsAskedForAMinute) {
 
 // UPower's states of a UPS, as the battery item then reads them.
 TEST(UPowerUps, StatesReadAsOnMainsOrOnBattery) {
-    auto read = [](std::uint32_t state, double percent, std::int64_t toFull) {
+    struct Case {
+        const char* what;
+        std::uint32_t state;
+        double percent;
+        std::int64_t toFull, source;
+        Item::State itemState;
+        std::optional<std::int64_t> time;
+    } cases[] = {
+        {"charging", 1, 60, 2400, 1, Item::Charging, 40},
+        {"full", 4, 100, 0, 1, Item::ChargedOrUnknown, Item::kTimeCharged},
+        {"pending charge: on mains, not charging yet", 5, 95, 0, 1, Item::OnMainsNotCharging,
+         Item::kTimeNoEstimate},
+        {"empty, with no time to empty given", 3, 0, 0, 0, Item::Discharging,
+         Item::kTimeNoEstimate},
+        {"unknown", 0, 50, 0, -1, Item::ChargedOrUnknown, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         const Value properties = Value::dict({{"Type", 3},
                                               {"Model", "Smart-UPS"},
-                                              {"Percentage", percent},
-                                              {"State", state},
-                                              {"TimeToFull", toFull}});
-        auto item = std::make_unique<Item>(3, 1);
-        item->type = Item::PowerSource;
-        item->processIOPS(UPowerDevices::upsPowerSource(properties, "/ups"));
-        return item;
-    };
-    const auto charging = read(1, 60, 2400);
-    EXPECT_EQ(charging->source, 1);
-    EXPECT_EQ(charging->state, Item::Charging);
-    EXPECT_EQ(charging->time(), 40);
-
-    const auto full = read(4, 100, 0);
-    EXPECT_EQ(full->state, Item::ChargedOrUnknown);
-    EXPECT_EQ(full->time(), Item::kTimeCharged);
-
-    const auto waiting = read(5, 95, 0); // pending charge: on mains, not charging yet
-    EXPECT_EQ(waiting->source, 1);
-    EXPECT_EQ(waiting->state, Item::OnMainsNotCharging);
-    EXPECT_EQ(waiting->time(), Item::kTimeNoEstimate);
-
-    const auto empty = read(3, 0, 0);
-    EXPECT_EQ(empty->source, 0);
-    EXPECT_EQ(empty->time(), Item::kTimeNoEstimate); // no time to empty given
-
-    const auto unknown = read(0, 50, 0);
-    EXPECT_EQ(unknown->source, -1);
-    EXPECT_EQ(unknown->name, "Smart-UPS");
+                                              {"Percentage", c.percent},
+                                              {"State", c.state},
+                                              {"TimeToFull", c.toFull}});
+        Item item(3, 1);
+        item.type = Item::PowerSource;
+        item.processIOPS(UPowerDevices::upsPowerSource(properties, "/ups"));
+        EXPECT_EQ(item.source, c.source);
+        EXPECT_EQ(item.state, c.itemState);
+        if (c.time) {
+            EXPECT_EQ(item.time(), *c.time);
+        }
+        EXPECT_EQ(item.name, "Smart-UPS");
+    }
 }
 
 // A game pad that reports its charge in words has told none yet: UPower's level "Unknown" (0)

@@ -92,13 +92,6 @@ TEST_F(CPUCollector, TheFirstSampleOfTheCycleMeasuresAWholeSecond) {
     }
 }
 
-TEST_F(CPUCollector, AnIdleIntervalGivesZerosNotNumbersThatAreNot) {
-    auto cpu = make(1, 1, {{5, 5, 5, 5}});
-    cpu->updateStats();
-    cpu->updateStats(); // nothing ticked
-    EXPECT_EQ(slot(*cpu, 0), 0.0);
-}
-
 TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
     auto cpu = make(4, 2, {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}});
     ASSERT_TRUE(cpu->hyperThreading());
@@ -128,16 +121,14 @@ TEST_F(CPUCollector, AnOddThreadCountLeavesTheLastPhysicalCoreAtZero) {
     EXPECT_EQ(last.values[CPUStatCollectorItem::Nice], 0.0);
 }
 
-TEST_F(CPUCollector, OnlyTwoThreadsACoreCountAsHyperThreading) {
+TEST_F(CPUCollector, OnlyTwoThreadsACoreCountAsHyperThreadingAndNoneGiveNoReading) {
     EXPECT_FALSE(make(4, 4, {})->hyperThreading());
     EXPECT_TRUE(make(4, 4, {})->physicalCores().empty());
     EXPECT_FALSE(make(6, 4, {})->hyperThreading());
     auto huge = make(256, 128, {});
     EXPECT_EQ(huge->coreCount(), 0);
     EXPECT_FALSE(huge->hyperThreading());
-}
-
-TEST_F(CPUCollector, NoProcessorsGiveAnEmptySampleAndNoRunningTime) {
+    // No processors: an empty sample and no running time.
     auto cpu = make(0, 0, {});
     cpu->updateStats();
     EXPECT_EQ(slot(*cpu, 0), 0.0);
@@ -147,8 +138,10 @@ TEST_F(CPUCollector, NoProcessorsGiveAnEmptySampleAndNoRunningTime) {
     EXPECT_EQ(cpu->runningTime(), -1.0);
 }
 
-TEST_F(CPUCollector, ACounterGoingBackwardsCountsAsNoTime) {
+TEST_F(CPUCollector, AnIdleIntervalOrACounterGoingBackwardsCountsAsNoTime) {
     auto cpu = make(1, 1, {{1000, 1000, 1000, 1000}});
+    cpu->updateStats(); // nothing ticked: zeros, not numbers that are not
+    EXPECT_EQ(slot(*cpu, 0), 0.0);
     cpu->ticks = {{10, 1010, 1090, 1000}};
     cpu->updateStats();
     EXPECT_DOUBLE_EQ(slot(*cpu, 0), 0.0);

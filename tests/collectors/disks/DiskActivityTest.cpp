@@ -1,3 +1,4 @@
+#include "collectors/disks/BlockDevices.h"
 #include "collectors/disks/DiskActivityStatCollector.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/TemporaryDirectory.h"
@@ -11,8 +12,10 @@ using namespace corvane;
 namespace {
 
 ActivityDisk disk(const char* bsd, const char* serial = "", const char* wwid = "",
-                  const char* vendor = "", const char* table = "", bool image = false) {
+                  const char* vendor = "", const char* table = "", bool image = false,
+                  const char* identification = "") {
     ActivityDisk d;
+    d.deviceIdentification = identification;
     d.bsd = bsd;
     d.serial = serial;
     d.wwid = wwid;
@@ -35,9 +38,29 @@ TEST(DiskActivity, IdentityWalk) {
         {disk("sdc", "", "", "HPT", "6b7e"), "6b7e"},
         {disk("sdc", "", "", "ATA", "6b7e"), std::nullopt},
         {disk("loop0", "x", "", "", "", true), std::nullopt},
+        // The device identification comes last, after an HPT table without a UUID too.
+        {disk("sdd", "", "", "HPT", "", false, "5000c500a1b2c3d4"), "5000c500a1b2c3d4"},
+        {disk("sdd", "0000", "", "", "", false, "0000"), std::nullopt},
+        {disk("loop1", "", "", "", "", true, "5000c500a1b2c3d4"), std::nullopt},
     };
     for (const auto& c : cases)
         EXPECT_EQ(activityIdentity(c.disk), c.identity) << c.disk.bsd << " " << c.disk.serial;
+}
+
+TEST(DiskActivity, FirstDesignatorOfTheDeviceIdentificationPage) {
+    using namespace std::string_literals;
+    const std::pair<std::string, std::string> cases[] = {
+        // Binary NAA designator, then a second one that is not taken.
+        {"\x00\x83\x00\x10"s + "\x01\x03\x00\x04"s + "\x50\x00\xc5\x01"s + "\x02\x01\x00\x04"s +
+             "ABCD",
+         "5000c501"},
+        {"\x00\x83\x00\x0a"s + "\x02\x01\x00\x06"s + "AT A1 ", "ATA1"}, // ASCII, blanks out
+        {"\x00\x83\x00\x08"s + "\x01\x03\x00\x08"s + "\x50\x00"s, ""},  // cut short
+        {"\x00\x80\x00\x08"s + "\x02\x01\x00\x04"s + "ABCD", ""},       // another page
+        {"", ""},
+    };
+    for (const auto& [page, identifier] : cases)
+        EXPECT_EQ(identifierFromVpdPage83(page), identifier) << identifier;
 }
 
 TEST(DiskActivity, ValueIsAPositiveDifferenceOfTwoNonZeroCounters) {

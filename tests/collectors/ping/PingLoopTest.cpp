@@ -3,6 +3,7 @@
 #include "ScriptedPingTransport.h"
 #include "collectors/ping/HLVPing.h"
 #include "collectors/ping/HLVPingItem.h"
+#include "collectors/ping/PingAddressTest.h"
 #include "collectors/ping/ReachabilityCheck.h"
 #include "foundation/ManualMainQueue.h"
 
@@ -250,9 +251,11 @@ TEST(ReachabilityCheckCase, ChecksWhileConnectedOnly) {
     };
     std::vector<bool> changes;
     Calls asked;
+    HLVPing shared(queue, script.make());
+    shared.packets = HLVPing::kRunUntilCancelled;
     ReachabilityCheck check(
-        queue, [&] { return asked.emplace_back("1.0.0.1"); },
-        [&](bool reachable) { changes.push_back(reachable); }, script.make());
+        queue, shared, [&] { return asked.emplace_back("https://1.0.0.1"); },
+        [&](bool reachable) { changes.push_back(reachable); });
     EXPECT_EQ(check.hasInternetConnection(), std::nullopt);
     check.networkChanged(2);
     deliverUntil(queue, [&] { return !changes.empty(); });
@@ -263,6 +266,7 @@ TEST(ReachabilityCheckCase, ChecksWhileConnectedOnly) {
     queue.advance(1);
     deliverUntil(queue, [&] { return changes.size() == 2; });
     EXPECT_EQ(changes, (std::vector<bool>{true, false}));
+    EXPECT_GE(*script.sends, 1 + ReachabilityCheck::kMisses) << "the shared ping ran on";
     check.networkChanged(1); // an address is missing: no pings
     const int sends = *script.sends;
     queue.advance(3 * ReachabilityCheck::kInterval);

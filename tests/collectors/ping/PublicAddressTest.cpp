@@ -95,4 +95,11 @@ TEST_F(PublicAddress, TrustsOnlyTheGivenDatabase) {
     EXPECT_TRUE(log.contains("the request failed")) << log.lines();
 }
 
+TEST(PublicAddressBlock, HiddenOnlyByItsOwnEntryInTheDisabledList) {
+    EXPECT_TRUE(PublicAddressFetcher::shownWith(""));
+    EXPECT_TRUE(PublicAddressFetcher::shownWith("buttons,public-ipv6,ip"));
+    EXPECT_FALSE(PublicAddressFetcher::shownWith("buttons,public-ip"));
+    EXPECT_FALSE(PublicAddressFetcher::shownWith("public-ip,,buttons"));
+}
+
 } // namespace

@@ -1,3 +1,4 @@
+#include "../../links/DaemonProcess.h"
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
 #include "collectors/sensors/SensorsStatus.h"
 #include "foundation/ManualMainQueue.h"
@@ -113,20 +114,45 @@ TEST_F(Sensors, ChipLimitsAndOrder) {
 }
 
 // The key path on a recorded Intel Mac: the catalogue's rows, read through the controller.
-TEST_F(Sensors, RecordedIntelMacThroughItsKeys) {
+TEST_F(Sensors, RecordedIntelMacThroughItsKeysReadHereAndByTheDaemon) {
     const SysRoot root(fixture("hw-macbookpro11-1"));
     SensorSMCController smc(std::make_unique<AppleSMCSysfs>(root));
-    SensorsStatCollectorLinux mac(context, root,
-                                  makePlatform(root, readPlatformInputs(root, &smc), false),
-                                  std::make_unique<SMCDirectKeyReader>(smc, false));
-    mac.loadSensors();
-    const auto rows = byKey(mac);
-    EXPECT_EQ(rows.at("TC0D"), (std::pair{0, 58.5F}));
-    EXPECT_EQ(rows.at("TB1T"), (std::pair{0, 39.5F}));
-    EXPECT_EQ(rows.at("F0Ac"), (std::pair{2, 1299.0F}));
-    EXPECT_FALSE(rows.contains("TB2T")) << "reads -127, the code of a missing sensor";
-    EXPECT_TRUE(mac.fanControlSupported());
-    EXPECT_TRUE(mac.sensorWithKey("TC0D")->defaultSensor);
+    SensorsStatCollectorLinux direct(context, root,
+                                     makePlatform(root, readPlatformInputs(root, &smc), false),
+                                     std::make_unique<SMCDirectKeyReader>(smc, false));
+    direct.loadSensors();
+    // A user's collector asks the daemon, here on a private session bus over the same tree.
+    const auto bus =
+        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    test::DaemonProcess daemon({"--sysroot", fixture("hw-macbookpro11-1").string()});
+    std::unique_ptr<SensorsStatCollectorLinux> throughDaemon;
+    if (bus && daemon.start(bus.get()))
+        throughDaemon = SensorsStatCollectorLinux::make(
+            context, root, GObjectRef<GDBusConnection>::share(bus.get()));
+    else
+        std::printf("no session bus or no daemon (%s): only the direct reader is checked\n",
+                    daemon.log().c_str());
+    for (SensorsStatCollectorLinux* mac : {&direct, throughDaemon.get()}) {
+        if (!mac)
+            continue;
+        EXPECT_FALSE(mac->readsHwmon());
+        const auto rows = byKey(*mac);
+        EXPECT_EQ(rows.at("TC0D"), (std::pair{0, 58.5F}));
+        EXPECT_EQ(rows.at("TB1T"), (std::pair{0, 39.5F}));
+        EXPECT_EQ(rows.at("F0Ac"), (std::pair{2, 1299.0F}));
+        EXPECT_FALSE(rows.contains("TB2T")) << "reads -127, the code of a missing sensor";
+        EXPECT_TRUE(mac->fanControlSupported());
+        EXPECT_TRUE(mac->sensorWithKey("TC0D")->defaultSensor);
+    }
+    if (!throughDaemon)
+        return;
+    // A daemon that went away costs one short wait, then none; temperatures keep their value.
+    daemon.stop();
+    const auto start = std::chrono::steady_clock::now();
+    for (std::int64_t beat = 2; beat <= 8; beat += 2)
+        throughDaemon->updateStats(beat);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(throughDaemon->sensorWithKey("TC0D")->reading, 58.5F);
 }
 
 // hwmonN follows probe order; the items must not.

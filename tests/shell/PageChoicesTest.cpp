@@ -1,0 +1,113 @@
+#include "../collectors/disks/DiskFixture.h"
+#include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "collectors/sensors/SensorsStatus.h"
+#include "foundation/DistributedNotificationCenter.h"
+#include "hardware/PlatformLinux.h"
+#include "preferences/PreferencesFixture.h"
+#include "shell/DisksController.h"
+#include "shell/SensorsController.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane::test {
+namespace {
+
+class PageChoicesTest : public PreferencesFixture {
+protected:
+    // Counts what the choices announce, by notification name.
+    void listen(const std::string& name) {
+        observations.push_back(
+            bus.addObserver(name, [this, name](const auto&) { ++posted[name]; }));
+    }
+    std::vector<std::string> strings(const char* key) {
+        std::vector<std::string> out;
+        const Value list = onDisk(key);
+        for (const Value& entry : list.arrayItems())
+            out.push_back(entry.isDictionary() ? entry["key"].stringValue() : entry.stringValue());
+        return out;
+    }
+
+    CVBPreferences& preferences = install();
+    DistributedNotificationCenter bus{nullptr};
+    std::vector<Observation> observations;
+    std::map<std::string, int> posted;
+};
+
+TEST_F(PageChoicesTest, RenamedAndHiddenSensorsKeepTheirKeysInTheListAndTheDropdown) {
+    const SysRoot root(diskFixture("hw-amd-desktop"));
+    EngineContext context{queue, kSettingsTierCount, nullptr};
+    HwmonReadings readings(root);
+    SensorsStatCollectorLinux sensors(
+        context, root, std::make_unique<PlatformLinux>(PlatformInputs{}, readings.inputs()));
+    sensors.loadSensors();
+    const std::string cpu = "k10temp-pci-00c3/temp1";
+    const std::string own = sensors.sensorWithKey(cpu)->name;
+    SensorsList list(preferences, sensors);
+
+    ASSERT_TRUE(list.setName(cpu, "Processor die"));
+    ASSERT_TRUE(list.setHidden(cpu, true));
+    TextCaches caches;
+    const TextContext text = caches.with(preferences);
+    const auto find = [&](const Value& rows) {
+        for (const Value& row : rows.arrayItems())
+            if (row["key"].stringValue() == cpu)
+                return row;
+        return Value();
+    };
+    const Value shown = find(SensorsStatus(sensors, text, SensorsStatus::Scope::all).dictionary());
+    EXPECT_EQ(shown["name"].stringValue(), "Processor die");
+    EXPECT_TRUE(shown["hidden"].boolValue());
+    EXPECT_EQ(sensors.sensorWithKey(cpu)->name, own); // the collector's own name stays
+    const auto rows = list.rows();
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const SensorPageRow& r) {
+        return r.sensor && r.sensor->key() == cpu;
+    });
+    ASSERT_NE(row, rows.end());
+    EXPECT_EQ(row->name, "Processor die");
+
+    ASSERT_TRUE(list.setName(cpu, "  "));
+    ASSERT_TRUE(list.setHidden(cpu, false));
+    const Value back = find(SensorsStatus(sensors, text, SensorsStatus::Scope::all).dictionary());
+    EXPECT_EQ(back["name"].stringValue(), own);
+    EXPECT_FALSE(back.contains("hidden"));
+    EXPECT_FALSE(onDisk(kSensorNamesKey).contains(cpu));
+}
+
+TEST_F(PageChoicesTest, PanelVolumesAndDropdownFiltersOfTheDisksPage) {
+    DiskRig rig(diskFixture("disks-nvme-laptop"));
+    rig.manager.diskEvent();
+    const std::string root = "f00d-pseudo-root", boot = "b007-pseudo-0001";
+    listen("CorvaneBarDisksPreferencesChanged");
+    DiskChoices choices(preferences, rig.manager, &bus);
+
+    EXPECT_TRUE(choices.inPanel(root));            // nothing stored: the boot volume
+    EXPECT_FALSE(choices.setInPanel(root, false)); // the last volume stays
+    ASSERT_TRUE(choices.setInPanel(boot, true));
+    EXPECT_EQ(strings("Disks_MenubarItems"), (std::vector<std::string>{root, boot}));
+    EXPECT_TRUE(onDisk("Disks_MenubarItems")[0]["boot"].boolValue());
+    EXPECT_EQ(onDisk("Disks_MenubarItems")[1]["name"].stringValue(), "boot");
+    EXPECT_FALSE(onDisk("Disks_MenubarItems")[1].contains("boot"));
+    // A boot entry follows the boot volume, whatever key it was stored with.
+    ASSERT_TRUE(preferences.setObject(
+        Value::array({Value::dict({{"key", "old"}, {"boot", true}}), Value::dict({{"key", boot}})}),
+        "Disks_MenubarItems"));
+    ASSERT_TRUE(choices.setInPanel(root, false));
+    EXPECT_EQ(strings("Disks_MenubarItems"), std::vector<std::string>{boot});
+
+    ASSERT_TRUE(choices.setVolumeShown(boot, false));
+    ASSERT_TRUE(choices.setVolumeShown(boot, false));
+    ASSERT_TRUE(choices.setActivityShown("nvme0n1", false));
+    EXPECT_EQ(strings("FilteringDisks"), std::vector<std::string>{boot});
+    EXPECT_FALSE(choices.volumeShown(boot));
+    EXPECT_TRUE(choices.volumeShown(root));
+    EXPECT_FALSE(choices.activityShown("nvme0n1"));
+
+    posted.clear();
+    ASSERT_TRUE(choices.resetFiltering());
+    EXPECT_TRUE(strings("FilteringDisks").empty());
+    EXPECT_TRUE(strings("FilteringDiskActivity").empty());
+    EXPECT_EQ(posted["CorvaneBarDisksPreferencesChanged"], 2);
+}
+
+} // namespace
+} // namespace corvane::test
