@@ -11,6 +11,13 @@ void addWindowCommand(CLI::App& app, WindowCommandOptions& o) {
     o.command->add_option("SECTION", o.section,
                           "general, notifications, weather, cpu, memory, disks, network, "
                           "sensors, battery, time or combined");
+    // A section that is a command too ("disks", "weather") would be taken for that command:
+    // each section is also a word of its own under `window`, found first.
+    for (const char* section : {"general", "notifications", "weather", "cpu", "memory", "disks",
+                                "network", "sensors", "battery", "time", "combined"}) {
+        o.command->add_subcommand(section)->group("")->fallthrough()->callback(
+            [&o, section] { o.section = section; });
+    }
     o.command->add_option("--style", o.style, "light or dark; default: the desktop's")
         ->check(CLI::IsMember({"light", "dark"}));
     o.command->add_option("--open", o.files, "A settings file (.cvbp) to import, after asking");
