@@ -41,6 +41,11 @@ private:
     const ItemSummary& summary_;
 };
 
+// A dropdown graph's columns each average this many samples of the tier's ring.
+std::int64_t samplesPerColumn(const sampleindexconfig& tier) {
+    return std::max<std::int64_t>(1, tier.maximumSamples / ItemPainter::kGraphColumns);
+}
+
 class GraphView final : public CVBModuleView {
 public:
     using CVBModuleView::CVBModuleView;
@@ -73,8 +78,7 @@ PanelPicture ItemPainter::compactPicture(const ItemSummary& summary,
 
 PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier,
                                        const DrawingContext& context) {
-    const auto ring = cpu.sampleIndex(tier).maximumSamples;
-    const auto perColumn = std::max<std::int64_t>(1, ring / kGraphColumns);
+    const auto perColumn = samplesPerColumn(cpu.sampleIndex(tier));
     HistoryGraph graph;
     graph.width = kGraphColumns;
     graph.colors = {fillColorForGraph2(context, "CPU_MenubarGraphSystem", 1),
@@ -102,25 +106,28 @@ PanelPicture ItemPainter::historyGraph(const CPUStatCollector& cpu, int tier,
 
 PanelPicture ItemPainter::networkGraph(NetworkStatCollector& network, int tier,
                                        const DrawingContext& context) {
-    const auto perColumn =
-        std::max<std::int64_t>(1, network.sampleIndex(tier).maximumSamples / kGraphColumns);
     CVBNetworkMenuExtraView view(context, network);
-    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+    return graphPicture(
+        view,
+        view.dropdownHistory(tier, kGraphColumns, samplesPerColumn(network.sampleIndex(tier))),
+        context);
 }
 
 PanelPicture ItemPainter::disksGraph(DiskManager& disks, int tier, const DrawingContext& context) {
-    const auto perColumn = std::max<std::int64_t>(
-        1, disks.activity().sampleIndex(tier).maximumSamples / kGraphColumns);
     CVBDisksMenuExtraView view(context, disks.disks(), disks.activity(), disks.info());
-    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+    return graphPicture(view,
+                        view.dropdownHistory(tier, kGraphColumns,
+                                             samplesPerColumn(disks.activity().sampleIndex(tier))),
+                        context);
 }
 
 PanelPicture ItemPainter::sensorsGraph(SensorsStatCollector& sensors, int tier,
                                        const DrawingContext& context) {
-    const auto perColumn =
-        std::max<std::int64_t>(1, sensors.sampleIndex(tier).maximumSamples / kGraphColumns);
     CVBSensorsMenuExtraView view(context, sensors);
-    return graphPicture(view, view.dropdownHistory(tier, kGraphColumns, perColumn), context);
+    return graphPicture(
+        view,
+        view.dropdownHistory(tier, kGraphColumns, samplesPerColumn(sensors.sampleIndex(tier))),
+        context);
 }
 
 PanelPicture ItemPainter::graphPicture(CVBModuleView& view, const HistoryGraph& graph,
