@@ -116,7 +116,6 @@ const DragCase kDragCases[] = {
     {"MemoryElements", "memory", Value(), Op::AddAt, 9, 0, kDone, "9 100 1", "0 2 3 6 7 8 101/4"},
     // The combined battery element has no code yet, so it is not offered.
     {"BatteryElements", "battery", Value(), Op::Add, 0, 0, kDone, "2 1 0", "3 4 5 6 7 8 100 101/4"},
-    {"ASectionNotDrawnHereIsOnlyShown", "sensors", Value(), Op::Add, 0, 0, kRefused, "100 0", ""},
 };
 
 class DragRules : public LayoutEditorModelTest, public ::testing::WithParamInterface<DragCase> {};
@@ -299,7 +298,6 @@ TEST_F(LayoutCommand, RefusesWhatTheRowsDoNotAllow) {
         {{"cpu", "add", "12"}, 2, "the CPU & GPU item has no element 12; nothing changed"},
         {{"cpu", "remove", "3"}, 2, "the row has no element 3, which holds 2 elements (1 to 2)"},
         {{"cpu", "move", "x", "1"}, 2, "\"x\" is not a whole number"},
-        {{"sensors", "add", "0"}, 2, "this version does not draw the Sensors item yet"},
         {{"cpu", "spacer", "1", "8"},
          2,
          "layout: cpu: Label has no width to set; nothing changed\n"},
