@@ -10,12 +10,6 @@ namespace corvane {
 
 namespace {
 
-std::string printf1(const char* format, double v) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, format, v);
-    return buffer;
-}
-
 std::string unit(const TextContext& text, const char* key) {
     return HLVLocalizedString(text, key, {}, "common");
 }
@@ -37,7 +31,7 @@ std::string sensorText(const TextContext& text, int type, double test, double sh
     case 1:
         return formattedTemperature(text, shown);
     case 2:
-        return printf1("%.0f", shown);
+        return printfNumber("%.0f", shown);
     case 3:
         return withUnit(text, text.formatters.stringFromDouble2(shown), "V");
     case 4:
@@ -45,13 +39,13 @@ std::string sensorText(const TextContext& text, int type, double test, double sh
     case 5:
         return withUnit(text, text.formatters.stringFromDouble2(shown), "W");
     case 7:
-        return printf1("%.0f", shown) + " " + unit(text, "lx");
+        return printfNumber("%.0f", shown) + " " + unit(text, "lx");
     case 8:
         if (test >= 1000)
             return withUnit(text, text.formatters.stringFromDouble2(shown / 1000), "GHz");
-        return printf1("%.0f", shown) + " " + unit(text, "MHz");
+        return printfNumber("%.0f", shown) + " " + unit(text, "MHz");
     case 9:
-        return printf1("%.0fx", shown);
+        return printfNumber("%.0fx", shown);
     default:
         return text.formatters.stringFromDouble2(shown);
     }
@@ -146,7 +140,7 @@ std::string formattedMenubarSensor(const TextContext& text, const SensorItem* it
     case 1:
         return temperatureValue(text, switchUnits, value) + unitText;
     case 2:
-        return printf1("%.0f", value) + unitText;
+        return printfNumber("%.0f", value) + unitText;
     case 3:
     case 4:
     case 5:
@@ -155,7 +149,7 @@ std::string formattedMenubarSensor(const TextContext& text, const SensorItem* it
     case 8:
         if (value >= 1000)
             return text.formatters.stringFromDouble(value / 1000) + unitText;
-        return printf1("%.0f", value) + unitText;
+        return printfNumber("%.0f", value) + unitText;
     default:
         return text.formatters.stringFromDouble2(value);
     }

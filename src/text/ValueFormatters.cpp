@@ -7,13 +7,13 @@
 
 namespace corvane {
 
-namespace {
-
-std::string printf1(const char* format, double v) {
+std::string printfNumber(const char* format, double value) {
     char buffer[64];
-    std::snprintf(buffer, sizeof buffer, format, v);
+    std::snprintf(buffer, sizeof buffer, format, value);
     return buffer;
 }
+
+namespace {
 
 std::string unit(const TextContext& text, const char* key) {
     return HLVLocalizedString(text, key, {}, "common");
@@ -58,13 +58,13 @@ std::string temperatureNumber(std::int64_t mode, double celsius) {
     if (!isShowable(celsius) || belowZero(celsius))
         return kNoValueText;
     if (mode == 2)
-        return printf1("%.0f", celsius + 273.15);
+        return printfNumber("%.0f", celsius + 273.15);
     const float t = static_cast<float>(celsius);
     if (mode == 1) {
         const float twice = 2.0f * t;
-        return printf1("%.0f", static_cast<double>(twice / -10.0f + twice + 32.0f));
+        return printfNumber("%.0f", static_cast<double>(twice / -10.0f + twice + 32.0f));
     }
-    return printf1("%.0f", static_cast<double>(t));
+    return printfNumber("%.0f", static_cast<double>(t));
 }
 
 } // namespace
@@ -112,7 +112,7 @@ std::string formattedBandwidth(const TextContext& text, bool switchUnits, double
         v *= 8;
     const char* const* words = unitWords(format);
     if ((format == 0 || format == 2) && v <= 1024)
-        return printf1("%.0f", v) + " " + unit(text, words[0]);
+        return printfNumber("%.0f", v) + " " + unit(text, words[0]);
     if (format != 4 && format != 5 && v <= 1048576)
         return valueAndUnit(text.formatters.stringFromDouble2(v / 1024), unit(text, words[1]));
     if (v <= 1073741824)
@@ -129,7 +129,7 @@ std::string formattedBandwidthFormatter(const TextContext& text, bool switchUnit
     const char* const* words = unitWords(format);
     // Thresholds below the divisors keep the number under four digits before the point.
     if ((format == 0 || format == 2) && v <= 1000)
-        return printf1("%.0f", v) + " " + menubarUnit(text, words[0], 0);
+        return printfNumber("%.0f", v) + " " + menubarUnit(text, words[0], 0);
     if (format != 4 && format != 5 && v <= 1024000) {
         bandwidhFormatterKB(text);
         return valueAndUnit(text.formatters.stringFromDouble(v / 1024),
@@ -147,11 +147,11 @@ std::string formattedDiskActivity(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     if (v <= 1024000)
-        return printf1("%.0f", v / 1024) + " " + unit(text, "KB/s");
+        return printfNumber("%.0f", v / 1024) + " " + unit(text, "KB/s");
     if (v <= 1048576000) {
         const double m = v / 1048576;
         if (m >= 100)
-            return printf1("%.0f", m) + " " + unit(text, "MB/s");
+            return printfNumber("%.0f", m) + " " + unit(text, "MB/s");
         return valueAndUnit(text.formatters.stringFromDouble1(m), unit(text, "MB/s"));
     }
     return valueAndUnit(text.formatters.stringFromDouble1(v / 1073741824), unit(text, "GB/s"));
@@ -162,7 +162,7 @@ std::string formattedSpace(const TextContext& text, double v) {
         return kNoValueText;
     const double k = v / 1000;
     if (k <= 1000)
-        return printf1("%.0f", k) + " " + unit(text, "KB");
+        return printfNumber("%.0f", k) + " " + unit(text, "KB");
     if (k <= 1e6)
         return valueAndUnit(text.formatters.stringFromDouble1(k / 1000), unit(text, "MB"));
     if (k <= 1e9)
@@ -176,9 +176,9 @@ std::string formattedMemory(const TextContext& text, double v) {
     if (!isShowable(v))
         return kNoValueText;
     if (v < 1000)
-        return printf1("%.0f", v) + " " + unit(text, "KB");
+        return printfNumber("%.0f", v) + " " + unit(text, "KB");
     if (v < 1048576)
-        return printf1("%.0f", v / 1024) + " " + unit(text, "MB");
+        return printfNumber("%.0f", v / 1024) + " " + unit(text, "MB");
     // The collector's figure is whole kilobytes (a 64-bit count, so the cast is safe); the
     // gigabyte division is single precision.
     const auto whole = static_cast<float>(static_cast<std::int64_t>(v));
@@ -191,7 +191,7 @@ std::string formattedFrequency(const TextContext& text, double v) {
         return kNoValueText;
     if (v >= 1000)
         return valueAndUnit(text.formatters.stringFromDouble2(v / 1000), unit(text, "GHz"));
-    return printf1("%.0f", v) + " " + unit(text, "MHz");
+    return printfNumber("%.0f", v) + " " + unit(text, "MHz");
 }
 
 std::string formattedPercentage(const TextContext& text, int decimals, double value) {
@@ -216,12 +216,12 @@ std::string formattedNumber(const TextContext& text, double value) {
 std::string formattedMilliAmps(const TextContext& text, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    return printf1("%.0f", value) + " " + unit(text, "mA");
+    return printfNumber("%.0f", value) + " " + unit(text, "mA");
 }
 std::string formattedMilliAmpHours(const TextContext& text, double value) {
     if (!isShowable(value))
         return kNoValueText;
-    return printf1("%.0f", value) + " " + unit(text, "mAh");
+    return printfNumber("%.0f", value) + " " + unit(text, "mAh");
 }
 
 std::string formattedTemperature(const TextContext& text, double celsius) {

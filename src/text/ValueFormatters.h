@@ -7,6 +7,9 @@
 
 namespace corvane {
 
+// One number through a printf format ("%.1f"): the figure before a panel text's unit.
+std::string printfNumber(const char* format, double value);
+
 // Menu-bar and dropdown texts of measured values; format choices are read from the context's
 // preferences at each call.
 // "Network_DataFormat", with bytes and bits swapped where `switchUnits` asks (formats 0 to 5).

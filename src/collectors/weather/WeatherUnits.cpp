@@ -15,12 +15,6 @@ namespace corvane {
 
 namespace {
 
-std::string printfDouble(const char* format, double value) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, format, value);
-    return buffer;
-}
-
 // How the locale would show `value` of `unit` for `usage`, in its short unit width; empty when
 // ICU cannot say.
 std::string sampleText(const icu::Locale& locale, const char* unit, const char* usage,
@@ -159,7 +153,7 @@ std::string WeatherUtilities::weatherFormattedTemperature(double celsius, bool s
         return kNoValueText;
     const double value = temperatureIn(celsius, swap);
     if (defaultTemperatureUnit(swap) == 2)
-        return verifyTemp(printfDouble("%.0f", value));
+        return verifyTemp(printfNumber("%.0f", value));
     if (text_.integer("Weather_DropdownHideDecimals") != 0)
         return verifyTemp(text_.formatters.stringFromDouble0(value));
     return verifyTemp(text_.formatters.stringFromDouble1(value));
@@ -167,20 +161,20 @@ std::string WeatherUtilities::weatherFormattedTemperature(double celsius, bool s
 
 std::string WeatherUtilities::weatherFormattedHourTemperature(double celsius, bool swap) const {
     if (isShowable(celsius) && defaultTemperatureUnit(swap) == 1 && celsius < -10)
-        return verifyTemp(printfDouble("%.0f", celsius));
+        return verifyTemp(printfNumber("%.0f", celsius));
     return weatherFormattedTemperature(celsius, swap);
 }
 
 std::string WeatherUtilities::weatherFormattedTemperatureNoUnit(double celsius, bool swap) const {
     if (!isShowable(celsius))
         return kNoValueText;
-    return verifyTemp(printfDouble("%.0f", temperatureIn(celsius, swap)));
+    return verifyTemp(printfNumber("%.0f", temperatureIn(celsius, swap)));
 }
 
 std::string WeatherUtilities::weatherFormattedTemperature2(double celsius, bool swap) const {
     if (!isShowable(celsius))
         return kNoValueText;
-    return verifyTemp(printfDouble("%.0f", temperatureIn(celsius, swap)) + "°");
+    return verifyTemp(printfNumber("%.0f", temperatureIn(celsius, swap)) + "°");
 }
 
 std::string WeatherUtilities::weatherFormattedTemperatureMenubar(double celsius, bool swap) const {
@@ -188,7 +182,7 @@ std::string WeatherUtilities::weatherFormattedTemperatureMenubar(double celsius,
         return kNoValueText;
     const char* format =
         integerForKey("Weather_MenubarTemperatureUnitLevel") == 1 ? "%.1f" : "%.0f";
-    return verifyTemp(printfDouble(format, temperatureIn(celsius, swap)) + "°");
+    return verifyTemp(printfNumber(format, temperatureIn(celsius, swap)) + "°");
 }
 
 std::string WeatherUtilities::windWithUnit(double mps, std::int64_t unit, bool detailed) const {
@@ -213,7 +207,7 @@ std::string WeatherUtilities::windWithUnit(double mps, std::int64_t unit, bool d
         break;
     }
     const bool decimal = detailed && std::fabs(value) < 10;
-    return formattedString(localized(format), printfDouble(decimal ? "%.1f" : "%.0f", value));
+    return formattedString(localized(format), printfNumber(decimal ? "%.1f" : "%.0f", value));
 }
 
 std::string WeatherUtilities::weatherFormattedWindSpeed(double mps, std::int64_t units) const {
@@ -229,13 +223,13 @@ std::string WeatherUtilities::weatherFormattedWindSpeedNoUnit(double mps) const 
         return kNoValueText;
     switch (defaultWindUnit()) {
     case kWindMps:
-        return printfDouble("%.0f", mps);
+        return printfNumber("%.0f", mps);
     case kWindMph:
-        return printfDouble("%.0f", MpsToMph(mps));
+        return printfNumber("%.0f", MpsToMph(mps));
     case kWindKnots:
-        return printfDouble("%.0f", MpsToKnots(mps));
+        return printfNumber("%.0f", MpsToKnots(mps));
     default:
-        return printfDouble("%.0f", MpsToKph(mps));
+        return printfNumber("%.0f", MpsToKph(mps));
     }
 }
 
@@ -256,9 +250,9 @@ std::string WeatherUtilities::pressureIn(double millibars, std::int64_t unit) co
     if (!isShowable(millibars))
         return kNoValueText;
     if (unit == 3)
-        return printfDouble("%.2f", millibars * 0.029529983071445) + "\"";
+        return printfNumber("%.2f", millibars * 0.029529983071445) + "\"";
     return formattedString(localized(unit == 2 ? "%@ mb" : "%@ hPa"),
-                           printfDouble("%.0f", millibars));
+                           printfNumber("%.0f", millibars));
 }
 
 std::string WeatherUtilities::weatherFormattedPressure(double millibars) const {
@@ -276,38 +270,38 @@ std::string WeatherUtilities::weatherFormattedVisiility(double km) const {
     if (static_cast<std::int64_t>(km) == 999)
         return localized("Unlimited");
     if (defaultDistanceUnit() == 2)
-        return formattedString(localized("%@ miles"), printfDouble("%.0f", KmToMiles(km)));
-    return formattedString(localized("%@ km"), printfDouble("%.0f", km));
+        return formattedString(localized("%@ miles"), printfNumber("%.0f", KmToMiles(km)));
+    return formattedString(localized("%@ km"), printfNumber("%.0f", km));
 }
 
 std::string WeatherUtilities::weatherFormattedRain(double mm) const {
     if (!isShowable(mm))
         return kNoValueText;
     if (defaultPrecipitationUnits() == 2)
-        return printfDouble("%.2f", MmToInch(mm)) + "\"";
-    return formattedString(localized("%@ mm"), printfDouble("%.0f", mm));
+        return printfNumber("%.2f", MmToInch(mm)) + "\"";
+    return formattedString(localized("%@ mm"), printfNumber("%.0f", mm));
 }
 
 std::string WeatherUtilities::weatherFormattedRainForecast(double mm) const {
     if (!isShowable(mm))
         return kNoValueText;
     if (defaultPrecipitationUnits() == 2)
-        return printfDouble("%.2f", MmToInch(mm)) + "\"";
-    return formattedString(localized("%@ mm"), printfDouble("%.1f", mm));
+        return printfNumber("%.2f", MmToInch(mm)) + "\"";
+    return formattedString(localized("%@ mm"), printfNumber("%.1f", mm));
 }
 
 std::string WeatherUtilities::weatherFormattedSnowForecast(double mm) const {
     if (!isShowable(mm))
         return kNoValueText;
     if (defaultPrecipitationUnits() == 2)
-        return printfDouble("%.2f", MmToInch(mm)) + "\"";
-    return formattedString(localized("%@ cm"), printfDouble("%.1f", mm / 10));
+        return printfNumber("%.2f", MmToInch(mm)) + "\"";
+    return formattedString(localized("%@ cm"), printfNumber("%.1f", mm / 10));
 }
 
 std::string WeatherUtilities::weatherFormattedSnowNoUnit(double mm) const {
     if (!isShowable(mm))
         return kNoValueText;
-    return printfDouble("%.0f", defaultPrecipitationUnits() == 2 ? MmToInch(mm) : mm / 10);
+    return printfNumber("%.0f", defaultPrecipitationUnits() == 2 ? MmToInch(mm) : mm / 10);
 }
 
 std::string WeatherUtilities::weatherSnowUnit() const {
@@ -328,11 +322,11 @@ std::string WeatherUtilities::weatherFormattedRainDetailedRange(double lowMm, do
     std::string low;
     std::string high;
     if (defaultPrecipitationUnits() == 2) {
-        low = printfDouble("%.2f", MmToInch(lowMm));
-        high = printfDouble("%.2f", MmToInch(highMm)) + "\"";
+        low = printfNumber("%.2f", MmToInch(lowMm));
+        high = printfNumber("%.2f", MmToInch(highMm)) + "\"";
     } else {
-        low = printfDouble("%.0f", lowMm);
-        high = formattedString(localized("%@ mm"), printfDouble("%.0f", highMm));
+        low = printfNumber("%.0f", lowMm);
+        high = formattedString(localized("%@ mm"), printfNumber("%.0f", highMm));
     }
     return low + "-" + high;
 }
