@@ -1,5 +1,6 @@
 // corvanebar-status: the background program that samples the machine each second, keeps the
 // history, and shows the panel items. Wiring only; the program lives in src/status.
+#include "clock/CityDatabaseLookup.h"
 #include "engine/LogindSleepWakeSource.h"
 #include "foundation/DistributedNotificationCenter.h"
 #include "foundation/GLibMainQueue.h"
@@ -82,6 +83,10 @@ int main(int argc, char** argv) {
     auto appearance = std::make_shared<PanelAppearance>(std::move(environment.appearance));
     environment.appearance = appearance;
     CVBPreferences::install(std::make_unique<CVBPreferences>(std::move(environment)));
+    // World clocks stored as bare identifiers become cities before the dropdown reads them.
+    if (!headless)
+        migrateStoredCities(CVBPreferences::sharedPreferences(), queue,
+                            CityStatCollector::defaultDatabasePath());
 
     const auto bus = headless ? GObjectRef<GDBusConnection>() : sessionBus();
     LogindSleepWakeSource sleepWake;

@@ -88,22 +88,21 @@ std::string CVBDateAndTimeUtilities::localeForLanguage(std::string_view language
 }
 
 void CVBDateAndTimeUtilities::setWeekNumberFormat(std::int64_t format) {
-    if (format != weekFormat_)
-        weekCalendar_.reset();
     weekFormat_ = format;
 }
 
 icu::Calendar& CVBDateAndTimeUtilities::weekCalendar() {
-    if (!weekCalendar_) {
+    const bool iso = weekFormat_ == 1;
+    std::unique_ptr<icu::Calendar>& calendar = weekCalendars_[iso ? 1 : 0];
+    if (!calendar) {
         UErrorCode status = U_ZERO_ERROR;
-        weekCalendar_ = std::make_unique<icu::GregorianCalendar>(locale_, status);
+        calendar = std::make_unique<icu::GregorianCalendar>(locale_, status);
         if (U_FAILURE(status)) // the root locale always has a Gregorian calendar
-            weekCalendar_ = std::make_unique<icu::GregorianCalendar>(status = U_ZERO_ERROR);
-        const bool iso = weekFormat_ == 1;
-        weekCalendar_->setFirstDayOfWeek(iso ? UCAL_MONDAY : UCAL_SUNDAY);
-        weekCalendar_->setMinimalDaysInFirstWeek(iso ? 4 : 1);
+            calendar = std::make_unique<icu::GregorianCalendar>(status = U_ZERO_ERROR);
+        calendar->setFirstDayOfWeek(iso ? UCAL_MONDAY : UCAL_SUNDAY);
+        calendar->setMinimalDaysInFirstWeek(iso ? 4 : 1);
     }
-    return *weekCalendar_;
+    return *calendar;
 }
 
 long CVBDateAndTimeUtilities::weekForDate(double time) {

@@ -2,6 +2,7 @@
 
 #include "clock/ClockFormatters.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -54,7 +55,8 @@ private:
     icu::Locale locale_;
     ClockLocalizer localize_;
     ClockFormatters formatters_;
-    std::unique_ptr<icu::Calendar> weekCalendar_;
+    // One per week format, built on first use and kept: switching formats must not rebuild them.
+    std::array<std::unique_ptr<icu::Calendar>, 2> weekCalendars_;
     std::int64_t weekFormat_ = 0;
 };
 

@@ -95,19 +95,25 @@ std::string ClockController::nameForCity(const Value& city) const {
     return city["city"].stringValue();
 }
 
+Value ClockController::storedCity(const Value& row) {
+    Value city = Value::dict();
+    for (const char* key : {"identifier", "city", "state", "country", "latitude", "longitude",
+                            "timezone", "position"})
+        if (!row[key].isNull())
+            city.set(key, row[key]);
+    // Rows of other sources name the zone "tz".
+    if (!row["tz"].isNull())
+        city.set("timezone", row["tz"]);
+    return city;
+}
+
 void ClockController::saveClocks() {
     Value list = Value::array();
-    for (const Value& row : visibleCities_) {
-        Value city = Value::dict();
-        for (const char* key : {"identifier", "city", "state", "country", "latitude", "longitude",
-                                "timezone", "position"})
-            if (!row[key].isNull())
-                city.set(key, row[key]);
-        // Rows of other sources name the zone "tz".
-        if (!row["tz"].isNull())
-            city.set("timezone", row["tz"]);
-        list.append(std::move(city));
-    }
+    for (const Value& row : visibleCities_)
+        list.append(storedCity(row));
+    for (const Value& entry : preferences_.objectForKey(kCities).arrayItems())
+        if (!entry.isDictionary())
+            list.append(entry);
     preferences_.setObject(list, kCities);
     preferences_.synchronize();
     center_.postNotificationName(kChanged);

@@ -32,8 +32,12 @@ public:
     // The name the user gave the city, else its own.
     std::string nameForCity(const Value& city) const;
 
-    // Writes the list and tells the running programs at once.
+    // Writes the list and tells the running programs at once. Stored entries that are not
+    // cities yet (identifiers the cities database did not know) are kept after them.
     void saveClocks();
+
+    // A row of the cities database, or of another source, in the form "Time_Cities" stores.
+    static Value storedCity(const Value& row);
 
 private:
     CVBPreferences& preferences_;

@@ -2,6 +2,7 @@
 
 #include "foundation/TextParsing.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <utility>
@@ -12,6 +13,27 @@ namespace {
 
 std::string attribute(const SysRoot& root, std::string_view path) {
     return root.readAttribute(path).value_or("");
+}
+
+// Apple silicon boots without DMI; its device tree names the board, which names the model.
+std::string appleBoardIdentifier(const SysRoot& root) {
+    static constexpr std::pair<std::string_view, std::string_view> kBoards[] = {
+        {"apple,j274", "Macmini9,1"},
+        {"apple,j293", "MacBookPro17,1"},
+        {"apple,j313", "MacBookAir10,1"},
+        {"apple,j456", "iMac21,1"},
+        {"apple,j457", "iMac21,2"}};
+    const auto compatible =
+        root.readFile("/sys/firmware/devicetree/base/compatible", 512).value_or("");
+    for (std::size_t start = 0; start < compatible.size();) {
+        const auto end = std::min(compatible.find('\0', start), compatible.size());
+        const std::string_view entry(compatible.data() + start, end - start);
+        for (const auto& [board, identifier] : kBoards)
+            if (entry == board)
+                return std::string(identifier);
+        start = end + 1;
+    }
+    return {};
 }
 
 std::string osReleaseField(const SysRoot& root, std::string_view field) {
@@ -141,6 +163,11 @@ HardwareFacts readHardwareFacts(const SysRoot& root) {
     // The device tree ends its strings with NUL.
     auto model = root.readFile("/sys/firmware/devicetree/base/model", 256).value_or("");
     facts.deviceTreeModel = std::string(trimmed(model.substr(0, model.find('\0'))));
+    if (facts.productName.empty()) {
+        facts.productName = appleBoardIdentifier(root);
+        if (!facts.productName.empty())
+            facts.sysVendor = "Apple Inc.";
+    }
     facts.osVersionId = osReleaseField(root, "VERSION_ID");
     const auto cpuinfo = root.readFile("/proc/cpuinfo").value_or("");
     facts.cpuBrand = cpuinfoField(cpuinfo, "model name");

@@ -99,6 +99,13 @@ std::vector<SensorRow> PlatformMac::ownSensors() const {
     if (model_->has(kM2ProMaxRows))
         return m2ProMaxCoreRows(cpuPhysicalCoreCount());
     std::vector<SensorRow> rows;
+    // Sensors read by name: every named sensor the catalogue knows; the live list picks.
+    if (useArmSensors()) {
+        for (const auto& known : sensorVocabulary())
+            if (known.key.starts_with("AS_") || known.key.find(' ') != std::string_view::npos)
+                rows.push_back({std::string(known.key), std::string(known.name)});
+        return rows;
+    }
     for (const auto& key : inputs_.smcKeys) {
         const auto name = vocabularyName(key);
         if (!name.empty() && !key.starts_with('F'))

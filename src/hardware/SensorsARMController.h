@@ -14,6 +14,16 @@ struct NamedReading {
     int type = 0;
 };
 
+// A catalogue row the live list matched: the catalogue's key and name, the live type and value.
+struct ArmSensorRow {
+    std::string key, name;
+    int type = 0;
+    double value = 0;
+    bool operator==(const ArmSensorRow&) const = default;
+};
+
+class SysRoot;
+
 // Temperatures read by name rather than by key, plus five averages over groups of them.
 class SensorsARMController {
 public:
@@ -25,6 +35,10 @@ public:
     explicit SensorsARMController(Source source)
         : source_(std::move(source)) {}
 
+    // Linux has no HID sensor services; the firmware's sensors are hwmon inputs there, and the
+    // label a chip gives an input is the firmware's name for it, as the services' product
+    // names are. Unlabelled inputs go by their stable key. Read afresh on every call.
+    static std::unique_ptr<SensorsARMController> overHwmon(const SysRoot& root);
     // The process's reader over hwmon temperatures under $CORVANEBAR_SYSROOT.
     static SensorsARMController& sharedARM();
     static void cleanup();
@@ -33,6 +47,14 @@ public:
     // The raw temperature rows, type 0, then the five synthetic averages.
     std::vector<NamedReading> sensors() const;
     static std::vector<NamedReading> addType(int type, std::vector<NamedReading> rows);
+
+    // The key a live row goes by in the catalogue: "SOC MTR Temp Sensor0" is "SOC MTR 0".
+    static std::string catalogueKey(std::string_view liveKey);
+    // The live rows the catalogue (key, name) knows; an average replaces its members when the
+    // catalogue has it, and negative readings are left out.
+    static std::vector<ArmSensorRow>
+    supportedArmSensors(const std::vector<NamedReading>& live,
+                        const std::vector<std::pair<std::string, std::string>>& catalogue);
 
 private:
     Source source_;

@@ -53,6 +53,17 @@ std::optional<Value> daemonKeyReadings(GDBusConnection* bus, const std::vector<s
     return fromGVariant(readings.get());
 }
 
+std::optional<Value> daemonArmSensors(GDBusConnection* bus, const Value& rows,
+                                      int timeoutMilliseconds) {
+    GVariant* argument = toGVariant(rows.isArray() ? rows : Value::array());
+    const VariantRef reply = askDaemon(bus, "armSensors", g_variant_new_tuple(&argument, 1), "(av)",
+                                       timeoutMilliseconds);
+    if (!reply)
+        return std::nullopt;
+    const VariantRef rowsAnswered(g_variant_get_child_value(reply.get(), 0));
+    return fromGVariant(rowsAnswered.get());
+}
+
 std::optional<std::string> daemonMachineSerial(GDBusConnection* bus, int timeoutMilliseconds) {
     const VariantRef reply = askDaemon(bus, "machineSerial", nullptr, "(s)", timeoutMilliseconds);
     if (!reply)

@@ -23,6 +23,9 @@ std::optional<DaemonVersion> probeDaemon(GDBusConnection* bus, int timeoutMillis
 // Nothing when the daemon does not answer in time.
 std::optional<Value> daemonKeyReadings(GDBusConnection* bus, const std::vector<std::string>& keys,
                                        int timeoutMilliseconds);
+// The daemon's `armSensors` answer for these catalogue rows; nothing when it does not answer.
+std::optional<Value> daemonArmSensors(GDBusConnection* bus, const Value& rows,
+                                      int timeoutMilliseconds);
 std::optional<std::string> daemonMachineSerial(GDBusConnection* bus, int timeoutMilliseconds);
 
 // "running, version A B" or "not running: no answer on the <busLabel> bus".

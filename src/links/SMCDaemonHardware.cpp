@@ -63,7 +63,21 @@ Value SMCDaemonHardware::presentRows(const Value& rows) {
 }
 
 Value SMCDaemonHardware::armSensors(const Value& rows) {
-    return presentRows(rows);
+    Value answer = Value::array();
+    if (!rows.isArray())
+        return answer;
+    std::vector<std::pair<std::string, std::string>> catalogue;
+    for (const auto& row : rows.arrayItems())
+        if (row.isDictionary())
+            catalogue.emplace_back(row["key"].stringValue(), row["name"].stringValue());
+    if (!arm_)
+        arm_ = SensorsARMController::overHwmon(root_);
+    for (const auto& row : SensorsARMController::supportedArmSensors(arm_->sensors(), catalogue))
+        answer.append(Value::dict({{"key", Value(row.key)},
+                                   {"name", Value(row.name)},
+                                   {"type", Value(static_cast<long long>(row.type))},
+                                   {"value", Value(row.value)}}));
+    return answer;
 }
 
 Value SMCDaemonHardware::supportedFans(const Value& rows) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hardware/SensorSMCController.h"
+#include "hardware/SensorsARMController.h"
 #include "links/DaemonHardware.h"
 
 namespace corvane {
@@ -8,7 +9,8 @@ namespace corvane {
 // The daemon's readings on a machine with the applesmc driver: the daemon is the one owner of
 // the driver's key cursor, so every key read of every client goes through this controller.
 // A row answers {"key", "type", "size", "data" (the raw bytes), "value" (decoded)}; the
-// catalogue messages keep the rows whose key the machine has, each with its value now.
+// catalogue messages keep the rows whose key the machine has, each with its value now; the
+// machines that read sensors by name answer `armSensors` from their named hwmon inputs.
 class SMCDaemonHardware final : public DaemonHardware {
 public:
     explicit SMCDaemonHardware(const SysRoot& root);
@@ -26,6 +28,7 @@ private:
 
     SysRoot root_;
     SensorSMCController smc_;
+    std::unique_ptr<SensorsARMController> arm_;
 };
 
 } // namespace corvane

@@ -390,19 +390,25 @@ bool PreferenceMigration::doesNeedToMigrateCities() {
 void PreferenceMigration::migrateCities(const CityLookup& lookup) {
     if (!doesNeedToMigrateCities())
         return;
+    const Value stored = preferences_.objectForKey("Time_Cities", false);
     Value cities = Value::array();
-    for (const auto& entry : preferences_.objectForKey("Time_Cities", false).arrayItems()) {
-        if (entry.isDictionary()) {
+    for (const auto& entry : stored.arrayItems()) {
+        Value city = !entry.isDictionary() && answersToIntegerValue(entry)
+                         ? lookup.cityWithIdentifier(entry.integerValue())
+                         : Value();
+        if (city.isDictionary()) {
+            cities.append(std::move(city));
+        } else {
+            // Kept as stored: a later database may know it, and the user's list is not ours to
+            // shorten.
+            if (!entry.isDictionary())
+                CVBLog("City %s is not in the cities database; kept as stored",
+                       entry.stringValue().c_str());
             cities.append(entry);
-        } else if (answersToIntegerValue(entry)) {
-            Value city = lookup.cityWithIdentifier(entry.integerValue());
-            if (city.isDictionary())
-                cities.append(std::move(city));
-            else
-                CVBLog("Dropping city %s: not in the cities database", entry.stringValue().c_str());
         }
     }
-    preferences_.setObject(cities, "Time_Cities");
+    if (cities != stored)
+        preferences_.setObject(cities, "Time_Cities");
 }
 
 } // namespace corvane

@@ -47,8 +47,8 @@ public:
     static Value migratedCities(const Value& list);
     // Whether the stored cities still hold bare identifiers.
     bool doesNeedToMigrateCities();
-    // Replaces bare identifiers by the cities they name; needs the cities database, so start-up
-    // calls it once the database is open.
+    // Replaces bare identifiers by the cities they name and keeps those it finds nothing for;
+    // needs the cities database, so start-up calls it once the database is open.
     void migrateCities(const CityLookup& lookup);
 
 private:

@@ -43,6 +43,40 @@ void MenubarDisksKeeper::diskManagedUpdated() {
                                       Value::dict({{"key", kMenubarItems}}));
 }
 
+DiskChoiceWatcher::DiskChoiceWatcher(DiskManager& manager, std::function<void()> changed)
+    : manager_(manager)
+    , changed_(std::move(changed))
+    , offered_(offered(manager)) {
+    manager_.addDelegate(this);
+}
+
+DiskChoiceWatcher::~DiskChoiceWatcher() {
+    manager_.removeDelegate(this);
+}
+
+void DiskChoiceWatcher::diskManagedUpdated() {
+    auto now = offered(manager_);
+    if (now == offered_)
+        return;
+    offered_ = std::move(now);
+    changed_();
+}
+
+std::vector<std::string> DiskChoiceWatcher::offered(const DiskManager& manager) {
+    std::vector<std::string> lines;
+    const Value available = menubar_disks::availableDisks(manager.stucture());
+    for (const Value& section : available.arrayItems())
+        for (const Value& volume : section["items"].arrayItems())
+            lines.push_back("panel " + volume["key"].stringValue() + " " +
+                            volume["name"].stringValue());
+    for (const DiskStructureGroup& group : manager.stucture())
+        for (const DiskStructurePartition& volume : group.partitions)
+            lines.push_back("volume " + group.bsd + " " + volume.key + " " + volume.name);
+    for (const auto& disk : manager.activity().disks())
+        lines.push_back("activity " + disk->key() + " " + disk->name);
+    return lines;
+}
+
 Value DiskChoices::panelEntries() {
     const Value& stored = preferences_.objectForKey(kMenubarItems);
     if (stored.isArray() && !stored.arrayItems().empty())

@@ -3,6 +3,10 @@
 #include "collectors/disks/DiskManager.h"
 #include "shell/SectionController.h"
 
+#include <functional>
+#include <string>
+#include <vector>
+
 namespace corvane {
 
 class CVBPreferences;
@@ -37,6 +41,26 @@ public:
 private:
     DiskManager& manager_;
     DistributedNotificationCenter* center_;
+};
+
+// Tells the disks page when what it offers changed after a disk event: a volume or disk came
+// or went, or a volume was renamed. The page then rebuilds its switches; they read the stored
+// choices, so the user's ticks stay, also for a volume that comes back later.
+class DiskChoiceWatcher final : public DiskManagerDelegate {
+public:
+    DiskChoiceWatcher(DiskManager& manager, std::function<void()> changed);
+    ~DiskChoiceWatcher() override;
+    DiskChoiceWatcher(const DiskChoiceWatcher&) = delete;
+    DiskChoiceWatcher& operator=(const DiskChoiceWatcher&) = delete;
+
+    void diskManagedUpdated() override;
+    // One line per switch the page shows: panel volumes, dropdown volumes, disks' activity.
+    static std::vector<std::string> offered(const DiskManager& manager);
+
+private:
+    DiskManager& manager_;
+    std::function<void()> changed_;
+    std::vector<std::string> offered_;
 };
 
 // The page's choices of volumes: which the panel item shows ("Disks_MenubarItems") and which

@@ -1,6 +1,7 @@
 #include "shell/TimeController.h"
 
 #include "clock/ClockPatternText.h"
+#include "foundation/DistributedNotificationCenter.h"
 #include "preferences/CVBPreferences.h"
 #include "shell/SectionServices.h"
 
@@ -41,6 +42,33 @@ ClockController& TimeController::clocks() {
 
 void TimeController::reloadClocks() {
     clocks().loadCities();
+}
+
+void TimeController::setChangeListener(std::function<void()> changed) {
+    changed_ = std::move(changed);
+    timeChanged_ = {};
+    if (changed_ && services().distributedCenter)
+        timeChanged_ = services().distributedCenter->addObserver(
+            kChanged, [this](const Notification&) { changedElsewhere(); });
+}
+
+void TimeController::externalNotification(const Notification*) {
+    changedElsewhere();
+}
+
+void TimeController::importedPreferences() {
+    SectionController::importedPreferences();
+    changedElsewhere();
+}
+
+void TimeController::changedElsewhere() {
+    auto& preferences = CVBPreferences::sharedPreferences();
+    for (const char* key : {kFormatKey, "Time_Cities", "Time_CityNames"})
+        preferences.resetValueForKey(key);
+    if (clocks_)
+        clocks_->loadCities();
+    if (changed_)
+        changed_();
 }
 
 } // namespace corvane

@@ -3,6 +3,7 @@
 #include "clock/ClockController.h"
 #include "shell/SectionController.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,8 +32,20 @@ public:
     ClockController& clocks();
     void reloadClocks();
 
+    // Runs `changed` after the clock's settings were written elsewhere (the command line,
+    // the status program, an imported file), once the stored values are read again. Changes
+    // this process makes come back the same way, so the listener must tolerate them. Empty
+    // stops listening.
+    void setChangeListener(std::function<void()> changed);
+    void externalNotification(const Notification* notification) override;
+    void importedPreferences() override;
+
 private:
+    void changedElsewhere();
+
     std::unique_ptr<ClockController> clocks_;
+    std::function<void()> changed_;
+    Observation timeChanged_;
 };
 
 } // namespace corvane

@@ -1,7 +1,9 @@
 #include "shell/WeatherController.h"
 
+#include "clock/CityStatCollector.h"
 #include "foundation/GLibMainQueue.h"
 #include "preferences/CVBPreferences.h"
+#include "shell/ApplicationText.h"
 #include "shell/SectionManager.h"
 #include "shell/SectionServices.h"
 
@@ -49,7 +51,10 @@ CVBPreferences& WeatherController::preferences() {
 
 ProviderList& WeatherController::providers() {
     if (!providers_)
-        providers_ = std::make_unique<ProviderList>(preferences(), client_.providers, [] {});
+        providers_ = std::make_unique<ProviderList>(preferences(), client_.providers, [this] {
+            if (auto listeners = listeners_.lock(); listeners && listeners->providersChanged)
+                listeners->providersChanged();
+        });
     return *providers_;
 }
 
@@ -59,10 +64,22 @@ LocationSearch& WeatherController::search() {
             ownQueue_ = std::make_unique<GLibMainQueue>();
             client_.queue = ownQueue_.get();
         }
-        search_ =
-            std::make_unique<LocationSearch>(*client_.queue, client_.search, client_.cities, [] {});
+        if (!client_.cities) {
+            ownCities_ = std::make_unique<CityStatCollector>(
+                *client_.queue, CityStatCollector::defaultDatabasePath());
+            client_.cities = ownCities_.get();
+        }
+        search_ = std::make_unique<LocationSearch>(
+            *client_.queue, client_.search, client_.cities, [this] {
+                if (auto listeners = listeners_.lock(); listeners && listeners->rowsChanged)
+                    listeners->rowsChanged();
+            });
     }
     return *search_;
+}
+
+std::string WeatherController::localized(std::string_view key) {
+    return HLVLocalizedString(applicationText(preferences()), key, std::nullopt, "prefs");
 }
 
 void WeatherController::post(const char* key) {
@@ -100,10 +117,10 @@ std::string WeatherController::locationLabel() {
     const Value& location = preferences().objectForKey(kLocationsKey)[0];
     std::string place = location["name"].stringValue();
     if (location["identifier"].stringValue() == kCurrentLocation || place.empty())
-        place = "Current Location";
+        place = localized("Current Location");
     else if (const std::string country = location["country"].stringValue(); !country.empty())
         place += ", " + country;
-    return "Location: " + place;
+    return formattedString(localized("Location: %@"), place);
 }
 
 } // namespace corvane

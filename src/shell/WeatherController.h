@@ -4,7 +4,9 @@
 #include "collectors/weather/ProviderList.h"
 #include "shell/SectionController.h"
 
+#include <functional>
 #include <memory>
+#include <string_view>
 
 namespace corvane {
 
@@ -21,7 +23,7 @@ public:
     static constexpr const char* kCurrentLocation = "-7";
 
     // What the section talks to; left empty, the outside services' settings, the process's
-    // preferences and main queue, and no cities database.
+    // preferences and main queue, and the installed cities database.
     struct Client {
         ProviderList::Settings providers;
         LocationSearch::Settings search;
@@ -47,13 +49,25 @@ public:
 
     ProviderList& providers();
     LocationSearch& search();
+    // What the page redraws: the provider popup after a new list or a failure, the search rows
+    // after each change. They are heard while their owner keeps them; the page may go after
+    // this section, so it never has to tell it.
+    struct Listeners {
+        std::function<void()> providersChanged;
+        std::function<void()> rowsChanged;
+    };
+    void setListeners(std::weak_ptr<const Listeners> listeners) {
+        listeners_ = std::move(listeners);
+    }
 
     // The provider popup's choice: "" is Automatic.
     void selectProvider(const std::string& key);
     // A row of the search: a result with an "identifier", or the current location without.
     void selectCity(const Value& result);
-    // "Location: Berlin, Germany", or "Location: Current Location".
+    // "Location: Berlin, Germany", or "Location: Current Location", in the chosen language.
     std::string locationLabel();
+    // A text of the "prefs" table in the chosen language.
+    std::string localized(std::string_view key);
 
     // The stored form of a search result ("tz" becomes "timezone").
     static Value locationRecordForResult(const Value& result);
@@ -64,6 +78,8 @@ private:
 
     Client client_;
     std::unique_ptr<MainQueue> ownQueue_;
+    std::unique_ptr<CityStatCollector> ownCities_;
+    std::weak_ptr<const Listeners> listeners_;
     std::unique_ptr<ProviderList> providers_;
     std::unique_ptr<LocationSearch> search_;
 };

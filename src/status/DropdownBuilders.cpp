@@ -9,6 +9,7 @@
 #include "collectors/disks/DiskManager.h"
 #include "collectors/memory/MemoryStatCollector.h"
 #include "collectors/memory/MemoryStatus.h"
+#include "collectors/network/NetworkAddressDisplay.h"
 #include "collectors/network/NetworkStatus.h"
 #include "collectors/ping/PublicAddressFetcher.h"
 #include "collectors/sensors/SensorsStatus.h"
@@ -502,6 +503,8 @@ void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows, const Pane
         return text;
     };
     const bool showBSD = text_.preferences.objectForKey("Network_ShowBSD").boolValue();
+    const auto addresses = NetworkAddressDisplay::fromSettings(
+        [this](std::string_view key) { return text_.preferences.objectForKey(key); });
     for (const Value& s : all["services"].arrayItems()) {
         if (listed(text_.preferences, "FilteringNetwork", s["service"].stringValue()))
             continue;
@@ -509,16 +512,15 @@ void DropdownBuilders::addNetworkRows(std::vector<DropdownRow>& rows, const Pane
         if (showBSD && !s["interface"].stringValue().empty())
             name += " (" + printable(s["interface"].stringValue()) + ")";
         rows.push_back(DropdownRow::header(name));
-        for (const char* key : {"ipv4", "ipv6", "subnet", "dnsIPV4", "dnsIPV6"}) {
-            static const std::map<std::string_view, std::string_view> labels{
-                {"ipv4", "IPv4"},
-                {"ipv6", "IPv6"},
-                {"subnet", "Subnet Mask"},
-                {"dnsIPV4", "DNS"},
-                {"dnsIPV6", "DNS"}};
-            if (!s[key].empty())
-                rows.push_back(DropdownRow::textRow(valueRow(labels.at(key), joined(s[key]))));
+        for (const auto& line : addresses.lines(s, sources_.network->ipf6AddressFlags())) {
+            std::string text;
+            for (const auto& address : line.addresses)
+                text += (text.empty() ? "" : ", ") + printable(address);
+            rows.push_back(DropdownRow::textRow(valueRow(line.label, text)));
         }
+        for (const char* key : {"dnsIPV4", "dnsIPV6"})
+            if (!s[key].empty())
+                rows.push_back(DropdownRow::textRow(valueRow("DNS", joined(s[key]))));
         for (const char* key : {"routerIPV4", "routerIPV6"})
             if (!s[key].stringValue().empty())
                 rows.push_back(DropdownRow::textRow(valueRow("Router", s[key].stringValue())));

@@ -37,9 +37,10 @@ DiskChoicesView::DiskChoicesView(WindowServices& services)
     , manager_(sampledManager(services.engine))
     , choices_(
           std::make_unique<DiskChoices>(services.preferences, manager_, &services.distributed)) {
-    addPanelGroups(menubar_disks::availableDisks(manager_.stucture()));
-    addDropdownGroup();
-    refresh();
+    build();
+    // Block uevents and mount-table changes, as the status program follows them.
+    DiskSystem::shared(services.engine).startMonitoring();
+    watcher_ = std::make_unique<DiskChoiceWatcher>(manager_, [this] { build(); });
     timer_ = Glib::signal_timeout().connect_seconds(
         [this] {
             refresh();
@@ -49,6 +50,7 @@ DiskChoicesView::DiskChoicesView(WindowServices& services)
 }
 
 DiskChoicesView::~DiskChoicesView() {
+    watcher_.reset();
     timer_.disconnect();
 }
 
@@ -106,6 +108,15 @@ void DiskChoicesView::addDropdownGroup() {
     adw::addToGroup(group, adw::actionRow(services_.translate("Reset Disk Filtering"), reset,
                                           services_.translate("Lists every volume and disk.")));
     append(group);
+}
+
+void DiskChoicesView::build() {
+    shows_.clear();
+    while (auto* child = get_first_child())
+        remove(*child);
+    addPanelGroups(menubar_disks::availableDisks(manager_.stucture()));
+    addDropdownGroup();
+    refresh();
 }
 
 void DiskChoicesView::refresh() {

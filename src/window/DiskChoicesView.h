@@ -11,8 +11,8 @@
 namespace corvane {
 
 // The disks page's choices: the volumes the panel item shows, the volumes and the disks'
-// activity the dropdown lists, and "Reset Disk Filtering". The volumes are those there when
-// the page opened; the ticks are put on screen again every two seconds.
+// activity the dropdown lists, and "Reset Disk Filtering". The switches are built again when
+// a disk event changes the volumes; the ticks are put on screen again every two seconds.
 class DiskChoicesView final : public Gtk::Box {
 public:
     explicit DiskChoicesView(WindowServices& services);
@@ -25,12 +25,14 @@ private:
                    std::function<bool()> isOn, std::function<bool(bool)> set);
     void addPanelGroups(const Value& available);
     void addDropdownGroup();
+    void build();
     void refresh();
 
     WindowServices& services_;
     DiskManager& manager_;
     std::unique_ptr<DiskChoices> choices_;
     std::vector<std::function<void()>> shows_;
+    std::unique_ptr<DiskChoiceWatcher> watcher_;
     sigc::connection timer_;
     bool showing_ = false;
 };

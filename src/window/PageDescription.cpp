@@ -271,6 +271,17 @@ PageDescription network() {
          {color("Network_DropdownGraphUpload", "Graph, upload"),
           color("Network_DropdownGraphDownload", "Graph, download"),
           toggle("Network_ShowBSD", "Show interface names")}},
+        {"Addresses in the dropdown",
+         {choice("Network_IPV4AddressMode", "IPv4 addresses",
+                 {"Address", "Address and prefix length"}),
+          choice("Network_IPV6AddressMode", "IPv6 addresses",
+                 {"Address", "Address and prefix length"}),
+          toggle("Network_IPV6Group", "Group IPv6 addresses by kind"),
+          toggle("Network_IPV6ShowSecured", "Secured (stable, private) IPv6 addresses"),
+          toggle("Network_IPV6ShowDynamic", "Dynamic (hardware-derived, DHCPv6) IPv6 addresses"),
+          toggle("Network_IPV6ShowTemporary", "Temporary IPv6 addresses"),
+          toggle("Network_IPV6ShowOther", "Other (link-local, static) IPv6 addresses"),
+          toggle("Network_IPV6ShowDeprecated", "Deprecated IPv6 addresses")}},
     };
     return page;
 }
@@ -293,8 +304,7 @@ PageDescription timePage() {
 
 PageDescription weather() {
     PageDescription page{"Weather", "weather", false, true, false, "", {}};
-    page.summary = "The forecast is for the current location unless a place is chosen with "
-                   "corvanebar weather search and corvanebar weather select.";
+    page.summary = "The forecast is for the place chosen below, or for where this computer is.";
     const std::vector<std::string> region{"As the region"};
     const auto units = [&](std::vector<std::string> choices) {
         choices.insert(choices.begin(), region.begin(), region.end());

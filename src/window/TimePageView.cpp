@@ -1,6 +1,7 @@
 #include "window/TimePageView.h"
 
 #include "foundation/Log.h"
+#include "preferences/CVBPreferences.h"
 #include "shell/TimeController.h"
 #include "window/AdwRows.h"
 
@@ -49,6 +50,13 @@ TimePageView::TimePageView(WindowServices& services, TimeController& controller)
     append(formatGroup());
     append(clocksGroup());
     append(searchGroup());
+    // The controller may outlive the page, and the page may go while the controller is
+    // being destroyed: the listener checks that the page is still there.
+    std::weak_ptr<bool> alive = alive_;
+    controller_.setChangeListener([this, alive] {
+        if (alive.lock())
+            showStored();
+    });
 }
 
 TimePageView::~TimePageView() = default;
@@ -83,11 +91,63 @@ Gtk::Widget& TimePageView::formatGroup() {
 }
 
 void TimePageView::storeLines() {
+    if (showing_)
+        return;
     std::vector<std::string> lines{lines_[0]->get_text()};
     if (twoLines_->get_active())
         lines.push_back(lines_[1]->get_text());
     if (!controller_.setMenubarLines(lines))
         CVBLog("Time page: the panel clock's format could not be stored");
+}
+
+void TimePageView::showStored() {
+    const auto stored = controller_.menubarLines();
+    showing_ = true;
+    if (twoLines_->get_active() != (stored.size() == 2))
+        twoLines_->set_active(stored.size() == 2);
+    for (std::size_t i = 0; i < 2; ++i) {
+        // Only what differs: setting the same text would move the cursor of a line being typed.
+        const std::string text = i < stored.size() ? stored[i] : std::string();
+        if (i < stored.size() && std::string(lines_[i]->get_text()) != text)
+            lines_[i]->set_text(text);
+    }
+    showing_ = false;
+    if (storedClocks() != shownClocks_)
+        showClocks();
+}
+
+Value TimePageView::storedClocks() const {
+    return Value::array({services_.preferences.objectForKey("Time_Cities"),
+                         services_.preferences.objectForKey("Time_CityNames")});
+}
+
+Gtk::Widget& TimePageView::renameButton(const std::string& identifier, const std::string& shown,
+                                        const std::string& own) {
+    const std::string label = services_.translate("Rename");
+    auto* entry = Gtk::make_managed<Gtk::Entry>();
+    entry->set_width_chars(20);
+    entry->set_text(shown == own ? std::string() : shown);
+    entry->set_placeholder_text(own);
+    nameText(*entry, services_.translate("Name shown"));
+    auto* popover = Gtk::make_managed<Gtk::Popover>();
+    popover->set_child(*entry);
+    auto* button = Gtk::make_managed<Gtk::MenuButton>();
+    button->set_icon_name("document-edit-symbolic");
+    button->set_has_frame(false);
+    button->set_tooltip_text(label);
+    setAccessibleLabel(*button, label);
+    button->set_popover(*popover);
+    // Stored when the popover closes, by Enter or by a click elsewhere.
+    entry->signal_activate().connect([popover] { popover->popdown(); });
+    popover->signal_closed().connect(
+        [this, identifier, entry, initial = std::string(entry->get_text())] {
+            const std::string name = entry->get_text();
+            if (name == initial)
+                return;
+            controller_.clocks().updateCityName(identifier, name);
+            Glib::signal_idle().connect_once(sigc::mem_fun(*this, &TimePageView::showClocks));
+        });
+    return *button;
 }
 
 Gtk::Widget& TimePageView::clocksGroup() {
@@ -140,13 +200,17 @@ void TimePageView::showClocks() {
     removeRows(*clockGroup_, clockRows_);
     // As stored: a change that could not be written, or one made elsewhere, shows as it is.
     controller_.reloadClocks();
+    shownClocks_ = storedClocks();
     auto& clocks = controller_.clocks();
     for (const Value& city : clocks.visibleCities()) {
         const std::string id = city["identifier"].stringValue();
         std::string name = clocks.nameForCity(city);
-        if (id == kMoon || id == kHere)
-            name = services_.translate(id == kMoon ? "Moon" : "Current Location");
         auto* buttons = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, 0);
+        buttonWidths_->add_widget(*buttons);
+        // The moon and the current location are named by the window's language.
+        const bool named = id != kMoon && id != kHere;
+        if (!named)
+            name = services_.translate(id == kMoon ? "Moon" : "Current Location");
         auto& c = clocks;
         buttons->append(
             iconButton("go-up-symbolic", services_.translate("Move up"),
@@ -157,6 +221,9 @@ void TimePageView::showClocks() {
         buttons->append(
             iconButton("list-remove-symbolic", services_.translate("Remove"),
                        [this, &c, id] { changeClocks([&c, id] { return c.removeCity(id); }); }));
+        // Last, in boxes of one width, so that the arrows of every row line up.
+        if (named)
+            buttons->append(renameButton(id, name, city["city"].stringValue()));
         clockRows_.push_back(&adw::actionRow(name, buttons, cityDetails(city)));
     }
     if (clocks.visibleCities().empty())

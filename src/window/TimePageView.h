@@ -25,8 +25,15 @@ private:
     Gtk::Widget& clocksGroup();
     Gtk::Widget& searchGroup();
     void storeLines();
+    // Shows what is stored now where it differs from what the page shows: the settings were
+    // written elsewhere, or by this page.
+    void showStored();
     // Rebuilds the list of world clocks from the controller.
     void showClocks();
+    Value storedClocks() const;
+    // A button whose popover names the clock; an empty name goes back to the city's own.
+    Gtk::Widget& renameButton(const std::string& identifier, const std::string& shown,
+                              const std::string& own);
     void showResults(const CityStatCollector::Rows& rows);
     Gtk::Widget& iconButton(const char* icon, const std::string& label,
                             std::function<void()> action);
@@ -42,8 +49,14 @@ private:
     Gtk::Widget* resultGroup_ = nullptr;
     std::vector<Gtk::Widget*> clockRows_;
     std::vector<Gtk::Widget*> resultRows_;
+    Glib::RefPtr<Gtk::SizeGroup> buttonWidths_ =
+        Gtk::SizeGroup::create(Gtk::SizeGroup::Mode::HORIZONTAL);
     Gtk::SearchEntry* search_ = nullptr;
+    // The stored world clocks and names the list shows.
+    Value shownClocks_;
+    // While the page puts stored values into its editors, which must not write them back.
     bool showing_ = false;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 } // namespace corvane

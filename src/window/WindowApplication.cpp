@@ -9,6 +9,7 @@
 #include "shell/SectionItems.h"
 #include "shell/SectionManager.h"
 #include "window/AdwRows.h"
+#include "window/ClockStartupCollectors.h"
 #include "window/DialogOverlay.h"
 #include "window/InstallerPage.h"
 #include "window/MainWindow.h"
@@ -151,6 +152,7 @@ void WindowApplication::buildWindow() {
     AppDelegatePeers peers;
     peers.window = std::make_shared<WindowPeer>(*window_, *this);
     peers.installer = installer_;
+    peers.collectors = std::make_shared<ClockStartupCollectors>(queue_);
     delegate_ = std::make_unique<Corvane_BarAppDelegate>(preferences, queue_,
                                                          *preferences.environment().center,
                                                          services_->distributed, std::move(peers));

@@ -8,6 +8,7 @@
 #include "shell/NetworkController.h"
 #include "shell/SectionController.h"
 #include "shell/TimeController.h"
+#include "shell/WeatherController.h"
 #include "window/AdwRows.h"
 #include "window/BatteryListMember.h"
 #include "window/DiskChoicesView.h"
@@ -17,6 +18,7 @@
 #include "window/SensorListView.h"
 #include "window/SourceListView.h"
 #include "window/TimePageView.h"
+#include "window/WeatherPageView.h"
 
 namespace corvane {
 
@@ -69,6 +71,8 @@ Gtk::Widget& WindowPage::controlsPage() {
         addLayoutEditor(*box);
     if (auto* time = dynamic_cast<TimeController*>(&owner_))
         box->append(*Gtk::make_managed<TimePageView>(services_, *time));
+    if (auto* weather = dynamic_cast<WeatherController*>(&owner_))
+        box->append(*Gtk::make_managed<WeatherPageView>(services_, *weather));
     // Which sensors and volumes are shown comes before how they look.
     if (name() == "Sensors")
         box->append(*Gtk::make_managed<SensorListView>(services_));

@@ -1,6 +1,7 @@
 #include "clock/ClockController.h"
 
 #include "../preferences/PreferencesFixture.h"
+#include "clock/CityDatabaseLookup.h"
 #include "foundation/DistributedNotificationCenter.h"
 
 namespace corvane {
@@ -73,6 +74,50 @@ TEST_F(WorldClocks, ANewNameReplacesTheOldOneAndAnEmptyOneRestoresTheCitysOwn) {
     clocks.updateCityName("p", "");
     EXPECT_EQ(clocks.nameForCity(paris), "Paris");
     EXPECT_EQ(clocks.nameForCity(Value::dict({{"identifier", "l"}, {"city", "London"}})), "Home");
+}
+
+// Settings of an older version name world clocks by bare identifier; start-up looks them up in
+// the real database, and keeps what it cannot find rather than lose the user's list.
+TEST_F(WorldClocks, BareIdentifiersInTheSettingsFileBecomeCitiesOfTheDatabase) {
+    const auto database = CityStatCollector::defaultDatabasePath();
+    if (!std::filesystem::exists(database))
+        GTEST_SKIP() << "no cities database at " << database;
+    std::string stJohns, berlin;
+    {
+        CityStatCollector cities(queue, database);
+        for (const Value& row : cities.citiesWithMatch("St. John's"))
+            if (row["country"].stringValue() == "Canada")
+                stJohns = row["identifier"].stringValue();
+        for (const Value& row : cities.citiesWithMatch("Berlin"))
+            if (row["timezone"].stringValue() == "Europe/Berlin")
+                berlin = row["identifier"].stringValue();
+    }
+    ASSERT_FALSE(stJohns.empty());
+    ASSERT_FALSE(berlin.empty());
+    const Value moon = Value::dict({{"identifier", "-6"}, {"city", "Moon"}});
+    storeElsewhere(Value::dict(
+        {{"Time_Cities", Value::array({moon, Value(std::stoll(stJohns)), berlin, "12", "x"})}}));
+
+    migrateStoredCities(preferences, queue, database);
+    clocks.loadCities();
+    ASSERT_EQ(clocks.visibleCities().size(), 3u);
+    EXPECT_EQ(clocks.visibleCities()[1]["identifier"].stringValue(), stJohns);
+    EXPECT_EQ(clocks.visibleCities()[1]["timezone"].stringValue(), "America/St_Johns");
+    EXPECT_EQ(clocks.visibleCities()[2]["identifier"].stringValue(), berlin);
+    EXPECT_TRUE(clocks.visibleCities()[2]["city_plain"].isNull()); // stored in the clock's form
+
+    // Unknown entries survive the migration and a later edit of the list.
+    clocks.removeCity("-6");
+    clocks.saveClocks();
+    const Value stored = onDisk("Time_Cities");
+    ASSERT_EQ(stored.size(), 4u);
+    EXPECT_EQ(stored[0]["identifier"].stringValue(), stJohns);
+    EXPECT_EQ(stored[2], Value("12"));
+    EXPECT_EQ(stored[3], Value("x"));
+
+    // Without a database nothing is touched.
+    migrateStoredCities(preferences, queue, dir.path() / "missing.db");
+    EXPECT_EQ(onDisk("Time_Cities"), stored);
 }
 
 } // namespace

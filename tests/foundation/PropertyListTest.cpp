@@ -44,10 +44,8 @@ TEST_P(RoundTrip, KeepsEveryKindAndNesting) {
     const std::string bytes = writePropertyList(original, GetParam());
     EXPECT_EQ(bytes.substr(0, 8) == "bplist00", GetParam() == PropertyListFormat::Binary);
     const Value read = readPropertyList(bytes, "round trip");
+    // Equality is strict about kinds: an integer read back as a real differs.
     EXPECT_EQ(read, original) << read.description();
-    EXPECT_TRUE(read["int"].isInteger());
-    EXPECT_TRUE(read["real"].isReal());
-    EXPECT_TRUE(read["date"].isDate());
 }
 
 // Nulls are left out and dates keep whole seconds, rounded down.

@@ -6,7 +6,6 @@
 #include "foundation/PropertyList.h"
 #include "support/TemporaryDirectory.h"
 
-#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <fstream>
@@ -224,22 +223,6 @@ TEST_F(Domain, TwoProcessesWritingFiveHundredKeysEachLoseNothing) {
         EXPECT_EQ(all["first-" + std::to_string(i)], Value(i));
         EXPECT_EQ(all["second-" + std::to_string(i)], Value(i));
     }
-}
-
-// Each process adds and removes its own element of one list, checking at each step that its own
-// last change is still there; a lost update would show up there or in the final list.
-TEST_F(Domain, ThreeProcessesChangingOneListLoseNoUpdate) {
-    std::vector<pid_t> writers;
-    for (const char* element : {"battery", "time", "weather"})
-        writers.push_back(spawnWriter({file().string(), "--toggle", "items", element, "100"}));
-    for (pid_t pid : writers)
-        expectSuccess(pid);
-    std::vector<std::string> items;
-    const Value stored = readPropertyListFile(file());
-    for (const auto& item : stored["items"].arrayItems())
-        items.push_back(item.string());
-    std::sort(items.begin(), items.end());
-    EXPECT_EQ(items, (std::vector<std::string>{"battery", "time", "weather"}));
 }
 
 TEST_F(Domain, AnUpdateStartsFromTheFileAndRefusesTextNoReaderTakes) {

@@ -6,11 +6,23 @@
 #include "preferences/PreferencesFixture.h"
 #include "shell/DisksController.h"
 #include "shell/SensorsController.h"
+#include "support/TemporaryDirectory.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
 
 namespace corvane::test {
 namespace {
+
+std::string readText(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
 
 class PageChoicesTest : public PreferencesFixture {
 protected:
@@ -107,6 +119,63 @@ TEST_F(PageChoicesTest, PanelVolumesAndDropdownFiltersOfTheDisksPage) {
     EXPECT_TRUE(strings("FilteringDisks").empty());
     EXPECT_TRUE(strings("FilteringDiskActivity").empty());
     EXPECT_EQ(posted["CorvaneBarDisksPreferencesChanged"], 2);
+}
+
+// A USB stick pulled out and put back while the page is open: the page is told each time the
+// volumes it offers change, and the stick's ticks are still there when it comes back.
+TEST_F(PageChoicesTest, TheDisksPageFollowsAStickThatGoesAndComesBack) {
+    namespace fs = std::filesystem;
+    TemporaryDirectory copy;
+    fs::copy(diskFixture("disks-sata-desktop"), copy.path(),
+             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    DiskRig rig(copy.path());
+    rig.manager.diskEvent();
+    const auto stickKey = [&] {
+        for (const auto& volume : rig.disks.volumes())
+            if (volume->path == "/media/user/STICK")
+                return volume->key();
+        return std::string();
+    };
+    const std::string stick = stickKey();
+    ASSERT_FALSE(stick.empty());
+    DiskChoices choices(preferences, rig.manager);
+    ASSERT_TRUE(choices.setVolumeShown(stick, false));
+    ASSERT_TRUE(choices.setActivityShown("sdb", false));
+    const auto offersStick = [&] {
+        const auto lines = DiskChoiceWatcher::offered(rig.manager);
+        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+            return line.find(stick) != std::string::npos;
+        });
+    };
+    int rebuilt = 0;
+    DiskChoiceWatcher watcher(rig.manager, [&] { ++rebuilt; });
+    rig.manager.diskEvent(); // nothing changed: no rebuild
+    EXPECT_EQ(rebuilt, 0);
+
+    // The stick's entries of the block tree and its mount, kept aside while it is out.
+    const fs::path aside = copy / "aside";
+    const std::vector<std::string> entries{"sys/block/sdb", "sys/class/block/sdb",
+                                           "sys/class/block/sdb1"};
+    const std::string mountinfo = readText(copy / "proc/self/mountinfo");
+    for (const auto& entry : entries) {
+        fs::create_directories((aside / entry).parent_path());
+        fs::rename(copy / entry, aside / entry);
+    }
+    std::ofstream(copy / "proc/self/mountinfo")
+        << std::regex_replace(mountinfo, std::regex(".*/dev/sdb1.*\n"), "");
+    rig.manager.diskEvent();
+    EXPECT_EQ(rebuilt, 1);
+    EXPECT_FALSE(offersStick());
+
+    for (const auto& entry : entries)
+        fs::rename(aside / entry, copy / entry);
+    std::ofstream(copy / "proc/self/mountinfo") << mountinfo;
+    rig.manager.diskEvent();
+    EXPECT_EQ(rebuilt, 2);
+    EXPECT_TRUE(offersStick());
+    EXPECT_EQ(stickKey(), stick);
+    EXPECT_FALSE(choices.volumeShown(stick));
+    EXPECT_FALSE(choices.activityShown("sdb"));
 }
 
 } // namespace

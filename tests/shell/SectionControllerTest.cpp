@@ -168,6 +168,59 @@ TEST_F(Section, WeatherShowsTheMoonByNight) {
     }
 }
 
+TEST_F(Section, WeatherStoresTheChosenPlaceTellsTheStatusProgramAndNamesIt) {
+    auto* weather = manager->weather();
+    const Value berlin = Value::dict({{"name", "Berlin"},
+                                      {"state", "Berlin"},
+                                      {"country", "Germany"},
+                                      {"tz", "Europe/Berlin"},
+                                      {"identifier", "2950159"},
+                                      {"latitude", 52.52},
+                                      {"longitude", 13.405},
+                                      {"plain", "berlin"},
+                                      {"population", 3644826}});
+    const Value station = Value::dict(
+        {{"name", "KCASANFR1"}, {"wu-station-id", "KCASANFR1"}, {"identifier", 1795511700}});
+    struct Case {
+        const char* name;
+        Value result;
+        Value stored;
+        const char* english;
+        const char* german;
+    };
+    const Case cases[] = {
+        {"a city", berlin,
+         Value::dict({{"name", "Berlin"},
+                      {"state", "Berlin"},
+                      {"country", "Germany"},
+                      {"timezone", "Europe/Berlin"},
+                      {"identifier", "2950159"},
+                      {"latitude", 52.52},
+                      {"longitude", 13.405},
+                      {"plain", "berlin"}}),
+         "Location: Berlin, Germany", "Ort: Berlin, Germany"},
+        {"a personal station", station, station, "Location: KCASANFR1", "Ort: KCASANFR1"},
+        {"the current location row", Value::dict(), Value::dict({{"identifier", "-7"}}),
+         "Location: Current Location", "Ort: Aktueller Ort"},
+    };
+    for (const Case& c : cases) {
+        posts.names.clear();
+        posts.infos.clear();
+        CVBSetObjectForKey(Value(), "language");
+        CVBTranslations::cleanup();
+        weather->selectCity(c.result);
+        EXPECT_EQ(CVBStoredObjectForKey("Weather_Locations"), Value::array({c.stored})) << c.name;
+        EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarWeatherPreferencesChanged"})
+            << c.name;
+        EXPECT_EQ(posts.infos.at(0), Value::dict({{"key", "Weather_Locations"}})) << c.name;
+        EXPECT_EQ(weather->locationLabel(), c.english) << c.name;
+        CVBSetObjectForKey(Value("de"), "language");
+        CVBTranslations::cleanup();
+        EXPECT_EQ(weather->locationLabel(), c.german) << c.name;
+    }
+    CVBTranslations::cleanup();
+}
+
 // The dropdown order editor, filled as a section page fills it.
 class DropdownOrder : public Section {
 protected:

@@ -86,7 +86,6 @@ TEST_F(Commands, CombinedSaysWhatItTakesInAndGivesBack) {
 }
 
 TEST_F(Commands, ASwitchThatCannotBeStoredFailsSaysWhyAndTellsNoOne) {
-    test::ScopedEnvironment logs("CORVANEBAR_LOG_DIR", (dir.path() / "logs").c_str());
     installUnwritable();
     LogCapture quiet;
     auto c = commands();
@@ -94,11 +93,8 @@ TEST_F(Commands, ASwitchThatCannotBeStoredFailsSaysWhyAndTellsNoOne) {
     EXPECT_EQ(c.setEnabled("notifications", false), 1);
     EXPECT_TRUE(posts.names.empty());
     EXPECT_TRUE(out.str().empty()) << out.str();
-    const std::string log = "; the log is " + (dir.path() / "logs" / "App" / "App.log").string();
-    for (const std::string& failure :
-         {std::string("corvanebar on: could not switch Weather on: Cannot write"),
-          std::string("corvanebar off: could not switch Notifications off: "), log})
-        EXPECT_THAT(err.str(), HasSubstr(failure));
+    EXPECT_THAT(err.str(), HasSubstr("corvanebar on: could not switch Weather on: Cannot write"));
+    EXPECT_THAT(err.str(), HasSubstr("corvanebar off: could not switch Notifications off: "));
     // The switches show what is stored.
     EXPECT_FALSE(manager->weather()->sourceItem().toggle.on);
     EXPECT_TRUE(manager->notifications()->sourceItem().toggle.on);

@@ -77,6 +77,28 @@ TEST_F(NetworkDropdown, HiddenServicesAndInterfaceNames) {
                              [](const std::string& row) { return row.starts_with("Wi-Fi"); }));
 }
 
+// The address settings reach the rows, with the kinds told by the kernel's flags.
+TEST_F(NetworkDropdown, AddressSettingsShapeTheAddressRows) {
+    network.state("WIFI/IPv4", Value::dict({{"Addresses", Value::array({"192.168.1.20"})},
+                                            {"SubnetMasks", Value::array({"255.255.255.0"})}}));
+    network.state("WIFI/IPv6",
+                  Value::dict({{"Addresses", Value::array({"2001:db8:1::1000", "2001:db8::7"})}}));
+    network.facts.ipv6AddressFlags = {
+        {"2001:db8:1::1000", Value::dict({{"flags", 0x02}, {"scope", 0}, {"prefix", 128}})},
+        {"2001:db8::7", Value::dict({{"flags", 0x01}, {"scope", 0}, {"prefix", 64}})}};
+    network.updateInterfaces();
+    EXPECT_TRUE(has(rows(), "IPv6: 2001:db8:1::1000, 2001:db8::7"));
+    CVBSetObjectForKey(Value(1), "Network_IPV4AddressMode");
+    CVBSetObjectForKey(Value(1), "Network_IPV6Group");
+    CVBSetObjectForKey(Value(0), "Network_IPV6ShowDynamic");
+    const auto shown = rows();
+    EXPECT_TRUE(has(shown, "IPv4: 192.168.1.20/24"));
+    EXPECT_TRUE(has(shown, "IPv6 (Temporary): 2001:db8::7"));
+    EXPECT_FALSE(std::any_of(shown.begin(), shown.end(), [](const std::string& row) {
+        return row.starts_with("Subnet Mask") || row.find("1000") != std::string::npos;
+    }));
+}
+
 TEST_F(NetworkDropdown, PublicAddressWhileAskedAndShownThenTheRateGraph) {
     const auto known = [] { return Value::dict({{"address", "203.0.113.45"}}); };
     EXPECT_FALSE(has(rows(), "Public IP Address")) << "a program that does not ask";

@@ -16,6 +16,7 @@
 #include "window/WindowApplication.h"
 #include "window/WindowPage.h"
 
+#include <adwaita.h>
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -313,6 +314,53 @@ TEST_F(WindowDisplayTest, AToggledSwitchWritesItsKeyAndTellsTheBus) {
     EXPECT_TRUE(runUntil([&] { return toggle->get_active() != before; }));
     EXPECT_EQ(storedValue(key).boolValue(), !before);
     EXPECT_TRUE(runUntil([&] { return bus.heard == 1; }));
+}
+
+// The row of the page titled `title`, or null.
+Gtk::Widget* rowTitled(Gtk::Widget& root, const std::string& title) {
+    for (Gtk::Widget* widget : widgetsUnder(root))
+        if (ADW_IS_PREFERENCES_ROW(widget->gobj()) &&
+            title == adw_preferences_row_get_title(ADW_PREFERENCES_ROW(widget->gobj())))
+            return widget;
+    return nullptr;
+}
+
+template <typename Control>
+Control* namedUnder(Gtk::Widget& root, const std::string& label) {
+    for (Gtk::Widget* widget : widgetsUnder(root))
+        if (auto* control = dynamic_cast<Control*>(widget);
+            control && accessibleLabelIs(*control, label))
+            return control;
+    return nullptr;
+}
+
+// World clocks changed by the command line show on the open page, and a name given on the page
+// is stored where the command line and the dropdown read it.
+TEST_F(WindowDisplayTest, TheTimePageFollowsTheClocksCommandAndRenames) {
+    showSection("time", "Time");
+    const char* london = "6471135418507388";
+    ASSERT_NE(rowTitled(page().widget(), "Paris"), nullptr);
+    ASSERT_TRUE(runCommand({"clocks", "rename", london, "Office"}));
+    EXPECT_TRUE(runUntil([&] { return rowTitled(page().widget(), "Office"); }));
+    ASSERT_TRUE(runCommand({"clocks", "remove", "3966007305494433"}));
+    EXPECT_TRUE(runUntil([&] { return !rowTitled(page().widget(), "Paris"); }));
+
+    Gtk::Widget* row = rowTitled(page().widget(), "Office");
+    ASSERT_NE(row, nullptr);
+    auto* name = namedUnder<Gtk::Entry>(*row, "Name shown");
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(std::string(name->get_text()), "Office");
+    // As a user does: open the popover, type, press Enter.
+    auto* rename = namedUnder<Gtk::MenuButton>(*row, "Rename");
+    ASSERT_NE(rename, nullptr);
+    rename->popup();
+    name->set_text("Home");
+    g_signal_emit_by_name(name->gobj(), "activate");
+    EXPECT_TRUE(runUntil([&] { return rowTitled(page().widget(), "Home"); }));
+    const Value names = storedValue("Time_CityNames");
+    ASSERT_EQ(names.size(), 1u);
+    EXPECT_EQ(names[0]["identifier"].stringValue(), london);
+    EXPECT_EQ(names[0]["name"].stringValue(), "Home");
 }
 
 // A drag moves a slider through many values; only the one it rests on is stored and posted.

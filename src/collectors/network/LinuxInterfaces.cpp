@@ -72,12 +72,14 @@ std::map<std::string, Value> parseIfInet6(std::string_view text) {
             valid = byte.has_value();
             address.s6_addr[i] = byte.value_or(0);
         }
+        const auto prefix = fields[2].size() <= 2 ? hexByte(fields[2]) : std::nullopt;
         const auto scope = fields[3].size() <= 2 ? hexByte(fields[3]) : std::nullopt;
         const auto flag = fields[4].size() <= 2 ? hexByte(fields[4]) : std::nullopt;
         char textForm[INET6_ADDRSTRLEN] = {};
-        if (!valid || !scope || !flag || !inet_ntop(AF_INET6, &address, textForm, sizeof textForm))
+        if (!valid || !prefix || !scope || !flag ||
+            !inet_ntop(AF_INET6, &address, textForm, sizeof textForm))
             continue;
-        flags[textForm] = Value::dict({{"flags", *flag}, {"scope", *scope}});
+        flags[textForm] = Value::dict({{"flags", *flag}, {"scope", *scope}, {"prefix", *prefix}});
     }
     return flags;
 }

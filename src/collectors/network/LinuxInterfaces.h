@@ -21,7 +21,7 @@ struct NetDevLine {
 // The lines of /proc/net/dev; malformed lines are skipped.
 std::vector<NetDevLine> parseNetDev(std::string_view text);
 
-// /proc/net/if_inet6 as address text to {"flags", "scope"}; malformed lines are skipped.
+// /proc/net/if_inet6 as address text to {"flags", "scope", "prefix"}; malformed lines are skipped.
 std::map<std::string, Value> parseIfInet6(std::string_view text);
 // /proc/net/vlan/config as VLAN interface to parent; the two header lines are skipped.
 std::map<std::string, std::string> parseVlanConfig(std::string_view text);

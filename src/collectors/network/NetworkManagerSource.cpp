@@ -204,6 +204,10 @@ void NetworkManagerSource::watch(ChangeHandler changed) {
         subscribeSignal(connection_.get(),
                         {kService, "org.freedesktop.DBus.Properties", "PropertiesChanged"}, forget);
     stateChanged_ = subscribeSignal(connection_.get(), {kService, nullptr, "StateChanged"}, forget);
+    // GDBus drops signals sent under a well-known name until it has learnt who owns the name;
+    // one round trip after subscribing lets it, so that a change right after start is heard.
+    if (connection_ && !failed_)
+        running(connection_.get());
 }
 
 } // namespace corvane

@@ -197,7 +197,8 @@ Value stringArray(const std::vector<std::string>& list) {
 } // namespace
 
 void NetworkStatCollector::updatePrimarySettings() {
-    const Value& global = readStore()["State:/Network/Global/IPv4"];
+    const NetworkStore store = readStore(); // `global` points into it
+    const Value& global = store["State:/Network/Global/IPv4"];
     bool primaryChanged = false, ip4Changed = false, ip6Changed = false;
     const Value* service = global.find("PrimaryService");
     const Value* interface = global.find("PrimaryInterface");

@@ -66,7 +66,7 @@ public:
         std::map<std::string, std::string> macs;       // interface to "AA:BB:..."
         std::map<std::string, double> linkSpeeds;      // interface to megabits per second
         std::map<std::string, Value> mediaOptions;     // interface to its current options
-        std::map<std::string, Value> ipv6AddressFlags; // address to "flags", "scope"
+        std::map<std::string, Value> ipv6AddressFlags; // address to "flags", "scope", "prefix"
     };
     // The Wi-Fi network an interface is on; empty strings where the system tells none.
     struct WifiNetwork {

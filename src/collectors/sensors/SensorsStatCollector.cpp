@@ -207,6 +207,42 @@ void SensorsStatCollector::processSensors(const std::vector<SensorListRow>& rows
     }
 }
 
+void SensorsStatCollector::processArmSensors(const std::vector<SensorListRow>& rows) {
+    processSensors(rows);
+    for (const auto& row : rows) {
+        auto item = sensorWithKey(row.key);
+        if (!item)
+            continue;
+        if (row.low) {
+            item->lowestRecordedValue = item->low;
+            item->highestRecordedValue = item->high;
+            item->updatePercentage();
+        } else {
+            // Without limits, the reading at load is the first one seen, not 100 %.
+            item->updateLimits();
+        }
+    }
+}
+
+std::vector<std::pair<std::string, std::string>> SensorsStatCollector::armCatalogue() const {
+    std::vector<std::pair<std::string, std::string>> catalogue;
+    for (const auto& row : platform_->supportedSensors())
+        if (!row.key.starts_with('F'))
+            catalogue.emplace_back(row.key, row.name);
+    return catalogue;
+}
+
+std::vector<SensorListRow> SensorsStatCollector::supportedArmSensors() {
+    std::vector<SensorListRow> rows;
+    for (const auto& row :
+         SensorsARMController::supportedArmSensors(liveArmSensors(), armCatalogue())) {
+        SensorListRow out{row.key, row.name, row.type, row.value, {}, {}, SensorRow{}};
+        out.config.key = row.key;
+        rows.push_back(std::move(out));
+    }
+    return rows;
+}
+
 void SensorsStatCollector::processFans(const std::vector<SensorListRow>& rows) {
     if (!rows.empty())
         fanControlSupported_ = true;
@@ -266,6 +302,42 @@ void SensorsStatCollector::updateStats(std::int64_t identifier) {
     if (updaterBlock())
         updaterBlock()(*this);
     beginUpdate(identifier);
+    if (platform_->useArmSensors())
+        updateArmSensors(identifier);
+    else
+        updateKeyedSensors(identifier);
+    for (auto& [name, entry] : intelFrequency_) {
+        auto item = sensorWithKey(entry.key);
+        if (!item)
+            continue;
+        item->reading = static_cast<float>(entry.value);
+        item->updateLimits();
+        addValue(*item, identifier);
+        item->intelFrequencySensor = true;
+    }
+    if (updaterFinishBlock())
+        updaterFinishBlock()(*this);
+    notifyUpdated();
+}
+
+void SensorsStatCollector::updateArmSensors(std::int64_t identifier) {
+    for (const auto& reading : liveArmSensors()) {
+        if (reading.value < 0)
+            continue;
+        auto item = sensorWithKey(SensorsARMController::catalogueKey(reading.key));
+        if (!item || item->sensorType == 2)
+            continue;
+        item->reading = static_cast<float>(reading.value);
+        item->updateLimits();
+        addValue(*item, identifier);
+    }
+    for (const auto& fan : allFans()) {
+        refreshValue(*fan);
+        addValue(*fan, identifier);
+    }
+}
+
+void SensorsStatCollector::updateKeyedSensors(std::int64_t identifier) {
     const bool slowRefresh = identifier % 12 == 0;
     const bool slowSample = identifier % 6 == 0;
     for (const auto& item : sensors()) {
@@ -282,18 +354,6 @@ void SensorsStatCollector::updateStats(std::int64_t identifier) {
             refreshValue(*item);
         addValue(*item, identifier);
     }
-    for (auto& [name, entry] : intelFrequency_) {
-        auto item = sensorWithKey(entry.key);
-        if (!item)
-            continue;
-        item->reading = static_cast<float>(entry.value);
-        item->updateLimits();
-        addValue(*item, identifier);
-        item->intelFrequencySensor = true;
-    }
-    if (updaterFinishBlock())
-        updaterFinishBlock()(*this);
-    notifyUpdated();
 }
 
 // Fans ----------------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include "collectors/sensors/SensorStatCollectorItem.h"
 #include "engine/StatCollector.h"
 #include "hardware/PlatformMac.h"
+#include "hardware/SensorsARMController.h"
 
 #include <map>
 #include <memory>
@@ -62,6 +63,12 @@ public:
     double minimumForFan(std::string_view key);
     double maximumForFan(std::string_view key);
     void processSensors(const std::vector<SensorListRow>& rows);
+    // As processSensors; a row's limits, else its reading, also become the recorded extremes.
+    void processArmSensors(const std::vector<SensorListRow>& rows);
+    // Machines whose sensors go by name: the catalogue's (key, name) pairs, and the rows the
+    // live list matches.
+    std::vector<std::pair<std::string, std::string>> armCatalogue() const;
+    std::vector<SensorListRow> supportedArmSensors();
     void processFans(const std::vector<SensorListRow>& rows);
     void addValue(SensorStatCollectorItem& item, std::int64_t identifier);
 
@@ -83,6 +90,8 @@ protected:
     virtual double readKey(std::string_view key) = 0;
     // A sensor's new reading; the key path's rules by default.
     virtual void refreshValue(SensorStatCollectorItem& item);
+    // The named sensors read now, on machines that read them by name.
+    virtual std::vector<NamedReading> liveArmSensors() { return {}; }
     // Before the items are read: a batched source reads everything here.
     virtual void beginUpdate(std::int64_t /*identifier*/) {}
     // Marks default sensors, sorts, and adds each item's first sample.
@@ -90,6 +99,9 @@ protected:
     SensorPointer makeSensor(const SensorListRow& row);
 
 private:
+    void updateArmSensors(std::int64_t identifier);
+    void updateKeyedSensors(std::int64_t identifier);
+
     std::unique_ptr<PlatformMac> platform_;
     std::map<std::string, FrequencyEntry> intelFrequency_;
     bool fanControlSupported_ = false;

@@ -6,6 +6,7 @@
 #include "hardware/MacModelCatalogue.h"
 #include "hardware/PlatformController.h"
 #include "hardware/PlatformLinux.h"
+#include "links/DaemonProbe.h"
 
 #include <algorithm>
 #include <unistd.h>
@@ -46,7 +47,10 @@ SensorsStatCollectorLinux::SensorsStatCollectorLinux(const EngineContext& contex
                                                      std::unique_ptr<SensorKeyReader> keys)
     : SensorsStatCollector(context, std::move(platform))
     , root_(std::move(root))
-    , keys_(std::move(keys)) {}
+    , keys_(std::move(keys)) {
+    if (!keys_ && this->platform().useArmSensors())
+        arm_ = SensorsARMController::overHwmon(root_);
+}
 
 SensorsStatCollectorLinux::~SensorsStatCollectorLinux() = default;
 
@@ -88,6 +92,24 @@ SensorsStatCollectorLinux::make(const EngineContext& context, SysRoot root,
             }
         }
     }
+    // The first Apple silicon Macs read their sensors by name; the daemon is asked for the
+    // list, and a daemon that does not answer leaves the reading to this process.
+    if (!collector && inputs.facts.isApple()) {
+        auto platform = makePlatform(root, inputs, false);
+        if (platform->useArmSensors()) {
+            collector =
+                std::make_unique<SensorsStatCollectorLinux>(context, root, std::move(platform));
+            Value catalogue = Value::array();
+            for (const auto& [key, name] : collector->armCatalogue())
+                catalogue.append(Value::dict({{"key", Value(key)}, {"name", Value(name)}}));
+            if (auto rows = daemonBus ? daemonArmSensors(daemonBus.get(), catalogue,
+                                                         DaemonKeyReader::kTimeoutMilliseconds)
+                                      : std::nullopt) {
+                collector->loadArmSensors(*rows);
+                return collector;
+            }
+        }
+    }
     if (!collector) {
         HwmonReadings readings(root);
         auto platform = std::make_unique<PlatformLinux>(std::move(inputs), readings.inputs());
@@ -113,7 +135,10 @@ void SensorsStatCollectorLinux::cleanupShared() {
 }
 
 void SensorsStatCollectorLinux::loadSensors() {
-    if (keys_) {
+    if (arm_) {
+        processArmSensors(supportedArmSensors());
+        processFans(supportedFans(platform().supportedSensors()));
+    } else if (keys_) {
         const auto rows = platform().supportedSensors();
         processSensors(supportedElectricSensors(rows));
         processFans(supportedFans(rows));
@@ -122,6 +147,31 @@ void SensorsStatCollectorLinux::loadSensors() {
     }
     loadFrequencySensors();
     finishLoading();
+}
+
+void SensorsStatCollectorLinux::loadArmSensors(const Value& daemonRows) {
+    std::vector<SensorListRow> rows;
+    for (const auto& row : daemonRows.arrayItems()) {
+        const std::string key = row["key"].stringValue();
+        if (key.empty())
+            continue;
+        SensorListRow out{key,
+                          row["name"].stringValue(),
+                          static_cast<int>(row["type"].integerValue()),
+                          row["value"].doubleValue(),
+                          {},
+                          {},
+                          SensorRow{}};
+        out.config.key = key;
+        rows.push_back(std::move(out));
+    }
+    processArmSensors(rows);
+    processFans(supportedFans(platform().supportedSensors()));
+    finishLoading();
+}
+
+std::vector<NamedReading> SensorsStatCollectorLinux::liveArmSensors() {
+    return arm_ ? arm_->sensors() : std::vector<NamedReading>{};
 }
 
 std::vector<std::string> SensorsStatCollectorLinux::chipListing() const {
@@ -213,6 +263,8 @@ void SensorsStatCollectorLinux::refreshValue(SensorStatCollectorItem& item) {
             SensorsStatCollector::refreshValue(item);
         return;
     }
+    if (!hwmon_)
+        return;
     const auto& inputs = hwmon_->inputs();
     const HwmonInput* input =
         item.sourceIndex < inputs.size() ? &inputs[item.sourceIndex] : nullptr;

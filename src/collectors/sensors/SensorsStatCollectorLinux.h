@@ -34,8 +34,9 @@ private:
 // they come back under the same keys when it returns.
 class SensorsStatCollectorLinux final : public SensorsStatCollector {
 public:
-    // `keys` null: the hwmon path. `platform` is the machine's; on the hwmon path it is only
-    // asked for its default sensors, names and quirks.
+    // `keys` null: the hwmon path, or, on a Mac that reads its sensors by name, the named
+    // hwmon inputs. `platform` is the machine's; on the hwmon path it is only asked for its
+    // default sensors, names and quirks.
     SensorsStatCollectorLinux(const EngineContext& context, SysRoot root,
                               std::unique_ptr<PlatformMac> platform,
                               std::unique_ptr<SensorKeyReader> keys = nullptr);
@@ -55,15 +56,18 @@ public:
     static void cleanupShared();
 
     void loadSensors() override;
+    // The named sensors' list as the daemon gave it (`armSensors`); the fans follow.
+    void loadArmSensors(const Value& daemonRows);
     // The CPU and GPU frequency items; they freeze while switched off.
     void setFrequencySensorsEnabled(bool enabled) { frequencyEnabled_ = enabled; }
-    bool readsHwmon() const { return !keys_; }
+    bool readsHwmon() const { return !keys_ && !arm_; }
 
     // A reading no sensor of its kind can give: a diode's marker or a chip's fault code.
     static bool impossibleReading(const HwmonInput& input, double value);
 
 protected:
     double readKey(std::string_view key) override;
+    std::vector<NamedReading> liveArmSensors() override;
     void refreshValue(SensorStatCollectorItem& item) override;
     void beginUpdate(std::int64_t identifier) override;
 
@@ -75,6 +79,7 @@ private:
 
     SysRoot root_;
     std::unique_ptr<SensorKeyReader> keys_;
+    std::unique_ptr<SensorsARMController> arm_;
     std::unique_ptr<HwmonReadings> hwmon_;
     std::vector<std::string> listing_;
     std::set<std::string, std::less<>> reportedImpossible_;

@@ -38,8 +38,8 @@ constexpr WeatherCondition kConditions[] = {
     {85, "snow", false, "Snow Showers"},
     {86, "snow", false, "Heavy Snow Showers"},
     {95, "thunderstorm", false, "Thunderstorm"},
-    {96, "thunderstorm", false, "Thunderstorm with Hail"},
-    {99, "thunderstorm", false, "Thunderstorm with Hail"},
+    {96, "hail", false, "Thunderstorm with Hail"},
+    {99, "hail", false, "Thunderstorm with Hail"},
 };
 
 // What a reading may be before it is taken for a broken answer rather than weather.

@@ -58,6 +58,8 @@ public:
     std::int64_t searchID() const { return searchID_; }
     bool hasSocket() const { return socket_ || connecting_; }
     bool socketOpen() const;
+    // Whether a personal station search has a service to ask.
+    bool stationSearchAvailable() const { return !settings_.stationURL.empty(); }
 
     // The query as sent: each "," a blank, each double blank one blank.
     static std::string queryText(const std::string& text);

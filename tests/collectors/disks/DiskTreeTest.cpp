@@ -148,9 +148,3 @@ TEST(DiskTree, UnmountedVolumeStaysAsTypeSixAndGoesWithItsDevice) {
     EXPECT_EQ(rig.volume("1C2D-3E4F"), nullptr);
     EXPECT_EQ(rig.activity.itemWithBSD("sdb"), nullptr);
 }
-
-TEST(DiskTree, GroupTypesMapAndNeverGiveTwo) {
-    const std::int64_t expected[] = {0, 1, 3, 4, 5, 6, 7, 6, 6};
-    for (std::int64_t type = 0; type < 9; ++type)
-        EXPECT_EQ(DiskManager::diskStructureGroupForType(type), expected[type]) << type;
-}

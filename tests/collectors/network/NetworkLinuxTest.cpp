@@ -1,4 +1,5 @@
 #include "collectors/network/LinuxInterfaces.h"
+#include "collectors/network/NetworkAddressDisplay.h"
 #include "collectors/network/RtnetlinkMessages.h"
 
 #include <cstring>
@@ -84,6 +85,91 @@ TEST(InterfaceText, FactsOfARecordedLaptop) {
     EXPECT_EQ(facts.mediaOptions.at("eth0")["duplex"].stringValue(), "full");
     EXPECT_EQ(facts.vlanMap.at("eth0.7"), "eth0");
     EXPECT_EQ(facts.ipv6AddressFlags.at("fd00::2")["flags"].integerValue(), 0x82);
+}
+
+// The recorded Wi-Fi interface has one address of each kind, recorded in a namespace with
+// use_tempaddr=2: a stable /64 with mngtmpaddr and its temporary twin, an EUI-64 /64, a DHCPv6
+// /128, a deprecated /64, a static ULA and the kernel's link-local address.
+Value recordedIPv6Flags() {
+    Value flags = Value::dict();
+    for (const auto& [address, facts] : readInterfaceFacts(kLaptop).ipv6AddressFlags)
+        flags.set(address, facts);
+    return flags;
+}
+
+TEST(IPv6Addresses, RecordedAddressesSortIntoKinds) {
+    using Kind = IPv6AddressKind;
+    const Value flags = recordedIPv6Flags();
+    const std::tuple<const char*, Kind, bool> cases[] = {
+        {"2001:db8:1:0:a1b2:c3d4:e5f6:789a", Kind::Secured, false},
+        {"2001:db8:1:0:9c3e:1d2f:4a5b:6c7d", Kind::Secured, true},
+        {"2001:db8:1:0:ab77:d8a1:75fc:2ee5", Kind::Temporary, false},
+        {"2001:db8:1:0:5254:ff:feab:cdef", Kind::Dynamic, false},
+        {"2001:DB8:1:0::1000", Kind::Dynamic, false}, // another spelling of the lease
+        {"fd12:3456:789a:1::20", Kind::Other, false},
+        {"fe80::1c6b:dcff:fe8e:fe98", Kind::Other, false},
+        {"fe80::fc:ff:fe00:1%eth0", Kind::Other, false},
+        {"2001:db8:9::1", Kind::Other, false}, // not listed by the kernel
+        {"not an address", Kind::Other, false}};
+    for (const auto& [address, kind, deprecated] : cases) {
+        const auto facts = ipv6AddressFacts(flags, address);
+        EXPECT_EQ(ipv6AddressKind(address, facts), kind) << address;
+        EXPECT_EQ(isDeprecated(facts), deprecated) << address;
+    }
+    EXPECT_EQ(ipv6AddressFacts(flags, "2001:db8:1::1000").prefix, 128);
+}
+
+TEST(IPv6Addresses, SettingsChooseWhichAddressesShowAndHow) {
+    const Value flags = recordedIPv6Flags();
+    const Value service = Value::dict(
+        {{"ipv4", Value::array({"192.168.1.20", "10.0.0.5"})},
+         {"subnet", Value::array({"255.255.255.0", "255.0.0.0"})},
+         {"ipv6", Value::array({"fe80::1c6b:dcff:fe8e:fe98", "2001:db8:1:0:a1b2:c3d4:e5f6:789a",
+                                "2001:db8:1:0:9c3e:1d2f:4a5b:6c7d", "2001:db8:1::1000",
+                                "2001:db8:1:0:ab77:d8a1:75fc:2ee5"})}});
+    const std::string link = "fe80::1c6b:dcff:fe8e:fe98",
+                      stable = "2001:db8:1:0:a1b2:c3d4:e5f6:789a",
+                      old = "2001:db8:1:0:9c3e:1d2f:4a5b:6c7d", lease = "2001:db8:1::1000",
+                      temporary = "2001:db8:1:0:ab77:d8a1:75fc:2ee5";
+    const std::vector<std::pair<Value, Strings>> cases{
+        {Value::dict(),
+         {"IPv4: 192.168.1.20 10.0.0.5", "Subnet Mask: 255.255.255.0 255.0.0.0",
+          "IPv6: " + link + " " + stable + " " + lease + " " + temporary}},
+        {Value::dict({{"Network_IPV4AddressMode", 1}, {"Network_IPV6AddressMode", 1}}),
+         {"IPv4: 192.168.1.20/24 10.0.0.5/8",
+          "IPv6: " + link + "/64 " + stable + "/64 " + lease + "/128 " + temporary + "/64"}},
+        {Value::dict({{"Network_IPV6Group", 1}, {"Network_IPV6ShowDeprecated", 1}}),
+         {"IPv4: 192.168.1.20 10.0.0.5", "Subnet Mask: 255.255.255.0 255.0.0.0",
+          "IPv6 (Secured): " + stable + " " + old, "IPv6 (Dynamic): " + lease,
+          "IPv6 (Temporary): " + temporary, "IPv6 (Other): " + link}},
+        {Value::dict({{"Network_IPV6ShowSecured", 0},
+                      {"Network_IPV6ShowDynamic", 0},
+                      {"Network_IPV6ShowOther", 0},
+                      {"Network_IPV6ShowDeprecated", 1}}),
+         {"IPv4: 192.168.1.20 10.0.0.5", "Subnet Mask: 255.255.255.0 255.0.0.0",
+          "IPv6: " + temporary}},
+    };
+    for (const auto& [settings, expected] : cases) {
+        const auto display = NetworkAddressDisplay::fromSettings(
+            [&settings](std::string_view key) { return settings[key]; });
+        Strings seen;
+        for (const auto& line : display.lines(service, flags)) {
+            std::string text = line.label + ":";
+            for (const auto& address : line.addresses)
+                text += " " + address;
+            seen.push_back(text);
+        }
+        EXPECT_EQ(seen, expected) << settings;
+    }
+    // A mask that is no prefix keeps its own line rather than a wrong length.
+    Value oddMask = Value::dict(
+        {{"ipv4", Value::array({"10.1.2.3"})}, {"subnet", Value::array({"255.0.255.0"})}});
+    NetworkAddressDisplay withPrefixes;
+    withPrefixes.ipv4Mode = NetworkAddressDisplay::AddressWithPrefix;
+    const auto lines = withPrefixes.lines(oddMask, flags);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].addresses, Strings{"10.1.2.3"});
+    EXPECT_EQ(lines[1].label, "Subnet Mask");
 }
 
 std::vector<std::uint8_t> recordedDump() {

@@ -12,18 +12,6 @@ using Strings = std::vector<std::string>;
 
 namespace {
 
-TEST(NetworkStatusTables, PPPAndVPNStatesMapAsTheConnectionReports) {
-    const std::pair<std::int64_t, std::int64_t> ppp[] = {{0, 0},  {1, 1},  {4, 1},   {5, 3},
-                                                         {6, 1},  {7, 2},  {8, 100}, {9, 4},
-                                                         {12, 4}, {13, 1}, {14, -1}, {-1, -1}};
-    for (auto [in, out] : ppp)
-        EXPECT_EQ(network::statusFromPPPStatus(in), out) << "PPP " << in;
-    const std::pair<std::int64_t, std::int64_t> vpn[] = {{0, 0}, {1, 1}, {4, 1}, {5, 100},
-                                                         {6, 0}, {7, 0}, {8, 0}};
-    for (auto [in, out] : vpn)
-        EXPECT_EQ(network::statusFromVPNState(in), out) << "VPN " << in;
-}
-
 TEST(ServiceList, TheInternalBridgeIsHiddenOnceAndAStalePrimaryChoiceForgotten) {
     using List = std::vector<std::pair<std::string, std::string>>;
     const List services{{"A", "Ethernet"}, {"B", "iBridge"}, {"C", "IBRIDGE"}};

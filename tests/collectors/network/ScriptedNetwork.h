@@ -52,9 +52,13 @@ public:
     }
 
 protected:
+    // A new store a read, as the real sources give, not one that shares the test's.
     NetworkStore readStore() override {
         ++storeReads;
-        return store;
+        NetworkStore fresh = Value::dict();
+        for (const auto& [key, value] : store.dictionaryItems())
+            fresh.set(key, value);
+        return fresh;
     }
     Value extendedStatus(const std::string& service) override {
         auto found = extended.find(service);

@@ -54,9 +54,6 @@ TEST(SensorItem, SortsByTypeThenNameIgnoringCase) {
     EXPECT_LT(ambient.sort(cpu), 0);
     EXPECT_GT(cpu.sort(ambient), 0);
     EXPECT_LT(cpu.sort(fan), 0);
-    EXPECT_EQ(headingForSensorType(1), "HARD DRIVE TEMPERATURE SENSORS");
-    EXPECT_EQ(headingForSensorType(6), "");
-    EXPECT_EQ(headingForSensorType(10), "");
 }
 
 // The daemon's answers as a table; a key it lacks reads -1, as a failed read does.

@@ -5,6 +5,7 @@
 #include "hardware/AppleSMCSysfs.h"
 #include "hardware/PlatformController.h"
 #include "hardware/PlatformLinux.h"
+#include "links/DaemonProbe.h"
 #include "preferences/PreferencesFixture.h"
 #include "support/TemporaryDirectory.h"
 #include "text/CVBFormatters.h"
@@ -153,6 +154,58 @@ TEST_F(Sensors, RecordedIntelMacThroughItsKeysReadHereAndByTheDaemon) {
         throughDaemon->updateStats(beat);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     EXPECT_EQ(throughDaemon->sensorWithKey("TC0D")->reading, 58.5F);
+}
+
+// The first Apple silicon Macs read sensors by name: the catalogue names the labelled hwmon
+// inputs it knows, averages stand in for their members, negative readings are left out.
+TEST_F(Sensors, RecordedFirstAppleSiliconMacByNameHereAndByTheDaemon) {
+    test::TemporaryDirectory copy;
+    copyTree("hw-macbookair10-1", copy.path());
+    const SysRoot root(copy.path());
+    const std::map<std::string, std::pair<int, float>> expected{
+        {"SOC MTR 0", {0, 41.25F}},   {"SOC MTR 1", {0, 42.75F}},
+        {"SOC MTR 2", {0, 40.0F}},    {"GPU MTR 1", {0, 37.5F}},
+        {"ANE MTR 1", {0, 35.0F}},    {"AS_SOCDIE_AVERAGE", {0, 124.0F / 3}},
+        {"AS_EFF_AVG", {0, 38.5F}},   {"AS_PERF_AVG", {0, 46.0F}},
+        {"AS_PMDIE_AVG", {0, 37.0F}}, {"AS_PMSOC_AVG", {0, 40.5F}}};
+    const auto bus =
+        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    test::DaemonProcess daemon({"--sysroot", copy.path().string()});
+    const bool daemonRuns = bus && daemon.start(bus.get());
+    if (daemonRuns) {
+        const auto answer = daemonArmSensors(
+            bus.get(), Value::array({Value::dict({{"key", "SOC MTR 1"}, {"name", "Die"}})}), 1000);
+        ASSERT_TRUE(answer);
+        ASSERT_EQ(answer->size(), 1u) << *answer;
+        EXPECT_DOUBLE_EQ((*answer)[0]["value"].doubleValue(), 42.75);
+    } else {
+        std::printf("no session bus or no daemon (%s): only the local list is checked\n",
+                    daemon.log().c_str());
+    }
+    auto local = SensorsStatCollectorLinux::make(context, root, {});
+    auto throughDaemon =
+        daemonRuns ? SensorsStatCollectorLinux::make(context, root,
+                                                     GObjectRef<GDBusConnection>::share(bus.get()))
+                   : nullptr;
+    daemon.stop();
+    write(copy / "sys/devices/platform/soc/23e400000.smc/macsmc-hwmon/hwmon/hwmon0/temp1_input",
+          "50250");
+    for (SensorsStatCollectorLinux* mac : {local.get(), throughDaemon.get()}) {
+        if (!mac)
+            continue;
+        EXPECT_EQ(mac->platform().className(), "MacBookAir10_1");
+        EXPECT_FALSE(mac->readsHwmon());
+        EXPECT_EQ(byKey(*mac), expected);
+        EXPECT_EQ(mac->sensorWithKey("SOC MTR 0")->name, "M1 SOC Die 1");
+        EXPECT_TRUE(mac->sensorWithKey("AS_SOCDIE_AVERAGE")->defaultSensor);
+        EXPECT_FLOAT_EQ(mac->sensorWithKey("GPU MTR 1")->lowestRecordedValue, 37.5F);
+        EXPECT_FLOAT_EQ(mac->sensorWithKey("GPU MTR 1")->percentage, 0.0F);
+        // Later readings come from this process, the daemon gone or not.
+        mac->updateStats(2);
+        EXPECT_FLOAT_EQ(mac->sensorWithKey("SOC MTR 0")->reading, 50.25F);
+        EXPECT_FLOAT_EQ(mac->sensorWithKey("AS_SOCDIE_AVERAGE")->reading, 133.0F / 3);
+        EXPECT_FLOAT_EQ(mac->sensorWithKey("SOC MTR 0")->highestRecordedValue, 50.25F);
+    }
 }
 
 // hwmonN follows probe order; the items must not.

@@ -48,6 +48,13 @@ TEST(ForecastRecord, ReadsTheRecordedAnswer) {
     EXPECT_EQ((*record)["timezone"].stringValue(), "Europe/Berlin");
     EXPECT_EQ((*record)["metadata"]["location"]["timezone"].stringValue(), "Europe/Berlin");
     EXPECT_EQ((*record)["attribution"].stringValue(), "Weather data by Open-Meteo.com");
+    // Thunder with hail has its own picture; plain thunder keeps the storm.
+    for (const auto& [code, icon] : {std::pair{95, "thunderstorm"}, {96, "hail"}, {99, "hail"}}) {
+        const auto stormy = forecastRecordFromAnswer(answerWith("current", "weather_code", code),
+                                                     kBerlin, kAnswerTime);
+        ASSERT_TRUE(stormy) << code;
+        EXPECT_EQ((*stormy)["currently"]["icon"].stringValue(), icon) << code;
+    }
 
     const Value& hours = (*record)["hourly"];
     ASSERT_EQ(hours.size(), std::size_t(forecast::kHoursKept));
