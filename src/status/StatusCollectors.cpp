@@ -62,17 +62,28 @@ std::filesystem::path StatusCollectors::defaultHistoryDirectory() {
     return Paths::home() / ".local" / "share" / "corvanebar";
 }
 
-void StatusCollectors::start() {
-    cpu_.startLogging();
-    load_.startLogging();
-    memory_.startLogging();
-    battery_.startLogging();
-    DiskSystem& disks = DiskSystem::shared(context_);
-    disks.startMonitoring();
-    disks.disks().startLogging();
-    disks.activity().startLogging();
-    NetworkStatCollectorLinux::sharedNetworkCollector(context_).startLogging();
-    SensorsStatCollectorLinux::sharedSensorCollector(context_).startLogging();
+void StatusCollectors::startFor(std::string_view section) {
+    // Weather waits for the network to come up before it fetches.
+    const std::string_view group = section == "weather" ? "network" : section;
+    if (!started_.emplace(group).second)
+        return;
+    if (group == "cpu") {
+        cpu_.startLogging();
+        load_.startLogging();
+    } else if (group == "memory") {
+        memory_.startLogging();
+    } else if (group == "battery") {
+        battery_.startLogging();
+    } else if (group == "disks") {
+        DiskSystem& disks = DiskSystem::shared(context_);
+        disks.startMonitoring();
+        disks.disks().startLogging();
+        disks.activity().startLogging();
+    } else if (group == "network") {
+        NetworkStatCollectorLinux::sharedNetworkCollector(context_).startLogging();
+    } else if (group == "sensors") {
+        SensorsStatCollectorLinux::sharedSensorCollector(context_).startLogging();
+    }
 }
 
 void StatusCollectors::beginBeat() {

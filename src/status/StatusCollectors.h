@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <set>
+#include <string>
 #include <string_view>
 
 namespace corvane {
@@ -33,8 +35,10 @@ public:
     static constexpr const char* kHistoryFile = "history.sqlite";
     static constexpr const char* kLongTermFile = "history-long.sqlite";
 
-    // Starts each collector's cycle; their first beats fall on the next whole second.
-    void start();
+    // Starts the collectors that the item of `section` draws from, each once; their first
+    // beats fall on the next whole second. A section that is off costs nothing each second.
+    // Switched off again, its collectors go on sampling: a stopped collector cannot restart.
+    void startFor(std::string_view section);
     // Around the collectors' beats of one second: the history writes of ten beats share a
     // transaction, since a commit costs more than the inserts it closes. A crash loses at most
     // those ten seconds; the collectors commit what is open when they go.
@@ -64,6 +68,7 @@ private:
     MemoryStatCollector& memory_;
     BatteryStatCollector& battery_;
     HLVPing ping_;
+    std::set<std::string, std::less<>> started_;
 };
 
 } // namespace corvane

@@ -151,7 +151,6 @@ void StatusProgram::startCycle() {
             services_.queue, collectors_->sharedPing(),
             [] { return CVBObjectForKey("Network_StatusAddress").stringValue(); },
             [this](bool) { redrawSoon(); });
-    collectors_->start();
     syncItems();
 }
 
@@ -178,6 +177,7 @@ void StatusProgram::syncItems() {
     CVBRefreshKey(kOrderKey);
     std::vector<std::unique_ptr<LiveItem>> items;
     for (const StatusSection* section : enabledSections(statusItemOrder())) {
+        collectors_->startFor(section->name);
         auto known = std::find_if(items_.begin(), items_.end(), [&](const auto& item) {
             return item && item->section == section;
         });

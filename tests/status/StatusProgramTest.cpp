@@ -314,6 +314,9 @@ TEST_F(StatusProgramTest, HeadlessFramesFallOnWholeSecondsAndTheHistoryGrows) {
     const auto history = HistoryDatabase::open(dir / "history" / StatusCollectors::kHistoryFile);
     ASSERT_TRUE(history);
     EXPECT_GT(history->largestSample(CollectorHistory::tableName("cpu", 1)), 0);
+    // Sections that are off do not sample.
+    EXPECT_EQ(history->largestSample(CollectorHistory::tableName("network", 1)), 0);
+    EXPECT_EQ(history->largestSample(CollectorHistory::tableName("diskactivity", 1)), 0);
 }
 
 TEST_F(StatusProgramTest, BadSettingsAndNoPanelAreLoggedAndTheItemsStillDraw) {
