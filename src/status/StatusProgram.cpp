@@ -53,6 +53,8 @@ struct StatusProgram::LiveItem {
     std::unique_ptr<CVBModuleView> view;
     std::optional<std::uint64_t> stamp;
     bool dirty = true;
+    // Translated once: a change of language makes the items afresh.
+    std::string title;
     PanelItem shown;
 };
 
@@ -312,7 +314,9 @@ bool StatusProgram::repaint(LiveItem& item) {
 
     PanelItem p;
     p.id = std::string(name);
-    p.title = builders_->translated(item.section->title);
+    if (item.title.empty())
+        item.title = builders_->translated(item.section->title);
+    p.title = item.title;
     const ItemSummary summary = builders_->summary(name);
     p.label = summary.label;
     p.labelGuide = summary.labelGuide;

@@ -188,6 +188,8 @@ std::vector<CPUStatCollector::Ticks> CPUStatCollectorLinux::processorTicks() {
 
 CPUStatCollector::ProcessInfo CPUStatCollectorLinux::processInfo() {
     ProcessInfo info;
+    if (!countsTasks_)
+        return info;
     // The fourth field of loadavg is "running/total" scheduling entities: threads.
     if (auto loadavg = loadavg_.read()) {
         const auto fields = splitWhitespace(*loadavg);
@@ -199,8 +201,7 @@ CPUStatCollector::ProcessInfo CPUStatCollectorLinux::processInfo() {
             }
         }
     }
-    if (countsTasks_)
-        info.tasks = static_cast<std::int32_t>(countNumericEntries(root_, "/proc"));
+    info.tasks = static_cast<std::int32_t>(countNumericEntries(root_, "/proc"));
     return info;
 }
 

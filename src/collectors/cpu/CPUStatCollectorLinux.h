@@ -24,7 +24,8 @@ public:
     static std::vector<int> parseCpuList(std::string_view text);
 
     // Counting processes lists all of /proc, which costs more than every other reading of a
-    // beat together; a program that never shows the count turns it off (the count stays 0).
+    // beat together; a program that never shows the counts of processes and threads turns
+    // them off (both stay 0).
     void setCountsTasks(bool counts) { countsTasks_ = counts; }
 
 protected:
