@@ -46,8 +46,8 @@ std::shared_ptr<const Image> Artwork::imageNamed(const std::string& name, double
 
 std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name, const Color& tint,
                                                    double scale) {
-    const auto cacheKey = std::make_pair("tint-" + name + "-" + stringFromColor(tint), scale);
-    if (auto it = tinted_.find(cacheKey); it != tinted_.end())
+    if (auto it = tinted_.find(std::tie(name, tint.red, tint.green, tint.blue, tint.alpha, scale));
+        it != tinted_.end())
         return it->second;
     const auto original = artwork_.imageNamed(name, scale);
     if (!original || original->size().width <= 0 || original->size().height <= 0)
@@ -59,7 +59,7 @@ std::shared_ptr<const Image> CVBCache::tintedImage(const std::string& name, cons
     s.fillRect({0, 0, original->size().width, original->size().height}, tint);
     if (tinted_.size() >= kMaximumTinted)
         tinted_.clear();
-    tinted_[cacheKey] = tinted;
+    tinted_[TintKey(name, tint.red, tint.green, tint.blue, tint.alpha, scale)] = tinted;
     return tinted;
 }
 

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace corvane {
@@ -55,7 +56,9 @@ public:
 private:
     Artwork artwork_;
     TextCaches text_;
-    std::map<std::pair<std::string, double>, std::shared_ptr<const Image>> tinted_;
+    // By name, tint (red, green, blue, alpha) and scale: asked each frame, so no key text.
+    using TintKey = std::tuple<std::string, double, double, double, double, double>;
+    std::map<TintKey, std::shared_ptr<const Image>, std::less<>> tinted_;
 };
 
 } // namespace corvane
