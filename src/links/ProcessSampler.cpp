@@ -66,32 +66,7 @@ ProcessSampler::ProcessSampler(SysRoot root, const DesktopEntries& entries, long
           static_cast<double>(ticksPerSecond > 0 ? ticksPerSecond : ::sysconf(_SC_CLK_TCK)))
     , pageSize_(static_cast<double>(pageSize > 0 ? pageSize : ::sysconf(_SC_PAGESIZE))) {}
 
-std::optional<ProcessSampler::StatFields> ProcessSampler::parseStat(std::string_view line) {
-    const auto open = line.find(" (");
-    const auto close = line.rfind(')');
-    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
-        return std::nullopt;
-    std::vector<std::string_view> fields; // from the state on
-    for (std::size_t at = close + 1; at < line.size();) {
-        const auto start = line.find_first_not_of(" \n", at);
-        if (start == std::string_view::npos)
-            break;
-        const auto end = std::min(line.find_first_of(" \n", start), line.size());
-        fields.push_back(line.substr(start, end - start));
-        at = end;
-    }
-    constexpr std::size_t kUser = 11, kSystem = 12, kStart = 19, kResident = 21;
-    if (fields.size() <= kResident)
-        return std::nullopt;
-    const auto user = number(fields[kUser]), system = number(fields[kSystem]);
-    const auto start = number(fields[kStart]), resident = number(fields[kResident]);
-    if (!user || !system || !start || !resident)
-        return std::nullopt;
-    return StatFields{std::string(line.substr(open + 2, close - open - 2)), *user + *system, *start,
-                      *resident};
-}
-
-Value ProcessSampler::row(long pid, const StatFields& stat, double elapsed) {
+Value ProcessSampler::row(long pid, const ProcessStat& stat, double elapsed) {
     auto& known = known_[pid];
     const bool same = known.info.isDictionary() && known.startTicks == stat.startTicks;
     const std::string folder = "/proc/" + std::to_string(pid);
@@ -135,7 +110,7 @@ Value ProcessSampler::sample(double now, bool combine) {
         if (!pid)
             continue;
         const auto line = root_.readFile("/proc/" + name + "/stat", 4096);
-        const auto stat = line ? parseStat(*line) : std::nullopt;
+        const auto stat = line ? parseProcessStat(*line) : std::nullopt;
         if (!stat)
             continue;
         rows.append(row(*pid, *stat, elapsed));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/ProcessStat.h"
 #include "foundation/SysRoot.h"
 #include "foundation/Value.h"
 #include "links/ProcessInfo.h"
@@ -16,13 +17,6 @@ namespace corvane {
 // everyone), its memory, and who it is (name, icon, program path; looked up once a process).
 class ProcessSampler {
 public:
-    struct StatFields {
-        std::string name;
-        std::uint64_t ticks = 0; // user and system time
-        std::uint64_t startTicks = 0;
-        std::uint64_t residentPages = 0;
-    };
-
     ProcessSampler(SysRoot root, const DesktopEntries& entries, long ticksPerSecond = 0,
                    long pageSize = 0);
 
@@ -32,9 +26,6 @@ public:
     // of one name into one row under the lowest pid.
     Value sample(double now, bool combine);
 
-    // "pid (name) state ..." as the kernel writes it; nothing for a line cut short.
-    static std::optional<StatFields> parseStat(std::string_view line);
-
 private:
     struct Known {
         std::uint64_t startTicks = 0;
@@ -43,7 +34,7 @@ private:
         Value info;
     };
 
-    Value row(long pid, const StatFields& stat, double elapsed);
+    Value row(long pid, const ProcessStat& stat, double elapsed);
 
     SysRoot root_;
     const DesktopEntries& entries_;

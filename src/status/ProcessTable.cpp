@@ -1,5 +1,7 @@
 #include "status/ProcessTable.h"
 
+#include "foundation/ProcessStat.h"
+
 #include <algorithm>
 #include <charconv>
 #include <unistd.h>
@@ -14,21 +16,6 @@ std::optional<std::uint64_t> number(std::string_view text) {
     if (error != std::errc() || end != text.data() + text.size())
         return std::nullopt;
     return value;
-}
-
-// The blank-separated fields after the name, the state being the first (field 3 of the line).
-std::vector<std::string_view> fieldsAfterName(std::string_view rest) {
-    std::vector<std::string_view> fields;
-    std::size_t at = 0;
-    while (at < rest.size()) {
-        const auto start = rest.find_first_not_of(" \n", at);
-        if (start == std::string_view::npos)
-            break;
-        const auto end = std::min(rest.find_first_of(" \n", start), rest.size());
-        fields.push_back(rest.substr(start, end - start));
-        at = end;
-    }
-    return fields;
 }
 
 bool isPid(std::string_view name) {
@@ -94,24 +81,6 @@ ProcessTable::ProcessTable(SysRoot root, long ticksPerSecond, long pageSize)
         ticksPerSecond_ = 100;
 }
 
-std::optional<ProcessTable::StatLine> ProcessTable::parseStatLine(std::string_view line) {
-    const auto open = line.find('(');
-    const auto close = line.rfind(')');
-    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
-        return std::nullopt;
-    const auto fields = fieldsAfterName(line.substr(close + 1));
-    // utime and stime are fields 14 and 15 of the line, rss is 24; fields[0] is field 3.
-    if (fields.size() < 22)
-        return std::nullopt;
-    const auto user = number(fields[11]);
-    const auto system = number(fields[12]);
-    const auto resident = number(fields[21]);
-    if (!user || !system || !resident)
-        return std::nullopt;
-    return StatLine{std::string(line.substr(open + 1, close - open - 1)), *user + *system,
-                    *resident};
-}
-
 void ProcessTable::scan(double now) {
     const double elapsed = scannedAt_ ? now - *scannedAt_ : 0.0;
     std::unordered_map<int, std::uint64_t> ticks;
@@ -122,7 +91,7 @@ void ProcessTable::scan(double now) {
             continue;
         const auto text = root_.readFile("/proc/" + entry + "/stat", 4096);
         // A process that ended between the listing and the read is simply gone.
-        const auto line = text ? parseStatLine(*text) : std::nullopt;
+        const auto line = text ? parseProcessStat(*text) : std::nullopt;
         if (!line)
             continue;
         const int pid = static_cast<int>(number(entry).value_or(0));

@@ -26,13 +26,6 @@ struct ProcessUsage {
 // process, so the caller decides how often it is worth it.
 class ProcessTable {
 public:
-    // The fields of one stat line that matter here.
-    struct StatLine {
-        std::string name;
-        std::uint64_t ticks = 0; // user and system time, in clock ticks
-        std::uint64_t residentPages = 0;
-    };
-
     // Clock ticks a second and bytes a page as the kernel counts them; 0 asks the system.
     explicit ProcessTable(SysRoot root, long ticksPerSecond = 0, long pageSize = 0);
 
@@ -51,10 +44,6 @@ public:
     // processes of one name into one row (under the lowest pid).
     std::vector<ProcessUsage> topByCPU(std::size_t count, bool combine = false) const;
     std::vector<ProcessUsage> topByMemory(std::size_t count, bool combine = false) const;
-
-    // "pid (name) state ppid ..." as the kernel writes it; the name may hold blanks and
-    // parentheses. Nothing for a line that is cut short or not numbers where numbers belong.
-    static std::optional<StatLine> parseStatLine(std::string_view line);
 
 private:
     SysRoot root_;

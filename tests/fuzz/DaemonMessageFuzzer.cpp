@@ -2,9 +2,9 @@
 // refuses oversized ones, and the conversion to values. The first byte picks the message's
 // argument type, the rest is its serialized body, as anyone on the bus may send it.
 #include "foundation/GVariantValue.h"
+#include "foundation/ProcessStat.h"
 #include "links/DaemonNames.h"
 #include "links/DaemonService.h"
-#include "links/ProcessSampler.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +27,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     g_variant_unref(message);
     g_bytes_unref(bytes);
     // The stat line of a process, which any process may shape through its own name.
-    ProcessSampler::parseStat(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
+    parseProcessStat(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "links/ProcessSampler.h"
 
+#include "foundation/ProcessStat.h"
 #include "links/ProcessInfo.h"
 #include "support/TemporaryDirectory.h"
 
@@ -43,9 +44,9 @@ protected:
     ProcessSampler sampler{SysRoot(dir.path()), noEntries, 100, 4096};
 };
 
-TEST(ProcessStat, ReadsTheFieldsOfALineOrNothing) {
+TEST(ProcessStat, ReadsTheFieldsPastOddNamesOrNothing) {
     const std::string tail = " S 1 1 1 0 -1 0 0 0 0 0 30 12 0 0 20 0 1 0 777 1000 25 0";
-    const auto spaced = ProcessSampler::parseStat("42 (a (b) c)" + tail);
+    const auto spaced = parseProcessStat("42 (a (b) c)" + tail);
     ASSERT_TRUE(spaced);
     EXPECT_EQ(spaced->name, "a (b) c"); // the name runs to the last parenthesis
     EXPECT_EQ(spaced->ticks, 42u);
@@ -55,7 +56,7 @@ TEST(ProcessStat, ReadsTheFieldsOfALineOrNothing) {
         "42 (x) S 1 1 1", "42 x" + tail,
         "42 (x) S 1 1 1 0 -1 0 0 0 0 0 3x 12 0 0 20 0 1 0 777 1000 25 0", ""};
     for (const auto& line : bad)
-        EXPECT_FALSE(ProcessSampler::parseStat(line)) << line;
+        EXPECT_FALSE(parseProcessStat(line)) << line;
 }
 
 TEST_F(ProcessTree, SharesComeFromTheTicksBetweenSamples) {

@@ -60,18 +60,6 @@ TEST(InstanceLock, OneHolderAtATime) {
     EXPECT_TRUE(InstanceLock(dir / "run" / "lock").acquired());
 }
 
-TEST(ProcessTable, StatLinesAreReadPastOddNamesAndRefusedWhenShort) {
-    const auto line = ProcessTable::parseStatLine("42 (tab (odd) x) S 1 2 3 4 5 6 7 8 9 10 250 50 "
-                                                  "0 0 20 0 1 0 100 1000 300 18446744073709551615");
-    ASSERT_TRUE(line);
-    EXPECT_EQ(line->name, "tab (odd) x");
-    EXPECT_EQ(line->ticks, 300u);
-    EXPECT_EQ(line->residentPages, 300u);
-    for (const char* bad : {"42 (x) S 1 2 3 4 5 6 7 8 9 10 250 50", "42 x S 1 2 3",
-                            "42 (x) S 1 2 3 4 5 6 7 8 9 10 2x0 50 0 0 20 0 1 0 100 1000 300", ""})
-        EXPECT_FALSE(ProcessTable::parseStatLine(bad)) << bad;
-}
-
 // A /proc with processes whose times and sizes the test sets.
 class RecordedProcesses : public ::testing::Test {
 protected:
