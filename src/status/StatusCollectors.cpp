@@ -36,17 +36,11 @@ StatusCollectors::StatusCollectors(MainQueue& queue, std::filesystem::path histo
     , memory_(prepared(MemoryStatCollectorLinux::sharedMemoryCollector(context_), historyDirectory))
     , battery_(
           prepared(BatteryStatCollectorLinux::sharedBatteryCollector(context_), historyDirectory))
+    , historyDirectory_(std::move(historyDirectory))
     , ping_(queue) {
     ping_.packets = HLVPing::kRunUntilCancelled;
     // No item or dropdown shows the number of processes.
     CPUStatCollectorLinux::sharedCPUCollector(context_).setCountsTasks(false);
-    DiskSystem& disks = DiskSystem::shared(context_);
-    prepared(disks.disks(), historyDirectory);
-    prepared(disks.activity(), historyDirectory);
-    // This process keeps the periods of data usage.
-    auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(context_);
-    prepared(network, historyDirectory).bandwidthMonitoringEnabled = true;
-    prepared(SensorsStatCollectorLinux::sharedSensorCollector(context_), historyDirectory);
 }
 
 StatusCollectors::~StatusCollectors() {
@@ -62,11 +56,11 @@ std::filesystem::path StatusCollectors::defaultHistoryDirectory() {
     return Paths::home() / ".local" / "share" / "corvanebar";
 }
 
-void StatusCollectors::startFor(std::string_view section) {
+bool StatusCollectors::startFor(std::string_view section) {
     // Weather waits for the network to come up before it fetches.
     const std::string_view group = section == "weather" ? "network" : section;
     if (!started_.emplace(group).second)
-        return;
+        return false;
     if (group == "cpu") {
         cpu_.startLogging();
         load_.startLogging();
@@ -76,14 +70,39 @@ void StatusCollectors::startFor(std::string_view section) {
         battery_.startLogging();
     } else if (group == "disks") {
         DiskSystem& disks = DiskSystem::shared(context_);
+        prepared(disks.disks(), historyDirectory_);
+        prepared(disks.activity(), historyDirectory_);
         disks.startMonitoring();
         disks.disks().startLogging();
         disks.activity().startLogging();
     } else if (group == "network") {
-        NetworkStatCollectorLinux::sharedNetworkCollector(context_).startLogging();
+        auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(context_);
+        // This process keeps the periods of data usage.
+        prepared(network, historyDirectory_).bandwidthMonitoringEnabled = true;
+        network.startLogging();
     } else if (group == "sensors") {
-        SensorsStatCollectorLinux::sharedSensorCollector(context_).startLogging();
+        prepared(SensorsStatCollectorLinux::sharedSensorCollector(context_), historyDirectory_)
+            .startLogging();
+    } else {
+        return false;
     }
+    return true;
+}
+
+DiskManager* StatusCollectors::disks() const {
+    return started_.contains("disks") ? &DiskSystem::shared(context_).manager() : nullptr;
+}
+
+NetworkStatCollector* StatusCollectors::network() const {
+    return started_.contains("network")
+               ? &NetworkStatCollectorLinux::sharedNetworkCollector(context_)
+               : nullptr;
+}
+
+SensorsStatCollector* StatusCollectors::sensors() const {
+    return started_.contains("sensors")
+               ? &SensorsStatCollectorLinux::sharedSensorCollector(context_)
+               : nullptr;
 }
 
 void StatusCollectors::beginBeat() {

@@ -14,8 +14,11 @@ namespace corvane {
 
 class BatteryStatCollector;
 class CPUStatCollector;
+class DiskManager;
 class LoadStatCollector;
 class MemoryStatCollector;
+class NetworkStatCollector;
+class SensorsStatCollector;
 class SleepWakeSource;
 
 // The collectors of the status program, built as a logging build: every tier, the history
@@ -35,10 +38,11 @@ public:
     static constexpr const char* kHistoryFile = "history.sqlite";
     static constexpr const char* kLongTermFile = "history-long.sqlite";
 
-    // Starts the collectors that the item of `section` draws from, each once; their first
-    // beats fall on the next whole second. A section that is off costs nothing each second.
-    // Switched off again, its collectors go on sampling: a stopped collector cannot restart.
-    void startFor(std::string_view section);
+    // Makes and starts the collectors that the item of `section` draws from, each once;
+    // their first beats fall on the next whole second. True when this made any. A section
+    // that is off costs nothing each second and holds no history in memory. Switched off
+    // again, its collectors go on sampling: a stopped collector cannot restart.
+    bool startFor(std::string_view section);
     // Around the collectors' beats of one second: the history writes of ten beats share a
     // transaction, since a commit costs more than the inserts it closes. A crash loses at most
     // those ten seconds; the collectors commit what is open when they go.
@@ -51,6 +55,10 @@ public:
     LoadStatCollector& load() const { return load_; }
     MemoryStatCollector& memory() const { return memory_; }
     BatteryStatCollector& battery() const { return battery_; }
+    // The collectors of the sections made so far; nothing before.
+    DiskManager* disks() const;
+    NetworkStatCollector* network() const;
+    SensorsStatCollector* sensors() const;
     // The program's one ping, which runs until it is cancelled.
     HLVPing& sharedPing() { return ping_; }
 
@@ -67,6 +75,7 @@ private:
     LoadStatCollector& load_;
     MemoryStatCollector& memory_;
     BatteryStatCollector& battery_;
+    std::filesystem::path historyDirectory_;
     HLVPing ping_;
     std::set<std::string, std::less<>> started_;
 };

@@ -135,25 +135,28 @@ void StatusProgram::startCycle() {
         publicAddress_ = std::make_unique<PublicAddressFetcher>(
             services_.queue.clock(), PublicAddressFetcher::Settings{},
             [this](const Value&) { redrawSoon(); });
-    builders_ = std::make_unique<DropdownBuilders>(
-        ItemSources{collectors_->cpu(), collectors_->load(), collectors_->memory(),
-                    collectors_->battery(), processes_, options_.root,
-                    &DiskSystem::shared(collectors_->context()).manager(),
-                    &NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context()),
-                    &SensorsStatCollectorLinux::sharedSensorCollector(collectors_->context()),
-                    publicAddressSource(),
-                    [context = &collectors_->context()] {
-                        return WeatherStatCollector::sharedWeatherCollector(*context).record();
-                    }},
-        artwork_.text().with(CVBPreferences::sharedPreferences()));
-    menubarDisks_ = std::make_unique<MenubarDisksKeeper>(
-        DiskSystem::shared(collectors_->context()).manager(), &services_.center);
+    makeBuilders();
     if (options_.checkInternet)
         reachability_ = std::make_unique<ReachabilityCheck>(
             services_.queue, collectors_->sharedPing(),
             [] { return CVBObjectForKey("Network_StatusAddress").stringValue(); },
             [this](bool) { redrawSoon(); });
     syncItems();
+}
+
+// The dropdowns draw from the collectors made so far, so they are made again with each new one.
+void StatusProgram::makeBuilders() {
+    const EngineContext* context = &collectors_->context();
+    builders_ = std::make_unique<DropdownBuilders>(
+        ItemSources{
+            collectors_->cpu(), collectors_->load(), collectors_->memory(), collectors_->battery(),
+            processes_, options_.root, collectors_->disks(), collectors_->network(),
+            collectors_->sensors(), publicAddressSource(),
+            [context] { return WeatherStatCollector::sharedWeatherCollector(*context).record(); }},
+        artwork_.text().with(CVBPreferences::sharedPreferences()));
+    if (!menubarDisks_ && collectors_->disks())
+        menubarDisks_ =
+            std::make_unique<MenubarDisksKeeper>(*collectors_->disks(), &services_.center);
 }
 
 void StatusProgram::stopCycle() {
@@ -178,8 +181,9 @@ void StatusProgram::syncItems() {
         return;
     CVBRefreshKey(kOrderKey);
     std::vector<std::unique_ptr<LiveItem>> items;
+    bool madeCollectors = false;
     for (const StatusSection* section : enabledSections(statusItemOrder())) {
-        collectors_->startFor(section->name);
+        madeCollectors |= collectors_->startFor(section->name);
         auto known = std::find_if(items_.begin(), items_.end(), [&](const auto& item) {
             return item && item->section == section;
         });
@@ -204,6 +208,8 @@ void StatusProgram::syncItems() {
     };
     listChanged_ |= sectionsOf(items) != sectionsOf(items_);
     items_ = std::move(items);
+    if (madeCollectors)
+        makeBuilders();
 }
 
 void StatusProgram::rebuildItems() {
@@ -245,11 +251,9 @@ void StatusProgram::followReachability() {
         followPublicAddress();
     if (!reachability_)
         return;
+    const NetworkStatCollector* network = collectors_->network();
     const std::int64_t status =
-        CVBBoolForKey("Network_StatusCheckInternet")
-            ? NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context())
-                  .networkStatusValue()
-            : 0;
+        network && CVBBoolForKey("Network_StatusCheckInternet") ? network->networkStatusValue() : 0;
     if (status != reachabilityStatus_) {
         reachabilityStatus_ = status;
         reachability_->networkChanged(status);
@@ -263,7 +267,9 @@ std::function<Value()> StatusProgram::publicAddressSource() const {
 }
 
 void StatusProgram::followPublicAddress() {
-    auto& network = NetworkStatCollectorLinux::sharedNetworkCollector(collectors_->context());
+    if (!collectors_->network())
+        return;
+    NetworkStatCollector& network = *collectors_->network();
     const auto primary = network.primaryInterfaceItem();
     const bool shown = PublicAddressFetcher::shownWith(
         CVBObjectForKey("Network_DropdownOrderDisabled").stringValue());

@@ -89,6 +89,7 @@ private:
 
     void startCycle();
     void stopCycle();
+    void makeBuilders();
     void followReachability();
     void followPublicAddress();
     std::function<Value()> publicAddressSource() const;

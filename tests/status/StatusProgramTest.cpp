@@ -195,10 +195,21 @@ TEST_F(StatusProgramTest, SwitchingAnItemOffAndOnTakesEffectWithinASecond) {
     ASSERT_TRUE(waitUntil([&] { return !program->shownItems().empty(); }));
     EXPECT_EQ(program->shownItems().front().id, "memory");
 
+    // A section first turned on while running starts measuring, and its texts show figures.
+    CVBSetObjectForKey(Value::array({2, 1, 6, 4}), "StatusItems-Order");
+    center->postNotificationName("CorvaneBarEnableStatusItem");
+    const auto networkLabel = [&] {
+        for (const auto& item : program->shownItems())
+            if (item.id == "network")
+                return item.label;
+        return std::string();
+    };
+    EXPECT_TRUE(waitUntil([&] { return !networkLabel().empty(); }, 2.5));
+
     // A panel that restarts gets every item again.
     watcher.stop();
     ASSERT_TRUE(watcher.start());
-    EXPECT_TRUE(waitUntil([&] { return registered() == 7; }, 2.0));
+    EXPECT_TRUE(waitUntil([&] { return registered() == 9; }, 2.0));
 }
 
 TEST_F(StatusProgramTest, TheDropdownListsFiguresAndItsRowsAct) {
