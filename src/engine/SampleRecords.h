@@ -12,7 +12,7 @@ struct statsample {
     std::uint64_t sampleID; // grows by one per sample of the tier; 0 means never written
     double time;            // seconds since 1970
     std::int32_t empty;     // 1 when the slot holds no measurement
-    double* values;         // sampleValueCount doubles owned by the ring; never swapped
+    double* values;         // sampleValueCount doubles owned by the ring
 };
 #pragma pack(pop)
 static_assert(sizeof(statsample) == 28);
@@ -36,8 +36,9 @@ struct sampleindexconfig {
     statsample* samples = nullptr;
 };
 
-// Shifts a ring by one slot: values are copied between the slots' own buffers, so no buffer
-// moves and the oldest sample is overwritten. Slot 0 keeps its contents until written.
+// Shifts a ring by one slot and drops the oldest sample, whose values buffer becomes slot 0's:
+// buffers go round the ring, so a slot's `values` pointer is good only until the next shift.
+// Slot 0 keeps its contents until written.
 void PushSamples(statsample* samples, std::int64_t valueCount, std::int64_t sampleCount);
 
 } // namespace corvane

@@ -8,7 +8,7 @@
 namespace corvane {
 
 // Owns the memory of one ring: the records and one block that holds every record's values.
-// Allocated once; the records' value pointers stay put for the ring's life.
+// Allocated once; shifting the ring passes the value buffers round among the records.
 class SampleRing {
 public:
     SampleRing() = default;
