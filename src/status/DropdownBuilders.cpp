@@ -178,7 +178,10 @@ std::pair<double, double> totalRates(const NetworkStatCollector& network) {
 } // namespace
 
 std::string DropdownBuilders::translated(std::string_view key) const {
-    return HLVLocalizedString(text_, key, std::nullopt, kTable);
+    if (const auto known = translations_.find(key); known != translations_.end())
+        return known->second;
+    return translations_.emplace(key, HLVLocalizedString(text_, key, std::nullopt, kTable))
+        .first->second;
 }
 
 std::string DropdownBuilders::valueRow(std::string_view label, const std::string& value) const {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -84,7 +85,7 @@ public:
 
     // "Open Corvane Bar Settings…" and "Quit", after a separator.
     void appendClosingRows(std::vector<DropdownRow>& rows) const;
-    // A word of the "status" table in the chosen language.
+    // A word of the "status" table in the language chosen when these builders were made.
     std::string translated(std::string_view key) const;
     // "label: value", with the label translated.
     std::string valueRow(std::string_view label, const std::string& value) const;
@@ -108,6 +109,8 @@ private:
     ForecastWording weatherWording() const;
 
     ItemSources sources_;
+    // Words looked up so far: each frame asks for the same few.
+    mutable std::map<std::string, std::string, std::less<>> translations_;
     TextContext text_;
 };
 

@@ -461,6 +461,8 @@ void StatusProgram::everythingChanged(const std::string& name) {
     CVBPreferences::sharedPreferences().clearCache();
     readTrayStyle();
     graphs_.clear();
+    if (collectors_)
+        makeBuilders();
     rebuildItems();
     redrawSoon();
 }

@@ -13,12 +13,17 @@ double shown(double value) {
     return std::isfinite(value) ? value : 0.0;
 }
 
+double total(const statsample& s) {
+    return shown(s.values[CPUStatCollectorItem::User]) +
+           shown(s.values[CPUStatCollectorItem::System]) +
+           shown(s.values[CPUStatCollectorItem::Nice]);
+}
+
 Value shares(const statsample& s) {
-    const double user = shown(s.values[CPUStatCollectorItem::User]);
-    const double system = shown(s.values[CPUStatCollectorItem::System]);
-    const double nice = shown(s.values[CPUStatCollectorItem::Nice]);
-    return Value::dict(
-        {{"user", user}, {"system", system}, {"nice", nice}, {"total", user + system + nice}});
+    return Value::dict({{"user", shown(s.values[CPUStatCollectorItem::User])},
+                        {"system", shown(s.values[CPUStatCollectorItem::System])},
+                        {"nice", shown(s.values[CPUStatCollectorItem::Nice])},
+                        {"total", total(s)}});
 }
 
 std::string percentages(const Value& v) {
@@ -75,7 +80,7 @@ bool ProcessorStatus::hasLoadAverages() const {
 std::optional<double> ProcessorStatus::totalPercent() const {
     if (!hasProcessorLoad())
         return std::nullopt;
-    return shares(cpu_.sampleAtIndex(0, 0))["total"].doubleValue();
+    return total(cpu_.sampleAtIndex(0, 0));
 }
 
 Value ProcessorStatus::dictionary() const {
