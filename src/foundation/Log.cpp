@@ -21,6 +21,7 @@ struct LogState {
     std::mutex mutex;
     std::unique_ptr<FileLogger> file;
     std::function<void(std::string_view)> tap;
+    int silenced = 0; // captures that keep lines out of the file and standard error
     std::string syslogIdent = "corvanebar";
 };
 
@@ -72,9 +73,9 @@ void CVBLogMessage(std::string_view message) {
         std::lock_guard lock(s.mutex);
         tap = s.tap;
         file = s.file.get();
-        if (!file)
+        if (s.silenced == 0 && !file)
             std::fprintf(stderr, "%s\n", FileLogger::formatLine(wallSeconds(), message).c_str());
-        else
+        else if (s.silenced == 0)
             file->log(message);
     }
     if (tap)
@@ -120,10 +121,12 @@ void BALog(const char* format, ...) {
     syslog(LOG_NOTICE, "%s", message.c_str());
 }
 
-LogCapture::LogCapture(std::function<void(std::string_view)> tap)
-    : tap_(std::move(tap)) {
+LogCapture::LogCapture(std::function<void(std::string_view)> tap, LogEcho echo)
+    : tap_(std::move(tap))
+    , silenced_(echo == LogEcho::Silenced) {
     auto& s = state();
     std::lock_guard lock(s.mutex);
+    s.silenced += silenced_ ? 1 : 0;
     previous_ = s.tap;
     s.tap = [this](std::string_view message) {
         tap_(message);
@@ -152,6 +155,7 @@ bool LogCapture::contains(std::string_view text) const {
 LogCapture::~LogCapture() {
     auto& s = state();
     std::lock_guard lock(s.mutex);
+    s.silenced -= silenced_ ? 1 : 0;
     s.tap = previous_;
 }
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static corvane::LogCapture quiet([](std::string_view) {});
+    static corvane::LogCapture quiet([](std::string_view) {}, corvane::LogEcho::Silenced);
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const corvane::Value value = corvane::parseJson(text, "fuzz");
     if (value.isNull())

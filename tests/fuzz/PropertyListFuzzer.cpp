@@ -21,7 +21,7 @@ bool holdsRawControls(std::string_view xml) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static corvane::LogCapture quiet([](std::string_view) {});
+    static corvane::LogCapture quiet([](std::string_view) {}, corvane::LogEcho::Silenced);
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const corvane::Value value = corvane::readPropertyList(bytes, "fuzz");
     if (value.isNull())
