@@ -21,13 +21,10 @@ protected:
     // The look of the host, as it hands it over before a frame.
     void look(bool modern) { view.setContext(host(1, modern)); }
     // The filled height of a pixel column, counted in rows from the bottom of the strip.
-    int redRows(int x) const {
-        int rows = 0;
-        for (int y = 0; y < image.pixelHeight(); ++y) {
-            const Color c = image.pixel(x, y);
-            rows += c.alpha > 0.5 && c.red > 0.9 && c.green < 0.1 ? 1 : 0;
-        }
-        return rows;
+    int redRows(int column) const {
+        return test::countPixels(image, [&](int x, int, const Color& c) {
+            return x == column && c.alpha > 0.5 && c.red > 0.9 && c.green < 0.1;
+        });
     }
 
     Image image{120, Surface::kStripHeight};
@@ -123,15 +120,13 @@ TEST_F(ModuleView, BatterySymbolsAreCrispAtOnePixelPerPoint) {
                 const int right = static_cast<int>(shape.inside.maxX()) - 1;
                 const int top = static_cast<int>(art->size().height - shape.inside.maxY());
                 const int bottom = static_cast<int>(art->size().height - shape.inside.y) - 1;
-                int soft = 0;
-                for (int y = top; y <= bottom; ++y)
-                    for (int x = left; x <= right; ++x) {
-                        // The outline's rounded inner corners may be soft.
-                        const bool corner = (x == left || x == right) && (y == top || y == bottom);
-                        const double alpha = art->pixel(x, y).alpha;
-                        soft += !corner && alpha > 0.1 && alpha < 0.9 ? 1 : 0;
-                    }
-                EXPECT_EQ(soft, 0);
+                // The outline's rounded inner corners may be soft.
+                const auto soft = [&](int x, int y, const Color& c) {
+                    const bool corner = (x == left || x == right) && (y == top || y == bottom);
+                    return x >= left && x <= right && y >= top && y <= bottom && !corner &&
+                           c.alpha > 0.1 && c.alpha < 0.9;
+                };
+                EXPECT_EQ(test::countPixels(*art, soft), 0);
             }
         }
     }
@@ -178,19 +173,15 @@ TEST(ArtworkRasters, EachIsWhatItsSvgDraws) {
             const auto stored = Image::readPng(raster, scale);
             ASSERT_TRUE(stored) << "missing; run with CVB_UPDATE_GOLDEN=1";
             ASSERT_EQ(stored->size(), drawn->size());
-            int differing = 0;
-            for (int y = 0; y < drawn->pixelHeight(); ++y)
-                for (int x = 0; x < drawn->pixelWidth(); ++x) {
-                    const Color a = drawn->pixel(x, y);
-                    const Color b = stored->pixel(x, y);
-                    // PNG keeps colour unpremultiplied: faint pixels may round differently.
-                    const auto near = [&](double p, double q) {
-                        return std::abs(p * a.alpha - q * b.alpha) <= 2.0 / 255;
-                    };
-                    const bool same = a.alpha == b.alpha && near(a.red, b.red) &&
-                                      near(a.green, b.green) && near(a.blue, b.blue);
-                    differing += same ? 0 : 1;
-                }
+            const int differing = test::countPixels(*drawn, [&](int x, int y, const Color& a) {
+                const Color b = stored->pixel(x, y);
+                // PNG keeps colour unpremultiplied: faint pixels may round differently.
+                const auto near = [&](double p, double q) {
+                    return std::abs(p * a.alpha - q * b.alpha) <= 2.0 / 255;
+                };
+                return a.alpha != b.alpha || !near(a.red, b.red) || !near(a.green, b.green) ||
+                       !near(a.blue, b.blue);
+            });
             EXPECT_EQ(differing, 0);
             ++compared;
         }

@@ -3,6 +3,7 @@
 #include "../preferences/PreferencesFixture.h"
 #include "drawing/Artwork.h"
 #include "drawing/DrawingContext.h"
+#include "drawing/Image.h"
 
 namespace corvane::test {
 
@@ -12,6 +13,16 @@ inline Value modes(std::initializer_list<int> codes) {
     for (int code : codes)
         list.append(Value::dict({{"key", code}}));
     return list;
+}
+
+// How many pixels of `image` pass `test(x, y, colour)`.
+template <class Test>
+int countPixels(const Image& image, Test test) {
+    int count = 0;
+    for (int y = 0; y < image.pixelHeight(); ++y)
+        for (int x = 0; x < image.pixelWidth(); ++x)
+            count += test(x, y, image.pixel(x, y)) ? 1 : 0;
+    return count;
 }
 
 // The styles of a percentage and of stacked small text, by their preference keys.

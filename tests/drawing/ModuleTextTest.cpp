@@ -110,17 +110,10 @@ class Labels : public Text {
 protected:
     // The colours of the ink in the picture, as the count of pixels that match.
     int inkOf(const Color& c) const {
-        int count = 0;
-        for (int x = 0; x < image.pixelWidth(); ++x)
-            for (int y = 0; y < image.pixelHeight(); ++y) {
-                const Color p = image.pixel(x, y);
-                count += p.alpha > 0.9 && std::fabs(p.red - c.red) < 0.05 &&
-                                 std::fabs(p.green - c.green) < 0.05 &&
-                                 std::fabs(p.blue - c.blue) < 0.05
-                             ? 1
-                             : 0;
-            }
-        return count;
+        return test::countPixels(image, [&](int, int, const Color& p) {
+            return p.alpha > 0.9 && std::fabs(p.red - c.red) < 0.05 &&
+                   std::fabs(p.green - c.green) < 0.05 && std::fabs(p.blue - c.blue) < 0.05;
+        });
     }
 };
 

@@ -1,11 +1,13 @@
 #include "drawing/Surface.h"
 
+#include "DrawingFixture.h"
 #include "drawing/TextCache.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using corvane::test::countPixels;
 
 namespace {
 
@@ -117,11 +119,9 @@ TEST(SurfaceText, StandsUprightAtTheTopOfItsRectangle) {
     text.size = 10;
     Surface(image).drawText("T", {0, 0, 60, 22}, text);
     // The bar of a T is its top: ink in the upper rows, wider than the stem below it.
-    const auto inkIn = [&](int y) {
-        int ink = 0;
-        for (int x = 0; x < 60; ++x)
-            ink += empty(image.pixel(x, y)) ? 0 : 1;
-        return ink;
+    const auto inkIn = [&](int row) {
+        return countPixels(image,
+                           [&](int, int y, const Color& c) { return y == row && !empty(c); });
     };
     int firstInkRow = 0;
     while (firstInkRow < 22 && inkIn(firstInkRow) == 0)
@@ -162,11 +162,10 @@ TEST(SurfaceText, KeptPicturesDrawWhatTheTextDraws) {
             Image kept(80, 22, c.scale);
             Surface surface(kept);
             cache.draw(c.text, c.in, a, surface);
-            int differing = 0;
-            for (int y = 0; y < direct.pixelHeight(); ++y)
-                for (int x = 0; x < direct.pixelWidth(); ++x)
-                    differing += near(direct.pixel(x, y), kept.pixel(x, y)) ? 0 : 1;
-            EXPECT_EQ(differing, 0) << "frame " << frame;
+            const auto differs = [&](int x, int y, const Color& p) {
+                return !near(p, kept.pixel(x, y));
+            };
+            EXPECT_EQ(countPixels(direct, differs), 0) << "frame " << frame;
         }
     }
 }

@@ -25,11 +25,7 @@ Value oneLine(std::initializer_list<const char*> components, const char* zone = 
 }
 
 int differingPixels(const Image& a, const Image& b) {
-    int differing = 0;
-    for (int x = 0; x < a.pixelWidth(); ++x)
-        for (int y = 0; y < a.pixelHeight(); ++y)
-            differing += a.pixel(x, y).alpha != b.pixel(x, y).alpha ? 1 : 0;
-    return differing;
+    return test::countPixels(a, [&](int x, int y, Color c) { return c != b.pixel(x, y); });
 }
 
 class TimeView : public DrawingFixture {
@@ -47,6 +43,13 @@ protected:
         const std::uint64_t before = view.segmentDrawCount();
         view.drawTimeAtOffset(10, time, flash, locations);
         return view.segmentDrawCount() - before;
+    }
+    // What a view that has kept no pictures draws at `time`, in the stored format.
+    Image drawnAfresh(double time) {
+        CVBTimeMenuExtraView fresh{host(), queue.clock()};
+        fresh.setClockLocale("de_DE", "Europe/Berlin");
+        fresh.setFixedTime(time);
+        return ItemRenderer::render(fresh, host(2), ItemRenderer::Background::Transparent);
     }
     Image render(const Value& format, double time, bool dark = false) {
         setDark(dark);
@@ -86,11 +89,7 @@ TEST_F(TimeView, CachedMinuteWithFreshSecondsLooksLikeAWholeDrawing) {
     view.update();
     ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
     const Image cached = render(clock, kT0 + 7);
-
-    CVBTimeMenuExtraView fresh{host(), queue.clock()};
-    fresh.setClockLocale("de_DE", "Europe/Berlin");
-    fresh.setFixedTime(kT0 + 7);
-    const Image whole = ItemRenderer::render(fresh, host(2), ItemRenderer::Background::Transparent);
+    const Image whole = drawnAfresh(kT0 + 7);
     const Image earlier = render(clock, kT0);
     ASSERT_EQ(cached.pixelWidth(), whole.pixelWidth());
     ASSERT_EQ(earlier.pixelWidth(), whole.pixelWidth());
@@ -106,17 +105,9 @@ TEST_F(TimeView, LightAndDarkPanelsKeepPicturesOfTheirOwn) {
     render(clock, kT0, true);
     render(clock, kT0 + 1, true); // the width is known: this picture is kept
     const Image light = render(clock, kT0 + 2);
-
-    CVBTimeMenuExtraView fresh{host(), queue.clock()};
-    fresh.setClockLocale("de_DE", "Europe/Berlin");
-    fresh.setFixedTime(kT0 + 2);
-    const Image whole = ItemRenderer::render(fresh, host(2), ItemRenderer::Background::Transparent);
+    const Image whole = drawnAfresh(kT0 + 2);
     ASSERT_EQ(light.pixelWidth(), whole.pixelWidth());
-    int differing = 0;
-    for (int x = 0; x < light.pixelWidth(); ++x)
-        for (int y = 0; y < light.pixelHeight(); ++y)
-            differing += light.pixel(x, y) == whole.pixel(x, y) ? 0 : 1;
-    EXPECT_EQ(differing, 0);
+    EXPECT_EQ(differingPixels(light, whole), 0);
 }
 
 TEST_F(TimeView, BlankedSeparatorsKeepTheirWidth) {
