@@ -1,6 +1,9 @@
 #include "engine/SampleRing.h"
 
 #include <algorithm>
+#include <new>
+#include <sys/mman.h>
+#include <utility>
 
 namespace corvane {
 
@@ -9,7 +12,7 @@ void SampleRing::allocate(std::int64_t count, std::int64_t valueCount) {
     // At least one double per record so that every `values` pointer is valid to hand out.
     const auto width = static_cast<std::size_t>(std::max<std::int64_t>(valueCount, 1));
     records_ = std::make_unique<statsample[]>(records);
-    values_ = std::make_unique<double[]>(records * width);
+    values_ = ZeroedValues(records * width);
     for (std::size_t i = 0; i < records; ++i) {
         statsample& record = records_[i];
         record.sampleID = 0;
@@ -21,7 +24,33 @@ void SampleRing::allocate(std::int64_t count, std::int64_t valueCount) {
 
 void SampleRing::release() {
     records_.reset();
-    values_.reset();
+    values_ = ZeroedValues();
+}
+
+SampleRing::ZeroedValues::ZeroedValues(std::size_t count)
+    : bytes_(count * sizeof(double)) {
+    void* pages = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED)
+        throw std::bad_alloc();
+    values_ = static_cast<double*>(pages);
+}
+
+SampleRing::ZeroedValues::ZeroedValues(ZeroedValues&& other) noexcept
+    : values_(std::exchange(other.values_, nullptr))
+    , bytes_(std::exchange(other.bytes_, 0)) {}
+
+SampleRing::ZeroedValues& SampleRing::ZeroedValues::operator=(ZeroedValues&& other) noexcept {
+    if (this != &other) {
+        this->~ZeroedValues();
+        values_ = std::exchange(other.values_, nullptr);
+        bytes_ = std::exchange(other.bytes_, 0);
+    }
+    return *this;
+}
+
+SampleRing::ZeroedValues::~ZeroedValues() {
+    if (values_)
+        munmap(values_, bytes_);
 }
 
 } // namespace corvane

@@ -23,8 +23,24 @@ public:
     bool allocated() const { return records_ != nullptr; }
 
 private:
+    // Zeroed doubles in pages of their own, mapped but not touched: a tier that has not filled
+    // yet costs no memory, and a freed ring gives its pages back to the system.
+    class ZeroedValues {
+    public:
+        ZeroedValues() = default;
+        explicit ZeroedValues(std::size_t count);
+        ZeroedValues(ZeroedValues&& other) noexcept;
+        ZeroedValues& operator=(ZeroedValues&& other) noexcept;
+        ~ZeroedValues();
+        double* get() const { return values_; }
+
+    private:
+        double* values_ = nullptr;
+        std::size_t bytes_ = 0;
+    };
+
     std::unique_ptr<statsample[]> records_;
-    std::unique_ptr<double[]> values_;
+    ZeroedValues values_;
 };
 
 } // namespace corvane
