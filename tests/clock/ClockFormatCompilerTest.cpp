@@ -48,68 +48,51 @@ TEST_P(LineCompiling, MakesTheSegments) {
     EXPECT_EQ(clock.locations[0].lines[0].segments, GetParam().segments);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rules, LineCompiling,
-    ::testing::Values(
-        LineCase{"LiteralColonStaysInThePatternWithoutFlashing",
-                 {"HH", "':'", "mm"},
-                 false,
-                 {p("HH':'mm")}},
-        LineCase{"FlashingColonAfterAnHourIsItsOwnSegment",
-                 {"HH", "':'", "mm"},
-                 true,
-                 {p("HH"), p("'__COLON__'"), p("mm")}},
-        LineCase{"BareColonOfTheDefaultsFlashesToo",
-                 {"EE", "' '", "H", ":", "mm"},
-                 true,
-                 {p("EE' 'H"), p("'__COLON__'"), p("mm")}},
-        LineCase{"FlashingDotAfterMinutes",
-                 {"HH", "mm", "'.'", "ss"},
-                 true,
-                 {p("HHmm"), p("'__DOT__'"), kSeconds}},
-        LineCase{"ColonAfterAnotherFieldIsSeparateButPlain",
-                 {"EEE", "':'", "HH"},
-                 true,
-                 {p("EEE"), p("':'"), p("HH")}},
-        LineCase{
-            "LaterHourFieldsBecomeMinutesWithoutMinutes", {"h", "' '", "hh"}, false, {p("h' 'mm")}},
-        LineCase{
-            "HourFieldsStayWhenMinutesAreThere", {"h", "hh", "mm"}, false, {p("h"), p("hhmm")}},
-        LineCase{"LikeFieldsDoNotRunTogether",
-                 {"d", "dd", "' '", "MMM"},
-                 false,
-                 {p("d"), p("dd' 'MMM")}},
-        LineCase{"SecondsStandAlone",
-                 {"HH", "':'", "mm", "':'", "ss"},
-                 false,
-                 {p("HH':'mm':'"), kSeconds}},
-        LineCase{"AmPmMarksBecomeTokens",
-                 {"h", "aa", "' '", "aaa", "a"},
-                 false,
-                 {p("h'__AMPM_UPPER__ __AMPM_LOWER____AMPM_DEFAULT__'")}},
-        LineCase{"WeekAndTokensAreQuoted",
-                 {"w", "__DAY_MTWRFSU__", "FUZZY"},
-                 false,
-                 {p("'__WEEKNUMBER____DAY_MTWRFSU__FUZZY'")}},
-        LineCase{"QuotesInsideLiteralTextSurvive", {"'It's '", "HH"}, false, {p("'It__SQ__s 'HH")}},
-        LineCase{"EmptyLiteralsVanish", {"''", "HH", "''"}, false, {p("HH")}},
-        LineCase{"IconsSplitOneLineClocks",
-                 {"EEE", "___ICON__RED___", "HH", "mm"},
-                 false,
-                 {p("EEE"), icon("___ICON__RED___"), p("HHmm")}}),
-    [](const auto& in) { return std::string(in.param.name); });
+const LineCase kLineCases[] = {
+    {"SteadyColonStaysInThePattern", {"HH", "':'", "mm"}, false, {p("HH':'mm")}},
+    {"FlashingColonAfterAnHour", {"HH", "':'", "mm"}, true, {p("HH"), p("'__COLON__'"), p("mm")}},
+    {"BareColonFlashesToo",
+     {"EE", "' '", "H", ":", "mm"},
+     true,
+     {p("EE' 'H"), p("'__COLON__'"), p("mm")}},
+    {"FlashingDotAfterMinutes",
+     {"HH", "mm", "'.'", "ss"},
+     true,
+     {p("HHmm"), p("'__DOT__'"), kSeconds}},
+    {"ColonAfterAnotherFieldIsPlain", {"EEE", "':'", "HH"}, true, {p("EEE"), p("':'"), p("HH")}},
+    {"LaterHoursBecomeMinutes", {"h", "' '", "hh"}, false, {p("h' 'mm")}},
+    {"HoursStayBesideMinutes", {"h", "hh", "mm"}, false, {p("h"), p("hhmm")}},
+    {"LikeFieldsDoNotRunTogether", {"d", "dd", "' '", "MMM"}, false, {p("d"), p("dd' 'MMM")}},
+    {"SecondsStandAlone", {"HH", "':'", "mm", "':'", "ss"}, false, {p("HH':'mm':'"), kSeconds}},
+    {"AmPmMarksBecomeTokens",
+     {"h", "aa", "' '", "aaa", "a"},
+     false,
+     {p("h'__AMPM_UPPER__ __AMPM_LOWER____AMPM_DEFAULT__'")}},
+    {"WeekAndTokensAreQuoted",
+     {"w", "__DAY_MTWRFSU__", "FUZZY"},
+     false,
+     {p("'__WEEKNUMBER____DAY_MTWRFSU__FUZZY'")}},
+    {"QuotesInsideTextSurvive", {"'It's '", "HH"}, false, {p("'It__SQ__s 'HH")}},
+    {"EmptyLiteralsVanish", {"''", "HH", "''"}, false, {p("HH")}},
+    {"IconsSplitOneLineClocks",
+     {"EEE", "___ICON__RED___", "HH", "mm"},
+     false,
+     {p("EEE"), icon("___ICON__RED___"), p("HHmm")}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rules, LineCompiling, ::testing::ValuesIn(kLineCases),
+                         [](const auto& in) { return std::string(in.param.name); });
 
 TEST(ClockCompiling, SeparatorWidthsAreStoredInTheLinesOwnStyle) {
-    const Value one =
-        Value::dict({{"format", Value::array({componentArray({"HH", "':'", "mm"})})}});
-    EXPECT_EQ(formattedLocations(Value::array({one}), options(true)).separatorWidth("'__COLON__'"),
-              5);
-    EXPECT_EQ(formattedLocations(Value::array({one}), options(false)).separatorWidth("'__COLON__'"),
-              -1);
-    Value two = one;
-    two.set("lines", 2);
-    EXPECT_EQ(formattedLocations(Value::array({two}), options(true)).separatorWidth("'__COLON__'"),
-              4);
+    Value record = Value::dict({{"format", Value::array({componentArray({"HH", "':'", "mm"})})}});
+    const auto width = [&](bool flash) {
+        return formattedLocations(Value::array({record}), options(flash))
+            .separatorWidth("'__COLON__'");
+    };
+    EXPECT_EQ(width(true), 5);
+    EXPECT_EQ(width(false), -1);
+    record.set("lines", 2);
+    EXPECT_EQ(width(true), 4);
 }
 
 TEST(ClockCompiling, TwoLineRecordsGatherIconsAndKeepTheirZones) {

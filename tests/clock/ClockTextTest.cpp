@@ -16,6 +16,7 @@ namespace {
 // Wednesday in Kolkata (+5:30), Kathmandu (+5:45) and Kiritimati (+14).
 constexpr double kT0 = 1700000000;
 constexpr const char* kLocal = "Europe/Berlin";
+constexpr const char* kNewYork = "America/New_York";
 
 // The clock of one locale with its language's "time" table, in a fixed local zone.
 struct LocaleClock {
@@ -69,90 +70,36 @@ TEST_P(ClockText, InEnglishAndGerman) {
     EXPECT_EQ(german().text(c.components, c.zone, c.time), c.german);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Zones, ClockText,
-    ::testing::Values(
-        TextCase{"LocalZoneWhenNoneIsGiven",
-                 {"EEE", "' '", "HH", "':'", "mm"},
-                 "",
-                 kT0,
-                 "Tue 23:13",
-                 "Di. 23:13"},
-        TextCase{"TwelveHourClockWithMarks",
-                 {"h", "':'", "mm", "' '", "a"},
-                 "America/New_York",
-                 kT0,
-                 "5:13 PM",
-                 "5:13 PM"},
-        TextCase{"OneLetterMarks",
-                 {"h", "aa", "' '", "h", "aaa"},
-                 "America/New_York",
-                 kT0,
-                 "5P 13p",
-                 "5P 13p"},
-        TextCase{"HalfHourZone",
-                 {"HH", "':'", "mm", "' '", "__RELATIVE_OFFSET__"},
-                 "Asia/Kolkata",
-                 kT0,
-                 "03:43 +4.5",
-                 "03:43 +4.5"},
-        TextCase{"QuarterHourZone",
-                 {"HH", "':'", "mm", "' '", "__RELATIVE_OFFSET__"},
-                 "Asia/Kathmandu",
-                 kT0,
-                 "03:58 +4.8",
-                 "03:58 +4.8"},
-        TextCase{"OwnZoneIsPlusNought", {"__RELATIVE_OFFSET__"}, kLocal, kT0, "+0", "+0"},
-        // New York has changed to summer time on 10 March, Berlin only on 31 March.
-        TextCase{"OffsetsFollowEachZonesDaylightSaving",
-                 {"__RELATIVE_OFFSET__"},
-                 "America/New_York",
-                 1710936000,
-                 "-5",
-                 "-5"},
-        TextCase{"LastMinuteBeforeTheClocksGoForward",
-                 {"HH", "':'", "mm"},
-                 kLocal,
-                 1711846770,
-                 "01:59",
-                 "01:59"},
-        TextCase{"FirstMinuteAfterTheClocksGoForward",
-                 {"HH", "':'", "mm"},
-                 kLocal,
-                 1711846830,
-                 "03:00",
-                 "03:00"},
-        TextCase{"DayAheadAcrossTheDateLine",
-                 {"__RELATIVE_DAY__"},
-                 "Pacific/Kiritimati",
-                 kT0,
-                 "Tomorrow",
-                 "Morgen"},
-        TextCase{"SameDay", {"__RELATIVE_DAY__"}, "America/New_York", kT0, "Today", "Heute"},
-        // 00:30 on Wednesday in Berlin is still Tuesday evening in New York.
-        TextCase{"DayBehind",
-                 {"__RELATIVE_DAY__"},
-                 "America/New_York",
-                 1700004600,
-                 "Yesterday",
-                 "Gestern"},
-        TextCase{"WeekdayLetterInTheSegmentsZone",
-                 {"__DAY_MTWRFSU__", "__DAY_MTWRFSU__"},
-                 "Asia/Kolkata",
-                 kT0,
-                 "WW",
-                 "WW"},
-        TextCase{"OrdinalDay",
-                 {"d", "__DAY_SUFFIX__", "' '", "__DAY_SUFFIX_UPPER__"},
-                 "America/New_York",
-                 kT0,
-                 "14th TH",
-                 "14. ."},
-        TextCase{
-            "QuotedTextKeepsItsApostrophe", {"'It's '", "H"}, "UTC", kT0, "It's 22", "It's 22"},
-        TextCase{
-            "FuzzyClockInTheZone", {"FUZZY"}, "Asia/Kathmandu", kT0, "four o'clock", "vier Uhr"}),
-    [](const auto& in) { return std::string(in.param.name); });
+const std::vector<const char*> kTimeAndOffset{"HH", "':'", "mm", "' '", "__RELATIVE_OFFSET__"};
+
+const TextCase kTextCases[] = {
+    {"LocalZoneByDefault", {"EEE", "' '", "HH", "':'", "mm"}, "", kT0, "Tue 23:13", "Di. 23:13"},
+    {"TwelveHourMarks", {"h", "':'", "mm", "' '", "a"}, kNewYork, kT0, "5:13 PM", "5:13 PM"},
+    {"OneLetterMarks", {"h", "aa", "' '", "h", "aaa"}, kNewYork, kT0, "5P 13p", "5P 13p"},
+    {"HalfHourZone", kTimeAndOffset, "Asia/Kolkata", kT0, "03:43 +4.5", "03:43 +4.5"},
+    {"QuarterHourZone", kTimeAndOffset, "Asia/Kathmandu", kT0, "03:58 +4.8", "03:58 +4.8"},
+    {"OwnZoneIsPlusNought", {"__RELATIVE_OFFSET__"}, kLocal, kT0, "+0", "+0"},
+    // New York has changed to summer time on 10 March, Berlin only on 31 March.
+    {"OffsetFollowsSummerTime", {"__RELATIVE_OFFSET__"}, kNewYork, 1710936000, "-5", "-5"},
+    {"BeforeClocksGoForward", {"HH", "':'", "mm"}, kLocal, 1711846770, "01:59", "01:59"},
+    {"AfterClocksGoForward", {"HH", "':'", "mm"}, kLocal, 1711846830, "03:00", "03:00"},
+    {"DayAhead", {"__RELATIVE_DAY__"}, "Pacific/Kiritimati", kT0, "Tomorrow", "Morgen"},
+    {"SameDay", {"__RELATIVE_DAY__"}, kNewYork, kT0, "Today", "Heute"},
+    // 00:30 on Wednesday in Berlin is still Tuesday evening in New York.
+    {"DayBehind", {"__RELATIVE_DAY__"}, kNewYork, 1700004600, "Yesterday", "Gestern"},
+    {"WeekdayLetter", {"__DAY_MTWRFSU__", "__DAY_MTWRFSU__"}, "Asia/Kolkata", kT0, "WW", "WW"},
+    {"OrdinalDay",
+     {"d", "__DAY_SUFFIX__", "' '", "__DAY_SUFFIX_UPPER__"},
+     kNewYork,
+     kT0,
+     "14th TH",
+     "14. ."},
+    {"QuotedApostrophe", {"'It's '", "H"}, "UTC", kT0, "It's 22", "It's 22"},
+    {"FuzzyInZone", {"FUZZY"}, "Asia/Kathmandu", kT0, "four o'clock", "vier Uhr"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Zones, ClockText, ::testing::ValuesIn(kTextCases),
+                         [](const auto& in) { return std::string(in.param.name); });
 
 TEST(ClockFlashing, BlankSeparatorsTakeTheirPlaceAndSecondsFollow) {
     LocaleClock clock("en_US");
@@ -257,8 +204,7 @@ TEST(TimeDropdown, WorldClocksWithTheirNamesTimesAndDays) {
         {Value::dict({{"identifier", "-6"}, {"city", "Moon"}}), Value::dict({{"identifier", "-7"}}),
          Value::dict(
              {{"identifier", "1"}, {"city", "Kiritimati"}, {"timezone", "Pacific/Kiritimati"}}),
-         Value::dict(
-             {{"identifier", "2"}, {"city", "New York City"}, {"timezone", "America/New_York"}}),
+         Value::dict({{"identifier", "2"}, {"city", "New York City"}, {"timezone", kNewYork}}),
          Value::dict({{"identifier", "3"}, {"city", "Nowhere"}})});
     const Value names = Value::array({Value::dict({{"identifier", "2"}, {"name", "Büro"}})});
     EXPECT_EQ(worldClockRows(german.utilities, cities, names, kT0),

@@ -14,60 +14,42 @@ using corvane::test::ScriptedProcessor;
 
 namespace {
 
-std::vector<std::pair<std::int64_t, int>> codesAndCores(const std::vector<CPUModeEntry>& plan) {
-    std::vector<std::pair<std::int64_t, int>> result;
-    for (const auto& e : plan)
-        result.emplace_back(e.code(), e.core);
-    return result;
+// The plan as text: each entry's code, with ":core" where it stands for one core.
+std::string planOf(const std::vector<CPUModeEntry>& plan) {
+    std::string text;
+    for (const auto& e : plan) {
+        text += (text.empty() ? "" : " ") + std::to_string(e.code());
+        if (e.core != CPUModeEntry::kWholeMachine)
+            text += ":" + std::to_string(e.core);
+    }
+    return text;
 }
-
-using Plan = std::vector<std::pair<std::int64_t, int>>;
-constexpr int kAll = CPUModeEntry::kWholeMachine;
 
 TEST(CPUModePlan, PerCoreModesExpandAsTheGroupingSays) {
     const struct {
-        const char* what;
         CPUModePlan plan; // combined, grouped items, single history graph
         Value list;
         std::size_t cores;
-        Plan expected;
+        const char* expected;
     } cases[] = {
-        {"combined: each mode once, for the machine",
-         {true, false, false},
-         modes({100, 2, 0, 100}),
-         4,
-         {{100, kAll}, {2, kAll}, {0, kAll}, {100, kAll}}},
-        {"grouped items expand in place",
-         {false, true, false},
-         modes({100, 2, 6, 0}),
-         2,
-         {{100, kAll}, {2, 0}, {2, 1}, {6, kAll}, {0, 0}, {0, 1}}},
-        {"a single history graph stands once",
-         {false, true, true},
-         modes({0, 1}),
-         2,
-         {{0, kAll}, {1, 0}, {1, 1}}},
-        {"by core: each core's modes together",
-         {false, false, false},
-         modes({100, 1, 4, 2}),
-         2,
-         {{100, kAll}, {1, 0}, {2, 0}, {1, 1}, {2, 1}, {4, kAll}}},
-        // Labels, load and single graphs stand once across the leading and trailing parts;
-        // spacers and graphics elements as often as listed.
-        {"by core: once-only elements",
-         {false, false, true},
+        // Combined: each mode once, for the machine.
+        {{true, false, false}, modes({100, 2, 0, 100}), 4, "100 2 0 100"},
+        // Grouped items expand in place; a single history graph stands once.
+        {{false, true, false}, modes({100, 2, 6, 0}), 2, "100 2:0 2:1 6 0:0 0:1"},
+        {{false, true, true}, modes({0, 1}), 2, "0 1:0 1:1"},
+        // By core: each core's modes together. Labels, load and single graphs stand once across
+        // the leading and trailing parts; spacers and graphics elements as often as listed.
+        {{false, false, false}, modes({100, 1, 4, 2}), 2, "100 1:0 2:0 1:1 2:1 4"},
+        {{false, false, true},
          modes({100, 101, 0, 3, 100, 101, 0, 9, 9}),
          1,
-         {{100, kAll}, {101, kAll}, {0, kAll}, {3, 0}, {101, kAll}, {9, kAll}, {9, kAll}}},
-        {"by core without per-core modes: the leading part",
-         {false, false, true},
-         modes({4, 7, 4}),
-         8,
-         {{4, kAll}, {7, kAll}}},
-        {"not a list", {false, false, true}, Value("100,2"), 4, {}},
+         "100 101 0 3:0 101 9 9"},
+        // Without per-core modes, only the leading part.
+        {{false, false, true}, modes({4, 7, 4}), 8, "4 7"},
+        {{false, false, true}, Value("100,2"), 4, ""},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(codesAndCores(c.plan.entries(c.list, c.cores)), c.expected) << c.what;
+        EXPECT_EQ(planOf(c.plan.entries(c.list, c.cores)), c.expected) << c.list.description();
 }
 
 // Load averages the test sets.
@@ -183,16 +165,15 @@ TEST_F(CPUView, HostsOfBothLooksEachGetTheirOwnPicture) {
     EXPECT_TRUE(matchesGolden(render(true), "cpu-defaults-dark"));
 }
 
-TEST_F(CPUView, BreakdownsLookAsRecorded) {
+TEST_F(CPUView, BreakdownsAndPerCoreGroupingLookAsRecorded) {
     CVBSetBoolForKey(true, "CPU_MenubarGraphBreakdowns");
     CVBSetBoolForKey(false, "CPU_MenubarCombineCores");
     CVBSetObjectForKey(modes({100, 0, 1, 3, 13, 2}), "CPU_MenubarMode");
     EXPECT_TRUE(matchesGolden(render(false), "cpu-breakdowns-light"));
-}
 
-TEST_F(CPUView, PerCoreGroupingLooksAsRecorded) {
-    for (const char* key : {"CPU_MenubarCombineCores", "CPU_MenubarGroupItems",
-                            "CPU_CombineLogicalCores", "CPU_MenubarSingleHistoryGraph"})
+    CVBSetBoolForKey(false, "CPU_MenubarGraphBreakdowns");
+    for (const char* key :
+         {"CPU_MenubarGroupItems", "CPU_CombineLogicalCores", "CPU_MenubarSingleHistoryGraph"})
         CVBSetBoolForKey(false, key);
     CVBSetObjectForKey(modes({100, 1, 2, 4}), "CPU_MenubarMode");
     EXPECT_TRUE(matchesGolden(render(true), "cpu-per-core-dark"));

@@ -134,15 +134,15 @@ TEST_F(ModuleView, BatterySymbolsAreCrispAtOnePixelPerPoint) {
 
 TEST_F(ModuleView, GraphColoursFallBackByIndexAndSkin) {
     const DrawingContext c = host();
-    EXPECT_EQ(fillColorForGraph2(c, "CPU_MenubarGraphUser", 1), (Color{0.10, 0.58, 0.94, 1.0}));
+    CVBSetObjectForKey("1 0 0 1", "CPU_MenubarGraphUser");
+    EXPECT_EQ(fillColorForGraph2(c, "CPU_MenubarGraphUser", 1), kRed);
     EXPECT_EQ(fillColorForGraph2(c, "No_Such_Key", 1), (Color{0.988, 0.4, 0.396, 1}));
-    EXPECT_EQ(fillColorForGraph2(c, "No_Such_Key", -1), (Color{0.078, 0.501, 1.0, 1}));
+    EXPECT_NE(fillColorForGraph2(c, "No_Such_Key", -1), fillColorForGraph2(c, "No_Such_Key", 1));
     CVBSetIntegerForKey(3, "MenubarSkinColor");
-    EXPECT_EQ(defaultColorForTheme(c), (Color{0.27, 0.717, 0.584, 1}));
     EXPECT_EQ(fillColorForGraph(c, Value::dict({{"colorKey", "Nothing"}})),
-              defaultColorForTheme(c));
-    EXPECT_EQ(fillColorForGraph(c, Value::dict({{"defaultColor", 2}})),
-              (Color{0.568, 0.321, 0.882, 1}));
+              (Color{0.27, 0.717, 0.584, 1}));
+    EXPECT_EQ(fillColorForGraph(c, Value::dict({{"defaultColor", 1}})),
+              fillColorForGraph2(c, "No_Such_Key", 1));
     EXPECT_EQ(strokeColorForGraph(c, Value::dict({{"defaultStroke", 3}})),
               (Color{0.525, 0.592, 0.725, 1}));
 }

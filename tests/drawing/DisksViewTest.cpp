@@ -57,10 +57,8 @@ protected:
             c->cleanup();
         PreferencesFixture::TearDown();
     }
-    Image render(std::initializer_list<int> codes, bool dark = false, double scale = 2) {
-        setDark(dark);
-        CVBSetObjectForKey(modes(codes), "Disks_MenubarMode");
-        return ItemRenderer::render(view, host(scale), ItemRenderer::Background::Transparent);
+    Image render(std::initializer_list<int> codes, bool dark = false) {
+        return rendered(view, "Disks_MenubarMode", modes(codes), dark);
     }
     int width(std::initializer_list<int> codes) {
         CVBSetObjectForKey(modes(codes), "Disks_MenubarMode");

@@ -4,6 +4,9 @@
 #include "drawing/Artwork.h"
 #include "drawing/DrawingContext.h"
 #include "drawing/Image.h"
+#include "drawing/ItemRenderer.h"
+
+#include <algorithm>
 
 namespace corvane::test {
 
@@ -23,6 +26,22 @@ int countPixels(const Image& image, Test test) {
         for (int x = 0; x < image.pixelWidth(); ++x)
             count += test(x, y, image.pixel(x, y)) ? 1 : 0;
     return count;
+}
+
+// Where the ink lies: the outermost columns and rows holding a pixel more opaque than `alpha`,
+// or {width, height, -1, -1} in a picture without any.
+struct Ink {
+    int left, top, right, bottom;
+};
+inline Ink inkBounds(const Image& image, double alpha = 0) {
+    Ink ink{image.pixelWidth(), image.pixelHeight(), -1, -1};
+    countPixels(image, [&](int x, int y, Color c) {
+        if (c.alpha > alpha)
+            ink = {std::min(ink.left, x), std::min(ink.top, y), std::max(ink.right, x),
+                   std::max(ink.bottom, y)};
+        return false;
+    });
+    return ink;
 }
 
 // The styles of a percentage and of stacked small text, by their preference keys.
@@ -56,6 +75,12 @@ protected:
     void setDark(bool dark) {
         appearance->dark = dark;
         preferences.updateMenubarThemeIfNeeded();
+    }
+    // The item as the panel shows it, at two pixels a point, once `list` is stored under `key`.
+    Image rendered(CVBModuleView& view, const char* key, const Value& list, bool dark) {
+        setDark(dark);
+        CVBSetObjectForKey(list, key);
+        return ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
     }
 
     CVBPreferences& preferences = install();

@@ -37,22 +37,12 @@ std::vector<Operation> operations(int graphHeight) {
     const std::vector<std::vector<double>> history{{0.9, 0.5}, {0.6, 0.2}, {0.3, 0.3}, {0.0, 0.0},
                                                    {1.0, 0.7}, {0.5, 0.1}, {0.2, 0.2}, {0.8, 0.4}};
     const std::vector<GraphComponent> layers{{kPurple, 0.8}, {kRed, 0.55}, {kBlue, 0.3}};
+    const HistoryGraph whole{30, {kRed, kBlue}, history, true, {}, {}, false};
+    const HistoryGraph banded{
+        20, {kRed, kBlue}, history, true, {true, false}, {{2, 11, 0, 8}, {2, 3, 0, 8}}, false};
     return {
-        {"history", 34,
-         [=](CVBModuleView& v) {
-             return v.drawHistoryGraph({30, {kRed, kBlue}, history, true, {}, {}, false}, 0);
-         }},
-        {"history-banded", 24,
-         [=](CVBModuleView& v) {
-             return v.drawHistoryGraph({20,
-                                        {kRed, kBlue},
-                                        history,
-                                        true,
-                                        {true, false},
-                                        {{2, 11, 0, 8}, {2, 3, 0, 8}},
-                                        false},
-                                       0);
-         }},
+        {"history", 34, [=](CVBModuleView& v) { return v.drawHistoryGraph(whole, 0); }},
+        {"history-banded", 24, [=](CVBModuleView& v) { return v.drawHistoryGraph(banded, 0); }},
         {"combined-vertical", 29,
          [=](CVBModuleView& v) {
              return v.drawCombinedVerticalGraph(

@@ -44,10 +44,8 @@ protected:
         memory.cleanup();
         PreferencesFixture::TearDown();
     }
-    Image render(std::initializer_list<int> codes, bool dark = false, double scale = 2) {
-        setDark(dark);
-        CVBSetObjectForKey(modes(codes), "Memory_MenubarMode");
-        return ItemRenderer::render(view, host(scale), ItemRenderer::Background::Transparent);
+    Image render(std::initializer_list<int> codes, bool dark = false) {
+        return rendered(view, "Memory_MenubarMode", modes(codes), dark);
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};

@@ -38,9 +38,7 @@ constexpr const char* kDrive = "nvme-pci-0100/temp1";
 class SensorsView : public DrawingFixture {
 protected:
     void SetUp() override {
-        scratch.emplace(600, Surface::kStripHeight);
-        surface.emplace(*scratch);
-        view.setSurface(&*surface);
+        view.setSurface(&surface);
         view.ready = true;
     }
     void TearDown() override {
@@ -64,16 +62,14 @@ protected:
         return view.sizeSmallText(s, view.smallTextAttributes("sensor-text-small")) + 4;
     }
     Image render(const Value& list, bool dark) {
-        setDark(dark);
-        CVBSetObjectForKey(list, "Sensors_MenubarMode");
-        return ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
+        return rendered(view, "Sensors_MenubarMode", list, dark);
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
     std::unique_ptr<SensorsStatCollectorLinux> sensors = desktopSensors(context);
     CVBSensorsMenuExtraView view{host(), *sensors};
-    std::optional<Image> scratch;
-    std::optional<Surface> surface;
+    Image scratch{600, Surface::kStripHeight};
+    Surface surface{scratch};
 };
 
 TEST_F(SensorsView, TextPairsAndTheirWidths) {

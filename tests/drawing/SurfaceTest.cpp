@@ -23,19 +23,6 @@ bool empty(const Color& c) {
     return c.alpha == 0;
 }
 
-// Columns in which any pixel holds ink.
-std::pair<int, int> inkColumns(const Image& image) {
-    int first = image.pixelWidth();
-    int last = -1;
-    for (int x = 0; x < image.pixelWidth(); ++x)
-        for (int y = 0; y < image.pixelHeight(); ++y)
-            if (!empty(image.pixel(x, y))) {
-                first = std::min(first, x);
-                last = std::max(last, x);
-            }
-    return {first, last};
-}
-
 TEST(Surface, CountsYUpwardFromTheBottomOfTheStrip) {
     Image image(20, Surface::kStripHeight);
     Surface surface(image);
@@ -103,14 +90,14 @@ TEST(SurfaceText, AlignsWithinItsRectangle) {
         TextAttributes a = text;
         a.alignment = alignment;
         Surface(image).drawText("42%", {0, 0, 100, 22}, a);
-        return inkColumns(image);
+        return test::inkBounds(image);
     };
     const auto left = ink(TextAlignment::Left);
     const auto centre = ink(TextAlignment::Centre);
     const auto right = ink(TextAlignment::Right);
-    EXPECT_LT(left.first, 5);
-    EXPECT_GT(right.second, 94);
-    EXPECT_NEAR((centre.first + centre.second) / 2.0, 50, 3);
+    EXPECT_LT(left.left, 5);
+    EXPECT_GT(right.right, 94);
+    EXPECT_NEAR((centre.left + centre.right) / 2.0, 50, 3);
 }
 
 TEST(SurfaceText, StandsUprightAtTheTopOfItsRectangle) {
@@ -123,9 +110,7 @@ TEST(SurfaceText, StandsUprightAtTheTopOfItsRectangle) {
         return countPixels(image,
                            [&](int, int y, const Color& c) { return y == row && !empty(c); });
     };
-    int firstInkRow = 0;
-    while (firstInkRow < 22 && inkIn(firstInkRow) == 0)
-        ++firstInkRow;
+    const int firstInkRow = test::inkBounds(image).top;
     ASSERT_LT(firstInkRow, 6);
     EXPECT_GT(inkIn(firstInkRow), inkIn(firstInkRow + 4)); // upside down, the bar is low
 }

@@ -146,15 +146,12 @@ TEST_F(TimeView, TwoLinesShareTheIconsAndEndAtTheLongerLine) {
          {"timezone", "America/New_York"},
          {"format",
           Value::array({line({"___ICON__BLUE___", "HH", "':'", "mm"}), line({"EEEE"})})}});
+    const auto widthOf = [&](const Value& format) {
+        const Value alone = Value::dict({{"lines", 2}, {"format", Value::array({format})}});
+        return view.drawTimeAtOffset(0, kT0, 1, Value::array({alone}));
+    };
     const int width = view.drawTimeAtOffset(0, kT0, 1, Value::array({record}));
-    const int time = view.drawTimeAtOffset(
-        0, kT0, 1,
-        Value::array(
-            {Value::dict({{"lines", 2}, {"format", Value::array({line({"HH", "':'", "mm"})})}})}));
-    const int day = view.drawTimeAtOffset(
-        0, kT0, 1,
-        Value::array({Value::dict({{"lines", 2}, {"format", Value::array({line({"EEEE"})})}})}));
-    EXPECT_EQ(width, 17 + std::max(time, day));
+    EXPECT_EQ(width, 17 + std::max(widthOf(line({"HH", "':'", "mm"})), widthOf(line({"EEEE"}))));
 }
 
 TEST_F(TimeView, LooksAsRecorded) {

@@ -1,11 +1,9 @@
 #include "DrawingFixture.h"
 #include "drawing/CVBWeatherMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
+#include "foundation/AtomicFile.h"
 #include "foundation/Json.h"
 #include "support/GoldenImage.h"
-
-#include <fstream>
-#include <sstream>
 
 using namespace corvane;
 using corvane::test::DrawingFixture;
@@ -18,10 +16,8 @@ constexpr double kMidnight = 1795474800;
 constexpr double kNoon = kMidnight + 12 * 3600;
 
 Value recordedForecast() {
-    std::ifstream in(std::string(CVB_FIXTURES_DIR) + "/weather/forecast-record.json");
-    std::stringstream text;
-    text << in.rdbuf();
-    return parseJson(text.str(), "forecast record");
+    const auto file = std::filesystem::path(CVB_FIXTURES_DIR) / "weather/forecast-record.json";
+    return parseJson(readFileContents(file).value_or(""), "forecast record");
 }
 
 Value entries(std::initializer_list<Value> list) {
@@ -42,9 +38,7 @@ class WeatherView : public DrawingFixture {
 protected:
     void SetUp() override {
         preferences.setObject(Value("en"), "language");
-        scratch.emplace(600, Surface::kStripHeight);
-        surface.emplace(*scratch);
-        view.setSurface(&*surface);
+        view.setSurface(&surface);
         view.setDefaultUnits(WeatherDefaultUnits::forLocale("en_CA"));
         view.setForecast(recordedForecast());
         view.setFixedTime(kNoon);
@@ -65,14 +59,12 @@ protected:
         return view.sizeSmallText(s, view.smallTextAttributes("stacked-text")) + 4;
     }
     Image render(const Value& list, bool dark) {
-        setDark(dark);
-        CVBSetObjectForKey(list, "Weather_MenubarMode");
-        return ItemRenderer::render(view, host(2), ItemRenderer::Background::Transparent);
+        return rendered(view, "Weather_MenubarMode", list, dark);
     }
 
     CVBWeatherMenuExtraView view{host()};
-    std::optional<Image> scratch;
-    std::optional<Surface> surface;
+    Image scratch{600, Surface::kStripHeight};
+    Surface surface{scratch};
 };
 
 TEST_F(WeatherView, ReadingsOfTheRecord) {

@@ -1,12 +1,12 @@
 #include "foundation/FileLogger.h"
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Log.h"
 #include "support/TemporaryDirectory.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
 
 using namespace corvane;
 using corvane::test::ScopedEnvironment;
@@ -15,10 +15,7 @@ using corvane::test::TemporaryDirectory;
 namespace {
 
 std::string contents(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    return readFileContents(file).value_or("");
 }
 
 std::size_t fileCount(const std::filesystem::path& dir) {

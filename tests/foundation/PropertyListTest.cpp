@@ -3,11 +3,11 @@
 #include "foundation/AtomicFile.h"
 #include "foundation/Json.h"
 #include "foundation/Log.h"
+#include "support/Spawn.h"
 #include "support/TemporaryDirectory.h"
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
@@ -209,19 +209,13 @@ INSTANTIATE_TEST_SUITE_P(Texts, Text,
 
 // What python's plistlib (on expat, a strict XML parser) makes of the file, as JSON.
 Value readByPython(const std::filesystem::path& file) {
-    const std::string command = "python3 -c 'import json, plistlib, sys; "
-                                "print(json.dumps(plistlib.load(open(sys.argv[1], \"rb\"))))' '" +
-                                file.string() + "' 2>&1";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe)
-        return {};
-    std::string output;
-    char buffer[4096];
-    while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-        output.append(buffer, n);
-    const int status = ::pclose(pipe);
-    EXPECT_EQ(status, 0) << "python3 (scripts/install-deps) could not read the file: " << output;
-    return parseJson(output, "python");
+    const auto run = test::spawn({"python3", "-c",
+                                  "import json, plistlib, sys; "
+                                  "print(json.dumps(plistlib.load(open(sys.argv[1], 'rb'))))",
+                                  file.string()});
+    EXPECT_EQ(run.status, 0) << "python3 (scripts/install-deps) could not read the file: "
+                             << run.output;
+    return parseJson(run.output, "python");
 }
 
 using corvane::test::TemporaryDirectory;

@@ -127,32 +127,22 @@ TEST_F(SettingsFileTest, BadFilesChangeNothing) {
     const Value before = onDisk();
     SettingsFile settings(preferences, restarter);
 
-    struct Case {
-        const char* name;
-        std::string bytes;
-        const char* reason;
+    const auto xml = [](const Value& v) { return writePropertyList(v, PropertyListFormat::XML); };
+    const std::pair<std::string, const char*> cases[] = {
+        {"this is not a property list", "not a property list"},
+        {"", "not a property list"},
+        {xml(Value::array({1})), "no settings dictionary"},
+        {xml(Value::dict({{"version", "6.72"}})), "no \"preferences\""},
+        {xml(Value::dict({{"preferences", Value::array({"a"})}})), "not a dictionary"},
+        {binarySettingsWithText("a\x07"), "U+0007"},
+        {binarySettingsWithText("Xavier", '\xe9'), "not valid UTF-8"},
     };
-    const Case cases[] = {
-        {"garbage.cvbp", "this is not a property list", "not a property list"},
-        {"empty.cvbp", "", "not a property list"},
-        {"array.cvbp", writePropertyList(Value::array({1}), PropertyListFormat::XML),
-         "no settings dictionary"},
-        {"nopreferences.cvbp",
-         writePropertyList(Value::dict({{"version", "6.72"}}), PropertyListFormat::Binary),
-         "no \"preferences\""},
-        {"wrongtype.cvbp",
-         writePropertyList(Value::dict({{"preferences", Value::array({"a"})}}),
-                           PropertyListFormat::XML),
-         "not a dictionary"},
-        {"control.cvbp", binarySettingsWithText("a\x07"), "U+0007"},
-        {"latin1.cvbp", binarySettingsWithText("Xavier", '\xe9'), "not valid UTF-8"},
-    };
-    for (const auto& c : cases) {
-        ASSERT_TRUE(writeFileAtomically(dir.path() / c.name, c.bytes));
-        const auto result = settings.importSettingsFile(dir.path() / c.name);
-        EXPECT_FALSE(result) << c.name;
-        EXPECT_NE(result.reason.find(c.reason), std::string::npos)
-            << c.name << ": " << result.reason;
+    const auto file = dir.path() / "bad.cvbp";
+    for (const auto& [bytes, reason] : cases) {
+        ASSERT_TRUE(writeFileAtomically(file, bytes));
+        const auto result = settings.importSettingsFile(file);
+        EXPECT_FALSE(result) << reason;
+        EXPECT_NE(result.reason.find(reason), std::string::npos) << result.reason;
     }
     EXPECT_FALSE(settings.importSettingsFile(dir.path() / "missing.cvbp"));
     EXPECT_EQ(onDisk(), before);

@@ -138,14 +138,6 @@ struct RecordingRestarter final : StatusItemRestarter {
     void restartStatusItem() override { ++restarts; }
 };
 
-struct RecordingLauncher final : Logged<ProcessLauncher> {
-    using Logged::Logged;
-    bool launchDetached(const std::vector<std::string>&) override {
-        log.push_back("launch");
-        return true;
-    }
-};
-
 class AppDelegate : public test::MenuFixture {
 protected:
     void SetUp() override {
@@ -223,7 +215,8 @@ protected:
         std::make_shared<RecordingVersionPeer>(log, "agent");
     std::shared_ptr<RecordingVersionPeer> statusItem =
         std::make_shared<RecordingVersionPeer>(log, "statusItem");
-    std::shared_ptr<RecordingLauncher> launcher = std::make_shared<RecordingLauncher>(log);
+    std::shared_ptr<test::RecordingRestart> launcher =
+        std::make_shared<test::RecordingRestart>(log);
     std::shared_ptr<RecordingRestarter> restarter = std::make_shared<RecordingRestarter>();
     RecordingQueue timers{queue};
     std::unique_ptr<Corvane_BarAppDelegate> delegate;
@@ -281,32 +274,26 @@ TEST_F(AppDelegate, VersionLabelsShowTheRepliesAndKeepTheirTextWithoutOne) {
     EXPECT_EQ(std::count(log.begin(), log.end(), "upload"), 1);
 }
 
-TEST_F(AppDelegate, RepliesAfterTheDelegateIsGoneAreDropped) {
+// Shut down, nothing of the delegate runs any more: neither its timers nor the peers' late replies.
+TEST_F(AppDelegate, ShutDownCancelsTheTimersStillWaitingAndDropsLateReplies) {
     LogCapture captured;
-    launched();
-    queue.advance(1.0);
-    delegate.reset();
-    // A delegate made afterwards may well sit where the old one was.
-    auto& fresh = make();
-    settleReplies();
-    EXPECT_TRUE(captured.contains("A version reply came after the window closed; dropped"));
-    EXPECT_EQ(fresh.daemonLabel(), "");
-    EXPECT_EQ(fresh.statusItemLabel(), "");
-}
-
-TEST_F(AppDelegate, ShutDownCancelsOnlyTheTimersStillWaiting) {
     prefs().setBool(true, "Diagnostics_Enabled");
     launched();
     queue.advance(1.0);
-    settleReplies();
     // The version requests have fired and are forgotten (kept, the list would grow for as
     // long as the window stays open); the diagnostics upload still waits.
     ASSERT_GE(timers.fired.size(), 3u);
     delegate.reset();
+    // A delegate made afterwards may well sit where the old one was.
+    auto& fresh = make();
     for (const auto id : timers.cancels)
         EXPECT_EQ(timers.fired.count(id), 0u) << "cancelled timer " << id << " had fired";
     queue.advance(2.0);
     EXPECT_EQ(std::count(log.begin(), log.end(), "upload"), 0);
+    settleReplies();
+    EXPECT_TRUE(captured.contains("A version reply came after the window closed; dropped"));
+    EXPECT_EQ(fresh.daemonLabel(), "");
+    EXPECT_EQ(fresh.statusItemLabel(), "");
 }
 
 TEST_F(AppDelegate, EndingClosesEverySectionBeforeTheMainLoopStops) {

@@ -3,28 +3,13 @@
 #include "MenuFixture.h"
 #include "foundation/Log.h"
 #include "shell/Menu.h"
+#include "support/Spawn.h"
 
 #include <chrono>
-#include <cstdio>
 #include <thread>
 
 namespace corvane {
 namespace {
-
-// Records the restart instead of doing it, in one list with the posts.
-struct RecordingRestart final : ProcessLauncher, ApplicationTerminator {
-    std::vector<std::string>& events;
-    std::vector<std::string> arguments;
-    bool starts = true;
-    explicit RecordingRestart(std::vector<std::string>& log)
-        : events(log) {}
-    bool launchDetached(const std::vector<std::string>& argv) override {
-        events.push_back("launch");
-        arguments = argv;
-        return starts;
-    }
-    void terminate() override { events.push_back("terminate"); }
-};
 
 class Languages : public test::MenuFixture {
 protected:
@@ -47,7 +32,7 @@ protected:
     }
 
     std::vector<std::string> events;
-    RecordingRestart restart{events};
+    test::RecordingRestart restart{events};
     Observation observation;
     Menu menu{"Language"};
     std::unique_ptr<LanguageMenu> language;
@@ -114,24 +99,13 @@ TEST_F(Languages, WhenTheProgramCannotStartAgainOrTheChoiceIsNotStoredThisOneKee
     EXPECT_TRUE(events.empty());
 }
 
-std::string shellOutput(const std::string& command) {
-    std::string output;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-        char buffer[256];
-        while (std::fgets(buffer, sizeof buffer, pipe))
-            output += buffer;
-        ::pclose(pipe);
-    }
-    return output;
-}
-
 TEST(Relaunch, AnyProgramPathSurvivesTheShellAsOneWord) {
     for (const std::string path :
          {"/usr/bin/corvanebar", "/home/o'neil/bin/corvane bar", "/tmp/$(touch x);`id`/\"a\"\\b"}) {
         const std::string command = LanguageMenu::relaunchCommand(path);
         ASSERT_EQ(command.rfind("sleep 1;", 0), 0u);
         const std::string quoted = command.substr(std::string("sleep 1;").size());
-        EXPECT_EQ(shellOutput("printf '%s' " + quoted), path);
+        EXPECT_EQ(test::spawn({"sh", "-c", "printf '%s' " + quoted}).output, path);
     }
 }
 

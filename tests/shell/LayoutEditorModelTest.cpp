@@ -1,8 +1,8 @@
 #include "shell/LayoutEditorModel.h"
 
-#include "CorvanebarProgram.h"
 #include "SectionFixture.h"
 #include "foundation/Log.h"
+#include "support/RunningProgram.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -60,10 +60,6 @@ struct DragCase {
     const char* active;
     const char* available;
 };
-
-void PrintTo(const DragCase& c, std::ostream* out) {
-    *out << c.name;
-}
 
 Model::Result apply(Model& m, const DragCase& c) {
     switch (c.op) {
@@ -190,10 +186,6 @@ const DamagedCase kDamagedCases[] = {
       "entry 4 has the code 2.5"}},
 };
 
-void PrintTo(const DamagedCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
 class DamagedModes : public LayoutEditorModelTest,
                      public ::testing::WithParamInterface<DamagedCase> {};
 
@@ -257,9 +249,9 @@ TEST_F(LayoutEditorModelTest, ASettingThatCannotBeWrittenIsNotAnnounced) {
 // The built command, as a script would run it, on settings of its own.
 class LayoutCommand : public LayoutEditorModelTest {
 protected:
-    ProgramRun layout(std::vector<std::string> arguments) {
+    RunningProgram layout(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "layout");
-        return runCorvanebar(arguments, dir.path() / "config", dir.path() / "state");
+        return RunningProgram(arguments, {}, dir.path() / "config");
     }
     Value stored() {
         return PreferenceDomain(kExtrasDomain, dir.path() / "config" / "corvanebar" /
@@ -269,43 +261,40 @@ protected:
 };
 
 TEST_F(LayoutCommand, PrintsAndChangesTheRows) {
-    auto run = layout({"cpu"});
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output, "CPU & GPU item (CPU_MenubarMode)\n"
-                          "Active:     1. Label (100)  2. Vertical Graph of All Cores (6)\n"
-                          "Available:  History Graph (0), Vertical Graph (1), Percentage (2), Pie "
-                          "Graph (3), Load Average (4), GPU Icon (5), GPU Vertical Graph (9), GPU "
-                          "Percentage (10), GPU History Graph (11), Circular Graph (13), Spacer "
-                          "(101, 4 points)\n");
+    auto shown = layout({"cpu"});
+    EXPECT_EQ(shown.finish(), 0);
+    EXPECT_EQ(shown.outputText(),
+              "CPU & GPU item (CPU_MenubarMode)\n"
+              "Active:     1. Label (100)  2. Vertical Graph of All Cores (6)\n"
+              "Available:  History Graph (0), Vertical Graph (1), Percentage (2), Pie "
+              "Graph (3), Load Average (4), GPU Icon (5), GPU Vertical Graph (9), GPU "
+              "Percentage (10), GPU History Graph (11), Circular Graph (13), Spacer "
+              "(101, 4 points)\n");
 
-    run = layout({"cpu", "add", "0", "--at", "1"});
-    EXPECT_EQ(run.status, 0) << run.errors;
-    EXPECT_NE(run.output.find("CPU_MenubarMode: "), std::string::npos) << run.output;
-    EXPECT_NE(run.output.find("Active:     1. History Graph (0)  2. Label (100)  3. Vertical Graph "
-                              "of All Cores (6)\n"),
+    auto added = layout({"cpu", "add", "0", "--at", "1"});
+    EXPECT_EQ(added.finish(), 0) << added.errorText();
+    const std::string output = added.outputText();
+    EXPECT_NE(output.find("CPU_MenubarMode: "), std::string::npos) << output;
+    EXPECT_NE(output.find("Active:     1. History Graph (0)  2. Label (100)  3. Vertical Graph "
+                          "of All Cores (6)\n"),
               std::string::npos)
-        << run.output;
+        << output;
     EXPECT_EQ(stored(), modes({0, 100, 6}));
 }
 
 TEST_F(LayoutCommand, RefusesWhatTheRowsDoNotAllow) {
-    const struct {
-        std::vector<std::string> arguments;
-        int status;
-        const char* message;
-    } cases[] = {
-        {{"gpu"}, 2, "no section \"gpu\" with a panel item; one of: cpu, memory, disks"},
-        {{"cpu", "add", "12"}, 2, "the CPU & GPU item has no element 12; nothing changed"},
-        {{"cpu", "remove", "3"}, 2, "the row has no element 3, which holds 2 elements (1 to 2)"},
-        {{"cpu", "move", "x", "1"}, 2, "\"x\" is not a whole number"},
-        {{"cpu", "spacer", "1", "8"},
-         2,
-         "layout: cpu: Label has no width to set; nothing changed\n"},
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"gpu"}, "no section \"gpu\" with a panel item; one of: cpu, memory, disks"},
+        {{"cpu", "add", "12"}, "the CPU & GPU item has no element 12; nothing changed"},
+        {{"cpu", "remove", "3"}, "the row has no element 3, which holds 2 elements (1 to 2)"},
+        {{"cpu", "move", "x", "1"}, "\"x\" is not a whole number"},
+        {{"cpu", "spacer", "1", "8"}, "layout: cpu: Label has no width to set; nothing changed\n"},
     };
-    for (const auto& c : cases) {
-        const auto run = layout(c.arguments);
-        EXPECT_EQ(run.status, c.status) << c.message;
-        EXPECT_NE(run.errors.find(c.message), std::string::npos) << run.errors;
+    for (const auto& [arguments, message] : cases) {
+        auto run = layout(arguments);
+        EXPECT_EQ(run.finish(), 2) << message;
+        const std::string errors = run.errorText();
+        EXPECT_NE(errors.find(message), std::string::npos) << errors;
     }
     EXPECT_TRUE(stored().isNull());
 }

@@ -1,12 +1,10 @@
 #include "shell/MenuCommandLine.h"
 
-#include "CorvanebarProgram.h"
 #include "MenuFixture.h"
 #include "foundation/Log.h"
 #include "foundation/PropertyList.h"
 #include "shell/ProductSite.h"
 
-#include <gio/gio.h>
 #include <sstream>
 
 namespace corvane {

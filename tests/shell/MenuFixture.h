@@ -2,6 +2,7 @@
 
 #include "foundation/DistributedNotificationCenter.h"
 #include "preferences/PreferencesFixture.h"
+#include "shell/LanguageMenu.h"
 #include "shell/MenuActions.h"
 #include "shell/SectionFixture.h"
 #include "support/TemporaryDirectory.h"
@@ -30,6 +31,21 @@ struct RecordingMenuActions final : MenuActions {
     }
     void sendLogFiles() override { calls.push_back("logs"); }
     void openURL(const std::string& address) override { calls.push_back("open " + address); }
+};
+
+// Records a restart instead of doing it, in one list with what else the test logs.
+struct RecordingRestart final : ProcessLauncher, ApplicationTerminator {
+    std::vector<std::string>& events;
+    std::vector<std::string> arguments;
+    bool starts = true;
+    explicit RecordingRestart(std::vector<std::string>& log)
+        : events(log) {}
+    bool launchDetached(const std::vector<std::string>& argv) override {
+        events.push_back("launch");
+        arguments = argv;
+        return starts;
+    }
+    void terminate() override { events.push_back("terminate"); }
 };
 
 // Temporary preferences, a bus-less distributed centre that logs every post, and string

@@ -163,25 +163,18 @@ TEST_F(Menus, DeletingTheHistoryPostsTheRestartOnTheMainQueueOnceTheStatusItemRe
     EXPECT_EQ(posts.names, std::vector<std::string>{"CorvaneBarStatusRestart"});
 }
 
-TEST_F(Menus, CommandsOwnedElsewhereGoToTheirPeers) {
-    for (const char* title : {"Reinstall...", "Uninstall...", "Request Calendar Access",
-                              "Send Log Files...", "About APPLICATIONNAME", "Quit Corvane Bar"})
+TEST_F(Menus, CommandsOwnedElsewhereGoToTheirPeersAndHelpPagesOpenAfterTheMenuCloses) {
+    for (const char* title :
+         {"Reinstall...", "Uninstall...", "Request Calendar Access", "Send Log Files...",
+          "About APPLICATIONNAME", "Quit Corvane Bar", "Hotkeys", "Fan Control"})
         item(title).perform();
+    EXPECT_EQ(actions.calls.size(), 6u) << "no help page while the menu is still open";
+    queue.runUntilIdle();
+    const std::string help = std::string(kProductSiteAddress) + "/help/corvanebar6/";
     EXPECT_EQ(actions.calls, (std::vector<std::string>{"reinstall", "uninstall", "calendar", "logs",
-                                                       "about", "quit"}));
+                                                       "about", "quit", "open " + help + "hotkeys/",
+                                                       "open " + help + "fans/"}));
     EXPECT_TRUE(posts.names.empty());
-}
-
-TEST_F(Menus, HelpEntriesOpenTheirPageOneQueueTurnLater) {
-    item("Hotkeys").perform();
-    EXPECT_TRUE(actions.calls.empty()) << "not while the menu is still open";
-    queue.runUntilIdle();
-    item("Fan Control").perform();
-    queue.runUntilIdle();
-    const std::string site = kProductSiteAddress;
-    EXPECT_EQ(actions.calls,
-              (std::vector<std::string>{"open " + site + "/help/corvanebar6/hotkeys/",
-                                        "open " + site + "/help/corvanebar6/fans/"}));
 }
 
 TEST_F(Menus, TitlesFollowTheChosenLanguageAndAreTranslatedAgainASecondLater) {

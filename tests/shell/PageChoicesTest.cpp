@@ -1,36 +1,20 @@
 #include "../collectors/disks/DiskFixture.h"
-#include "collectors/sensors/SensorsStatCollectorLinux.h"
-#include "collectors/sensors/SensorsStatus.h"
+#include "SectionFixture.h"
 #include "foundation/DistributedNotificationCenter.h"
-#include "hardware/PlatformLinux.h"
 #include "preferences/PreferencesFixture.h"
 #include "shell/DisksController.h"
-#include "shell/SensorsController.h"
 #include "support/TemporaryDirectory.h"
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
-#include <sstream>
 
 namespace corvane::test {
 namespace {
 
-std::string readText(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 class PageChoicesTest : public PreferencesFixture {
 protected:
-    // Counts what the choices announce, by notification name.
-    void listen(const std::string& name) {
-        observations.push_back(
-            bus.addObserver(name, [this, name](const auto&) { ++posted[name]; }));
-    }
     std::vector<std::string> strings(const char* key) {
         std::vector<std::string> out;
         const Value list = onDisk(key);
@@ -41,55 +25,13 @@ protected:
 
     CVBPreferences& preferences = install();
     DistributedNotificationCenter bus{nullptr};
-    std::vector<Observation> observations;
-    std::map<std::string, int> posted;
+    PostLog posts{bus};
 };
-
-TEST_F(PageChoicesTest, RenamedAndHiddenSensorsKeepTheirKeysInTheListAndTheDropdown) {
-    const SysRoot root(diskFixture("hw-amd-desktop"));
-    EngineContext context{queue, kSettingsTierCount, nullptr};
-    HwmonReadings readings(root);
-    SensorsStatCollectorLinux sensors(
-        context, root, std::make_unique<PlatformLinux>(PlatformInputs{}, readings.inputs()));
-    sensors.loadSensors();
-    const std::string cpu = "k10temp-pci-00c3/temp1";
-    const std::string own = sensors.sensorWithKey(cpu)->name;
-    SensorsList list(preferences, sensors);
-
-    ASSERT_TRUE(list.setName(cpu, "Processor die"));
-    ASSERT_TRUE(list.setHidden(cpu, true));
-    TextCaches caches;
-    const TextContext text = caches.with(preferences);
-    const auto find = [&](const Value& rows) {
-        for (const Value& row : rows.arrayItems())
-            if (row["key"].stringValue() == cpu)
-                return row;
-        return Value();
-    };
-    const Value shown = find(SensorsStatus(sensors, text, SensorsStatus::Scope::all).dictionary());
-    EXPECT_EQ(shown["name"].stringValue(), "Processor die");
-    EXPECT_TRUE(shown["hidden"].boolValue());
-    EXPECT_EQ(sensors.sensorWithKey(cpu)->name, own); // the collector's own name stays
-    const auto rows = list.rows();
-    const auto row = std::find_if(rows.begin(), rows.end(), [&](const SensorPageRow& r) {
-        return r.sensor && r.sensor->key() == cpu;
-    });
-    ASSERT_NE(row, rows.end());
-    EXPECT_EQ(row->name, "Processor die");
-
-    ASSERT_TRUE(list.setName(cpu, "  "));
-    ASSERT_TRUE(list.setHidden(cpu, false));
-    const Value back = find(SensorsStatus(sensors, text, SensorsStatus::Scope::all).dictionary());
-    EXPECT_EQ(back["name"].stringValue(), own);
-    EXPECT_FALSE(back.contains("hidden"));
-    EXPECT_FALSE(onDisk(kSensorNamesKey).contains(cpu));
-}
 
 TEST_F(PageChoicesTest, PanelVolumesAndDropdownFiltersOfTheDisksPage) {
     DiskRig rig(diskFixture("disks-nvme-laptop"));
     rig.manager.diskEvent();
     const std::string root = "f00d-pseudo-root", boot = "b007-pseudo-0001";
-    listen("CorvaneBarDisksPreferencesChanged");
     DiskChoices choices(preferences, rig.manager, &bus);
 
     EXPECT_TRUE(choices.inPanel(root));            // nothing stored: the boot volume
@@ -114,11 +56,11 @@ TEST_F(PageChoicesTest, PanelVolumesAndDropdownFiltersOfTheDisksPage) {
     EXPECT_TRUE(choices.volumeShown(root));
     EXPECT_FALSE(choices.activityShown("nvme0n1"));
 
-    posted.clear();
+    posts.names.clear();
     ASSERT_TRUE(choices.resetFiltering());
     EXPECT_TRUE(strings("FilteringDisks").empty());
     EXPECT_TRUE(strings("FilteringDiskActivity").empty());
-    EXPECT_EQ(posted["CorvaneBarDisksPreferencesChanged"], 2);
+    EXPECT_EQ(posts.names, (std::vector<std::string>(2, "CorvaneBarDisksPreferencesChanged")));
 }
 
 // A USB stick pulled out and put back while the page is open: the page is told each time the
@@ -156,7 +98,8 @@ TEST_F(PageChoicesTest, TheDisksPageFollowsAStickThatGoesAndComesBack) {
     const fs::path aside = copy / "aside";
     const std::vector<std::string> entries{"sys/block/sdb", "sys/class/block/sdb",
                                            "sys/class/block/sdb1"};
-    const std::string mountinfo = readText(copy / "proc/self/mountinfo");
+    const std::string mountinfo(
+        std::istreambuf_iterator<char>(std::ifstream(copy / "proc/self/mountinfo").rdbuf()), {});
     for (const auto& entry : entries) {
         fs::create_directories((aside / entry).parent_path());
         fs::rename(copy / entry, aside / entry);

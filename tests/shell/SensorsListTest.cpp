@@ -1,4 +1,5 @@
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
+#include "collectors/sensors/SensorsStatus.h"
 #include "hardware/PlatformLinux.h"
 #include "preferences/PreferencesFixture.h"
 #include "shell/SensorsController.h"
@@ -77,6 +78,40 @@ TEST_F(SensorsListTest, RecordsAndHiddenSensorsByKey) {
               (std::vector<std::string>{"TEMPERATURE SENSORS", "HARD DRIVE TEMPERATURE SENSORS",
                                         "FAN SENSORS", "VOLTAGE SENSORS", "CURRENT SENSORS",
                                         "POWER SENSORS", "FREQUENCY SENSORS"}));
+}
+
+TEST_F(SensorsListTest, RenamedAndHiddenSensorsKeepTheirKeysInTheListAndTheDropdown) {
+    const std::string cpu = kCpu;
+    const std::string own = sensors->sensorWithKey(cpu)->name;
+    SensorsList list(preferences, *sensors);
+
+    ASSERT_TRUE(list.setName(cpu, "Processor die"));
+    ASSERT_TRUE(list.setHidden(cpu, true));
+    TextCaches caches;
+    const TextContext text = caches.with(preferences);
+    const auto find = [&](const Value& rows) {
+        for (const Value& row : rows.arrayItems())
+            if (row["key"].stringValue() == cpu)
+                return row;
+        return Value();
+    };
+    const Value shown = find(SensorsStatus(*sensors, text, SensorsStatus::Scope::all).dictionary());
+    EXPECT_EQ(shown["name"].stringValue(), "Processor die");
+    EXPECT_TRUE(shown["hidden"].boolValue());
+    EXPECT_EQ(sensors->sensorWithKey(cpu)->name, own); // the collector's own name stays
+    const auto rows = list.rows();
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const SensorPageRow& r) {
+        return r.sensor && r.sensor->key() == cpu;
+    });
+    ASSERT_NE(row, rows.end());
+    EXPECT_EQ(row->name, "Processor die");
+
+    ASSERT_TRUE(list.setName(cpu, "  "));
+    ASSERT_TRUE(list.setHidden(cpu, false));
+    const Value back = find(SensorsStatus(*sensors, text, SensorsStatus::Scope::all).dictionary());
+    EXPECT_EQ(back["name"].stringValue(), own);
+    EXPECT_FALSE(back.contains("hidden"));
+    EXPECT_FALSE(onDisk(kSensorNamesKey).contains(cpu));
 }
 
 } // namespace

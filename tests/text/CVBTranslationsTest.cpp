@@ -52,15 +52,11 @@ TEST_F(Translations, PortugueseFallsBackToPortugalAndTheChoiceKeepsItsUnderscore
 }
 
 TEST_F(Translations, ReadingDirectionFollowsTheChosenLanguage) {
-    for (const auto& [language, rtl] : {std::pair{"ar", true},
-                                        {"he_IL", true},
-                                        {"fa-IR", true},
-                                        {"ur", true},
-                                        {"yi", true},
-                                        {"en", false},
-                                        {"de", false},
-                                        {"pt_PT", false},
-                                        {"zh-Hant", false}}) {
+    // "ur" and "yi" are named by no list: their script decides.
+    const std::pair<const char*, bool> cases[] = {
+        {"he_IL", true}, {"fa-IR", true},  {"ur", true},      {"yi", true},
+        {"en", false},   {"pt_PT", false}, {"zh-Hant", false}};
+    for (const auto& [language, rtl] : cases) {
         CVBSetObjectForKey(Value(language), "language");
         EXPECT_EQ(isRTLLanguage(text), rtl) << language;
         EXPECT_EQ(textAlignmentForLanguage(text), rtl ? kAlignmentRight : kAlignmentLeft)

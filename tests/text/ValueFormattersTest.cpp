@@ -32,9 +32,13 @@ std::string sensor(const TextContext& t, int type, double value) {
     return formattedSensor(t, &reading);
 }
 
-std::string menubarSensor(const TextContext& t, int type, double value,
-                          const Value& options = Value::dict(), bool switched = false) {
+// With one option set, when `option` names one.
+std::string menubarSensor(const TextContext& t, int type, double value, const char* option = "",
+                          const Value& setting = {}, bool switched = false) {
     const Reading reading(type, value);
+    Value options = Value::dict();
+    if (*option)
+        options.set(option, setting);
     return formattedMenubarSensor(t, &reading, options, switched);
 }
 
@@ -48,79 +52,67 @@ std::string sensor2(const TextContext& t, int type, double itemValue, double val
 struct Formatter {
     const char* name;
     Format format;
-    const char* neutral;
+    const char* neutral = "-";
 };
 
 const Formatter kFormatters[] = {
-    {"bandwidth", [](auto& t, double v) { return formattedBandwidth(t, false, v); }, "-"},
-    {"menubar", [](auto& t, double v) { return formattedBandwidthFormatter(t, false, v); }, "-"},
-    {"menubar switched", [](auto& t, double v) { return formattedBandwidthFormatter(t, true, v); },
-     "-"},
-    {"disk activity", [](auto& t, double v) { return formattedDiskActivity(t, v); }, "-"},
-    {"space", [](auto& t, double v) { return formattedSpace(t, v); }, "-"},
-    {"memory", [](auto& t, double v) { return formattedMemory(t, v); }, "-"},
-    {"frequency", [](auto& t, double v) { return formattedFrequency(t, v); }, "-"},
-    {"percentage 1", [](auto& t, double v) { return formattedPercentage(t, 1, v); }, "-"},
-    {"percentage 7", [](auto& t, double v) { return formattedPercentage(t, 7, v); }, "-"},
-    {"number", [](auto& t, double v) { return formattedNumber(t, v); }, "-"},
-    {"milliamps", [](auto& t, double v) { return formattedMilliAmps(t, v); }, "-"},
-    {"milliamp hours", [](auto& t, double v) { return formattedMilliAmpHours(t, v); }, "-"},
-    {"temperature", [](auto& t, double v) { return formattedTemperature(t, v); }, "-°"},
-    {"temperature switched", [](auto& t, double v) { return temperatureValue(t, true, v); }, "-"},
-    {"double", [](auto& t, double v) { return t.formatters.stringFromDouble(v); }, "-"},
+    {"bandwidth", [](auto& t, auto v) { return formattedBandwidth(t, false, v); }},
+    {"menubar", [](auto& t, auto v) { return formattedBandwidthFormatter(t, false, v); }},
+    {"menubar switched", [](auto& t, auto v) { return formattedBandwidthFormatter(t, true, v); }},
+    {"disk activity", [](auto& t, auto v) { return formattedDiskActivity(t, v); }},
+    {"space", [](auto& t, auto v) { return formattedSpace(t, v); }},
+    {"memory", [](auto& t, auto v) { return formattedMemory(t, v); }},
+    {"frequency", [](auto& t, auto v) { return formattedFrequency(t, v); }},
+    {"percentage 1", [](auto& t, auto v) { return formattedPercentage(t, 1, v); }},
+    {"percentage 7", [](auto& t, auto v) { return formattedPercentage(t, 7, v); }},
+    {"number", [](auto& t, auto v) { return formattedNumber(t, v); }},
+    {"milliamps", [](auto& t, auto v) { return formattedMilliAmps(t, v); }},
+    {"milliamp hours", [](auto& t, auto v) { return formattedMilliAmpHours(t, v); }},
+    {"temperature", [](auto& t, auto v) { return formattedTemperature(t, v); }, "-°"},
+    {"temperature switched", [](auto& t, auto v) { return temperatureValue(t, true, v); }},
+    {"double", [](auto& t, auto v) { return t.formatters.stringFromDouble(v); }},
     {"process bandwidth",
-     [](auto& t, double v) { return formattedProcessBandwidth(t, false, v).text; }, "-"},
+     [](auto& t, auto v) { return formattedProcessBandwidth(t, false, v).text; }},
     {"process bandwidth switched",
-     [](auto& t, double v) { return formattedProcessBandwidth(t, true, v).text; }, "-"},
-    {"process activity", [](auto& t, double v) { return formattedProcessActivity(t, v).text; },
-     "-"},
-    {"no sensor", [](auto& t, double) { return formattedSensor(t, nullptr); }, nullptr},
-    {"fan", [](auto& t, double v) { return sensor(t, 2, v); }, "-"},
-    {"volts", [](auto& t, double v) { return sensor(t, 3, v); }, "-"},
-    {"clock", [](auto& t, double v) { return sensor(t, 8, v); }, "-"},
-    {"multiplier", [](auto& t, double v) { return sensor(t, 9, v); }, "-"},
-    {"clock level", [](auto& t, double v) { return sensor2(t, 8, 3200, v); }, "-"},
-    {"unknown type", [](auto& t, double v) { return sensor2(t, -1, 0, v); }, "-"},
-    {"menubar volts", [](auto& t, double v) { return menubarSensor(t, 3, v); }, "-"},
+     [](auto& t, auto v) { return formattedProcessBandwidth(t, true, v).text; }},
+    {"process activity", [](auto& t, auto v) { return formattedProcessActivity(t, v).text; }},
+    {"no sensor", [](auto& t, auto) { return formattedSensor(t, nullptr); }, nullptr},
+    {"fan", [](auto& t, auto v) { return sensor(t, 2, v); }},
+    {"volts", [](auto& t, auto v) { return sensor(t, 3, v); }},
+    {"clock", [](auto& t, auto v) { return sensor(t, 8, v); }},
+    {"multiplier", [](auto& t, auto v) { return sensor(t, 9, v); }},
+    {"clock level", [](auto& t, auto v) { return sensor2(t, 8, 3200, v); }},
+    {"unknown type", [](auto& t, auto v) { return sensor2(t, -1, 0, v); }},
+    {"menubar volts", [](auto& t, auto v) { return menubarSensor(t, 3, v); }},
     {"menubar volts 2 decimals",
-     [](auto& t, double v) {
-         return menubarSensor(t, 3, v, Value::dict({{"decimals", 2}}));
-     },
-     "-"},
+     [](auto& t, auto v) { return menubarSensor(t, 3, v, "decimals", 2); }},
     {"menubar volts no suffix",
-     [](auto& t, double v) {
-         return menubarSensor(t, 3, v, Value::dict({{"suffix", false}}));
-     },
-     "-"},
-    {"menubar fan", [](auto& t, double v) { return menubarSensor(t, 2, v); }, "-"},
-    {"menubar fan unit",
-     [](auto& t, double v) {
-         return menubarSensor(t, 2, v, Value::dict({{"suffix", true}}));
-     },
-     "-"},
-    {"menubar clock", [](auto& t, double v) { return menubarSensor(t, 8, v); }, "-"},
-    {"menubar temperature", [](auto& t, double v) { return menubarSensor(t, 0, v); }, "-°"},
+     [](auto& t, auto v) { return menubarSensor(t, 3, v, "suffix", false); }},
+    {"menubar fan", [](auto& t, auto v) { return menubarSensor(t, 2, v); }},
+    {"menubar fan unit", [](auto& t, auto v) { return menubarSensor(t, 2, v, "suffix", true); }},
+    {"menubar clock", [](auto& t, auto v) { return menubarSensor(t, 8, v); }},
+    {"menubar temperature", [](auto& t, auto v) { return menubarSensor(t, 0, v); }, "-°"},
     {"menubar temperature switched",
-     [](auto& t, double v) { return menubarSensor(t, 0, v, Value::dict(), true); }, "-°"},
+     [](auto& t, auto v) { return menubarSensor(t, 0, v, "", {}, true); }, "-°"},
     {"duration field",
-     [](auto&, double v) {
+     [](auto&, auto v) {
          return DurationFormatter().getObjectValue(std::to_string(std::lround(v))).stringValue();
      },
      nullptr},
-    {"data field",
-     [](auto& t, double v) { return DataFormatter(t).stringForObjectValue(Value(v)); }, "-MB"},
+    {"data field", [](auto& t, auto v) { return DataFormatter(t).stringForObjectValue(Value(v)); },
+     "-MB"},
     {"gigabyte field",
-     [](auto& t, double v) {
+     [](auto& t, auto v) {
          DataFormatter data(t);
          data.dataFormat = 1;
          return data.stringForObjectValue(Value(v));
      },
      "-GB"},
     {"temperature field",
-     [](auto& t, double v) { return TemperatureFormatter(t).stringForObjectValue(Value(v)); },
-     "-°C"},
+     [](auto& t, auto v) { return TemperatureFormatter(t).stringForObjectValue(Value(v)); }, "-°C"},
     {"percentage field",
-     [](auto&, double v) { return PercentageFormatter().stringForObjectValue(Value(v)); }, "-%"},
+     [](auto&, auto v) { return PercentageFormatter().stringForObjectValue(Value(v)); }, "-%"},
+
 };
 
 struct Case {
@@ -168,13 +160,18 @@ TEST_P(FormatterRules, EnglishAndGermanSideBySide) {
     EXPECT_EQ(texts(english), c.english);
 }
 
-const std::pair<const char*, std::int64_t> kWords{"Network_MenubarUnitLevel", 3};
-const std::pair<const char*, std::int64_t> kBytes{"Network_DataFormat", 0};
-const std::pair<const char*, std::int64_t> kBits{"Network_DataFormat", 2};
-const std::pair<const char*, std::int64_t> kTwoKB{"Network_DecimalLevelKB", 2};
-const std::pair<const char*, std::int64_t> kCelsius{"Sensors_TemperatureMode", 0};
-const std::pair<const char*, std::int64_t> kFahrenheit{"Sensors_TemperatureMode", 1};
-const std::pair<const char*, std::int64_t> kKelvin{"Sensors_TemperatureMode", 2};
+using Setting = std::pair<const char*, std::int64_t>;
+Setting units(std::int64_t level) {
+    return {"Network_MenubarUnitLevel", level};
+}
+Setting format(std::int64_t code) {
+    return {"Network_DataFormat", code};
+}
+const Setting kWords = units(3), kBytes = format(0), kBits = format(2);
+const Setting kTwoKB{"Network_DecimalLevelKB", 2}, kTwoMB{"Network_DecimalLevelMB", 2};
+const Setting kCelsius{"Sensors_TemperatureMode", 0};
+const Setting kFahrenheit{"Sensors_TemperatureMode", 1};
+const Setting kKelvin{"Sensors_TemperatureMode", 2};
 
 const Case kCases[] = {
     // The menu bar's first level holds up to 1000 inclusive, then 1001/1024 = 0.977 -> 0.98;
@@ -182,19 +179,11 @@ const Case kCases[] = {
     {"menubar", {1000, 1001}, "1000 B/s|0.98 KB/s", "1000 B/s|0,98 KB/s", {kBytes, kWords, kTwoKB}},
     {"menubar", {1536}, "1.5 KB/s", "1,5 KB/s", {kBytes, kWords, {"Network_DecimalLevelKB", 1}}},
     // 1024001 passes the KB threshold: 0.977 MB with the MB decimals.
-    {"menubar",
-     {1024001},
-     "0.98 MB/s",
-     "0,98 MB/s",
-     {kBytes, kWords, {"Network_DecimalLevelMB", 2}}},
+    {"menubar", {1024001}, "0.98 MB/s", "0,98 MB/s", {kBytes, kWords, kTwoMB}},
     // Unit level 0 keeps the blank, 1 is one letter, 2 two letters after the first level.
-    {"menubar", {500}, "500 ", "500 ", {kBytes, {"Network_MenubarUnitLevel", 0}}},
-    {"menubar", {2048}, "2.00 K", "2,00 K", {kBytes, {"Network_MenubarUnitLevel", 1}, kTwoKB}},
-    {"menubar",
-     {10, 2048},
-     "10 B|2.00 KB",
-     "10 B|2,00 KB",
-     {kBytes, {"Network_MenubarUnitLevel", 2}, kTwoKB}},
+    {"menubar", {500}, "500 ", "500 ", {kBytes, units(0)}},
+    {"menubar", {2048}, "2.00 K", "2,00 K", {kBytes, units(1), kTwoKB}},
+    {"menubar", {10, 2048}, "10 B|2.00 KB", "10 B|2,00 KB", {kBytes, units(2), kTwoKB}},
     // Bits: 200 B/s * 8 = 1600 b/s, past 1000, so 1600/1024 = 1.5625 Kb/s. switchUnits turns bytes
     // to bits.
     {"menubar", {200}, "1.56 Kb/s", "1,56 Kb/s", {kBits, kWords, kTwoKB}},
@@ -202,14 +191,10 @@ const Case kCases[] = {
     {"bandwidth", {1024}, "1024 B/s", "1024 B/s", {kBytes, kWords}},
     // Format 4 skips the first two levels: 10 / 1048576 rounds to 0.00. Format 6 is bytes without
     // the first level and without the factor 8.
-    {"bandwidth", {10}, "0.00 MB/s", "0,00 MB/s", {{"Network_DataFormat", 4}}},
-    {"bandwidth", {512}, "0.50 KB/s", "0,50 KB/s", {{"Network_DataFormat", 6}}},
+    {"bandwidth", {10}, "0.00 MB/s", "0,00 MB/s", {format(4)}},
+    {"bandwidth", {512}, "0.50 KB/s", "0,50 KB/s", {format(6)}},
     // 1000 MiB/s is below 1 GiB/s, so it stays MB with grouping.
-    {"bandwidth",
-     {1000.0 * 1048576},
-     "1,000.00 MB/s",
-     "1.000,00 MB/s",
-     {{"Network_DataFormat", 1}}},
+    {"bandwidth", {1000.0 * 1048576}, "1,000.00 MB/s", "1.000,00 MB/s", {format(1)}},
     // Space is decimal: 999999 B is still KB; 2.5e12 B = 2.5e9 KB, past the GB bound.
     {"space", {999999, 1000001, 2.5e12}, "1000 KB|1.0 MB|2.50 TB", "1000 KB|1,0 MB|2,50 TB"},
     // 999.9 KB rounds in KB; 16 GiB in KB, single-precision division gives exactly 16.

@@ -74,16 +74,13 @@ void showSection(const std::string& name, const std::string& page) {
     runUntil([] { return false; }, milliseconds(50)); // the first frame of the page
 }
 
-// Every widget under `root`, depth first.
-void collect(Gtk::Widget& root, std::vector<Gtk::Widget*>& into) {
-    into.push_back(&root);
-    for (Gtk::Widget* child = root.get_first_child(); child; child = child->get_next_sibling())
-        collect(*child, into);
-}
-
+// Every widget under `root`, `root` first.
 std::vector<Gtk::Widget*> widgetsUnder(Gtk::Widget& root) {
-    std::vector<Gtk::Widget*> all;
-    collect(root, all);
+    std::vector<Gtk::Widget*> all{&root};
+    for (std::size_t i = 0; i < all.size(); ++i)
+        for (Gtk::Widget* child = all[i]->get_first_child(); child;
+             child = child->get_next_sibling())
+            all.push_back(child);
     return all;
 }
 
@@ -91,10 +88,9 @@ std::vector<Gtk::Widget*> widgetsUnder(Gtk::Widget& root) {
 bool takesFocus(Gtk::Widget& widget) {
     if (!widget.get_mapped() || !widget.get_focusable() || !widget.is_sensitive())
         return false;
-    for (Gtk::Widget* w = &widget; w; w = w->get_parent()) {
+    for (Gtk::Widget* w = &widget; w; w = w->get_parent())
         if (!w->get_can_focus())
             return false;
-    }
     return true;
 }
 
@@ -288,16 +284,20 @@ Value storedValue(const char* key) {
     return PreferenceDomain(kExtrasDomain, file).copyValue(key);
 }
 
+template <typename Control>
+Control* namedUnder(Gtk::Widget& root, const std::string& label) {
+    for (Gtk::Widget* widget : widgetsUnder(root))
+        if (auto* control = dynamic_cast<Control*>(widget);
+            control && accessibleLabelIs(*control, label))
+            return control;
+    return nullptr;
+}
+
 // The widget of the page's row for `key`, found by the name a screen reader says.
 template <typename Control>
 Control* controlForKey(WindowPage& page, const char* key) {
     const BoundRow* row = page.controls().rowForKey(key);
-    for (Gtk::Widget* widget : row ? widgetsUnder(page.widget()) : std::vector<Gtk::Widget*>()) {
-        auto* control = dynamic_cast<Control*>(widget);
-        if (control && accessibleLabelIs(*control, row->description.title))
-            return control;
-    }
-    return nullptr;
+    return row ? namedUnder<Control>(page.widget(), row->description.title) : nullptr;
 }
 
 // The user's click is stored in the settings file, and every process hears of it.
@@ -322,15 +322,6 @@ Gtk::Widget* rowTitled(Gtk::Widget& root, const std::string& title) {
         if (ADW_IS_PREFERENCES_ROW(widget->gobj()) &&
             title == adw_preferences_row_get_title(ADW_PREFERENCES_ROW(widget->gobj())))
             return widget;
-    return nullptr;
-}
-
-template <typename Control>
-Control* namedUnder(Gtk::Widget& root, const std::string& label) {
-    for (Gtk::Widget* widget : widgetsUnder(root))
-        if (auto* control = dynamic_cast<Control*>(widget);
-            control && accessibleLabelIs(*control, label))
-            return control;
     return nullptr;
 }
 

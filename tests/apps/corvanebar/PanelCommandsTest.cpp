@@ -1,8 +1,9 @@
 // The commands that put the items into other programs' panels, run as built: `corvanebar
 // waybar` against the panel interface on a bus of the test's own, and `corvanebar
 // gnome-extension install` into a home of the test's own.
-#include "RunningProgram.h"
+#include "status/BusTestSupport.h"
 #include "status/PanelService.h"
+#include "support/RunningProgram.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

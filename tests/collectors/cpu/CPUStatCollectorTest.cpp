@@ -106,10 +106,9 @@ TEST_F(CPUCollector, PhysicalCoresAverageTheirTwoThreads) {
     const statsample second = cpu->physicalCores()[1]->sampleAtIndex(0, 0);
     EXPECT_FLOAT_EQ(second.values[CPUStatCollectorItem::User], 0.0F);
     EXPECT_FLOAT_EQ(second.values[CPUStatCollectorItem::System], 0.0F);
-}
 
-TEST_F(CPUCollector, AnOddThreadCountLeavesTheLastPhysicalCoreAtZero) {
-    auto cpu = make(6, 3, std::vector<CPUStatCollector::Ticks>(5, {0, 0, 0, 0}));
+    // An odd thread count leaves the last physical core at zero.
+    cpu = make(6, 3, std::vector<CPUStatCollector::Ticks>(5, {0, 0, 0, 0}));
     cpu->ticks.assign(5, {80, 20, 0, 0});
     cpu->updateStats();
     ASSERT_EQ(cpu->physicalCores().size(), 3u);

@@ -74,7 +74,7 @@ TEST_F(DiskSpace, AHungReadNeverStallsTheCycleNorStartsASecond) {
     EXPECT_EQ(rig.space->reads["/"], 0);
 }
 
-TEST_F(DiskSpace, FiguresFromTheAnswer) {
+TEST(DiskSpaceFigures, FromTheAnswer) {
     const struct {
         std::optional<VolumeSpace> space;
         double size, free, used, percentage, purgeable, percentageWithout;
@@ -98,9 +98,7 @@ TEST_F(DiskSpace, FiguresFromTheAnswer) {
         EXPECT_DOUBLE_EQ(item.storagePercentagePurgable, c.percentageWithout);
         EXPECT_FALSE(item.busy);
     }
-}
-
-TEST_F(DiskSpace, ImportantCapacityIsNotAskedAfterAFirstAnswerWithout) {
+    // Important capacity is not asked after a first answer without it.
     DiskStatCollectorItem item(6, 1);
     item.applySpace(VolumeSpace{1000, 250, 0}, 1);
     item.applySpace(VolumeSpace{1000, 250, 400}, 2);

@@ -121,16 +121,14 @@ TEST(IPv6Addresses, RecordedAddressesSortIntoKinds) {
 
 TEST(IPv6Addresses, SettingsChooseWhichAddressesShowAndHow) {
     const Value flags = recordedIPv6Flags();
-    const Value service = Value::dict(
-        {{"ipv4", Value::array({"192.168.1.20", "10.0.0.5"})},
-         {"subnet", Value::array({"255.255.255.0", "255.0.0.0"})},
-         {"ipv6", Value::array({"fe80::1c6b:dcff:fe8e:fe98", "2001:db8:1:0:a1b2:c3d4:e5f6:789a",
-                                "2001:db8:1:0:9c3e:1d2f:4a5b:6c7d", "2001:db8:1::1000",
-                                "2001:db8:1:0:ab77:d8a1:75fc:2ee5"})}});
     const std::string link = "fe80::1c6b:dcff:fe8e:fe98",
                       stable = "2001:db8:1:0:a1b2:c3d4:e5f6:789a",
                       old = "2001:db8:1:0:9c3e:1d2f:4a5b:6c7d", lease = "2001:db8:1::1000",
                       temporary = "2001:db8:1:0:ab77:d8a1:75fc:2ee5";
+    const Value service =
+        Value::dict({{"ipv4", Value::array({"192.168.1.20", "10.0.0.5"})},
+                     {"subnet", Value::array({"255.255.255.0", "255.0.0.0"})},
+                     {"ipv6", Value::array({link, stable, old, lease, temporary})}});
     const std::vector<std::pair<Value, Strings>> cases{
         {Value::dict(),
          {"IPv4: 192.168.1.20 10.0.0.5", "Subnet Mask: 255.255.255.0 255.0.0.0",

@@ -78,41 +78,25 @@ TEST_F(PingLoop, StraysErrorsFailuresAndCancel) {
         const char* host = "192.0.2.7";
         PingTransport::Open open = PingTransport::Open::Ok;
     };
+    const Script strays = [](ScriptedTransport& t, const ping::Bytes& p) {
+        t.answer(p, 0.1, 1);    // another pinger's identifier
+        t.answer(p, 0.2, 0, 1); // an old sequence
+        return 0;
+    };
+    const Script refused = [](ScriptedTransport&, const ping::Bytes&) { return EINVAL; };
+    // Dropped a moment after the second packet went out.
+    const Script drops = [](ScriptedTransport& t, const ping::Bytes&) {
+        return t.sent.size() == 2 ? ENETUNREACH : 0;
+    };
+    const Script silent = [](ScriptedTransport&, const ping::Bytes&) { return 0; };
+    const auto noSocket = PingTransport::Open::Refused;
     const Case cases[] = {
-        {"stray replies until the timeout",
-         2,
-         [](ScriptedTransport& t, const ping::Bytes& p) {
-             t.answer(p, 0.1, 1);    // another pinger's identifier
-             t.answer(p, 0.2, 0, 1); // an old sequence
-             return 0;
-         },
-         {"began", "timeout 1", "timeout 2", "complete 2/0"},
-         2},
-        {"send refused at once",
-         1,
-         [](ScriptedTransport&, const ping::Bytes&) { return EINVAL; },
-         {"began", "failed Unable to ping host"},
-         1},
-        {"dropped a moment after a packet went out",
-         3,
-         [](ScriptedTransport& t, const ping::Bytes&) {
-             return t.sent.size() == 2 ? ENETUNREACH : 0;
-         },
-         {"began", "timeout 1", "timeout 2", "timeout 3", "complete 2/0"},
-         3},
-        {"no socket",
-         4,
-         kAnswer,
-         {"failed Unable to create socket"},
-         0,
-         "192.0.2.7",
-         PingTransport::Open::Refused},
+        {"strays", 2, strays, {"began", "timeout 1", "timeout 2", "complete 2/0"}, 2},
+        {"refused", 1, refused, {"began", "failed Unable to ping host"}, 1},
+        {"dropped", 3, drops, {"began", "timeout 1", "timeout 2", "timeout 3", "complete 2/0"}, 3},
+        {"no socket", 4, kAnswer, {"failed Unable to create socket"}, 0, "192.0.2.7", noSocket},
         {"no address", 4, kAnswer, {"failed Unable to look up address"}, 0, ""},
-        {"cancel while waiting",
-         4,
-         cancelAt(2, [](auto&, auto&) { return 0; }),
-         {"began", "timeout 1"},
-         2},
+        {"cancel while waiting", 4, cancelAt(2, silent), {"began", "timeout 1"}, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -51,8 +51,19 @@ protected:
         return rows;
     }
 
+    // Starts `daemon` on the session bus; without a bus or a daemon only this process reads.
+    bool started(test::DaemonProcess& daemon) {
+        if (bus && daemon.start(bus.get()))
+            return true;
+        std::printf("no session bus or no daemon (%s): only this process's reading is checked\n",
+                    daemon.log().c_str());
+        return false;
+    }
+
     ManualMainQueue queue{1'795'000'000.0};
     EngineContext context{queue, kSettingsTierCount, nullptr};
+    const GObjectRef<GDBusConnection> bus =
+        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
 };
 
 // Every input once, in the unit shown, under its heading's type.
@@ -91,27 +102,22 @@ TEST_F(Sensors, RecordedPCs) {
          }) {
         const auto collector = hwmonCollector(fixture(c.tree));
         EXPECT_EQ(byKey(*collector), c.expected) << c.tree;
-        for (const auto& item : collector->sensors())
+        int lastType = -1; // listed by type
+        for (const auto& item : collector->sensors()) {
             EXPECT_EQ(item->defaultSensor, item->key() == c.defaultKey) << item->key();
+            EXPECT_GE(item->sensorType, lastType) << item->key();
+            lastType = item->sensorType;
+        }
     }
     EXPECT_TRUE(hwmonCollector(fixture("hw-no-dmi"))->sensors().empty());
-}
-
-TEST_F(Sensors, ChipLimitsAndOrder) {
-    const auto laptop = hwmonCollector(fixture("hw-intel-laptop"));
-    const auto core = laptop->sensorWithKey("coretemp.0/temp1");
+    // The chip's limits; nvme's -273.15 minimum is a placeholder, not a limit.
+    const auto core = hwmonCollector(fixture("hw-intel-laptop"))->sensorWithKey("coretemp.0/temp1");
     ASSERT_TRUE(core);
     EXPECT_TRUE(core->hasFixedLimits);
     EXPECT_FLOAT_EQ(core->high, 100.0F);
     EXPECT_FLOAT_EQ(core->percentage, 0.48F);
-    const auto amd = hwmonCollector(fixture("hw-amd-desktop"));
-    // nvme's -273.15 minimum is a placeholder, not a limit.
-    EXPECT_FLOAT_EQ(amd->sensorWithKey("nvme-pci-0100/temp1")->low, 0.0F);
-    int lastType = -1;
-    for (const auto& item : amd->sensors()) {
-        EXPECT_GE(item->sensorType, lastType) << item->key();
-        lastType = item->sensorType;
-    }
+    EXPECT_FLOAT_EQ(
+        hwmonCollector(fixture("hw-amd-desktop"))->sensorWithKey("nvme-pci-0100/temp1")->low, 0.0F);
 }
 
 // The key path on a recorded Intel Mac: the catalogue's rows, read through the controller.
@@ -123,16 +129,11 @@ TEST_F(Sensors, RecordedIntelMacThroughItsKeysReadHereAndByTheDaemon) {
                                      std::make_unique<SMCDirectKeyReader>(smc, false));
     direct.loadSensors();
     // A user's collector asks the daemon, here on a private session bus over the same tree.
-    const auto bus =
-        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
     test::DaemonProcess daemon({"--sysroot", fixture("hw-macbookpro11-1").string()});
     std::unique_ptr<SensorsStatCollectorLinux> throughDaemon;
-    if (bus && daemon.start(bus.get()))
+    if (started(daemon))
         throughDaemon = SensorsStatCollectorLinux::make(
             context, root, GObjectRef<GDBusConnection>::share(bus.get()));
-    else
-        std::printf("no session bus or no daemon (%s): only the direct reader is checked\n",
-                    daemon.log().c_str());
     for (SensorsStatCollectorLinux* mac : {&direct, throughDaemon.get()}) {
         if (!mac)
             continue;
@@ -168,19 +169,14 @@ TEST_F(Sensors, RecordedFirstAppleSiliconMacByNameHereAndByTheDaemon) {
         {"ANE MTR 1", {0, 35.0F}},    {"AS_SOCDIE_AVERAGE", {0, 124.0F / 3}},
         {"AS_EFF_AVG", {0, 38.5F}},   {"AS_PERF_AVG", {0, 46.0F}},
         {"AS_PMDIE_AVG", {0, 37.0F}}, {"AS_PMSOC_AVG", {0, 40.5F}}};
-    const auto bus =
-        GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
     test::DaemonProcess daemon({"--sysroot", copy.path().string()});
-    const bool daemonRuns = bus && daemon.start(bus.get());
+    const bool daemonRuns = started(daemon);
     if (daemonRuns) {
         const auto answer = daemonArmSensors(
             bus.get(), Value::array({Value::dict({{"key", "SOC MTR 1"}, {"name", "Die"}})}), 1000);
         ASSERT_TRUE(answer);
         ASSERT_EQ(answer->size(), 1u) << *answer;
         EXPECT_DOUBLE_EQ((*answer)[0]["value"].doubleValue(), 42.75);
-    } else {
-        std::printf("no session bus or no daemon (%s): only the local list is checked\n",
-                    daemon.log().c_str());
     }
     auto local = SensorsStatCollectorLinux::make(context, root, {});
     auto throughDaemon =

@@ -1,24 +1,39 @@
 #pragma once
 
-#include "status/BusTestSupport.h"
 #include "support/TemporaryDirectory.h"
 
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <glib.h>
 #include <optional>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace corvane::test {
 
-// The built `corvanebar`, run as a user would: HOME and the XDG folders are `home` (by default a
-// folder of its own), `environment` adds variables, and its standard output goes to
-// `outputFile` when given, else to a pipe read line by line while this thread's main context
+// Runs the default main context, where GDBus delivers, until `condition` holds or the time is up.
+inline bool runMainContextUntil(const std::function<bool()>& condition, double seconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        while (g_main_context_iteration(nullptr, FALSE)) {
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// The built `corvanebar`, run as a user would, in English: HOME and the XDG folders are `home`
+// (by default a folder of its own), `environment` adds variables, and its standard output goes
+// to `outputFile` when given, else to a pipe read line by line while this thread's main context
 // answers its calls.
 class RunningProgram {
 public:
@@ -31,7 +46,7 @@ public:
         for (const auto& argument : arguments)
             argv.push_back(argument.c_str());
         argv.push_back(nullptr);
-        gchar** env = g_get_environ();
+        gchar** env = g_environ_setenv(g_get_environ(), "LANGUAGE", "en", TRUE);
         for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME"})
             env =
                 g_environ_setenv(env, name, (home.empty() ? ownHome_.path() : home).c_str(), TRUE);
@@ -60,7 +75,7 @@ public:
     bool started() const { return started_; }
     std::optional<std::string> nextLine(double seconds = 5) {
         std::optional<std::string> line;
-        waitUntil(
+        runMainContextUntil(
             [&] {
                 for (char c = 0; ::read(output_, &c, 1) == 1; pending_ += c)
                     if (c == '\n') {
@@ -79,20 +94,25 @@ public:
         if (signal)
             ::kill(pid_, signal);
         int status = 0;
-        if (!waitUntil([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; }, seconds))
+        if (!runMainContextUntil([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; },
+                                 seconds))
             return -1;
         return status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
-    // Everything it printed on its standard error, once it has ended.
-    std::string errorText() const {
+    // What it printed and no `nextLine` took, and what it printed on its standard error, once it
+    // has ended.
+    std::string outputText() const { return pending_ + readAll(output_); }
+    std::string errorText() const { return readAll(error_); }
+
+private:
+    static std::string readAll(int fd) {
         std::string text;
         char buffer[512];
-        for (ssize_t n; (n = ::read(error_, buffer, sizeof buffer)) > 0;)
+        for (ssize_t n; fd >= 0 && (n = ::read(fd, buffer, sizeof buffer)) > 0;)
             text.append(buffer, static_cast<std::size_t>(n));
         return text;
     }
 
-private:
     TemporaryDirectory ownHome_;
     bool started_ = false;
     GPid pid_ = 0;
