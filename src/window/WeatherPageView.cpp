@@ -1,5 +1,6 @@
 #include "window/WeatherPageView.h"
 
+#include "foundation/DistributedNotificationCenter.h"
 #include "preferences/CVBPreferences.h"
 #include "window/AdwRows.h"
 
@@ -12,6 +13,7 @@ namespace {
 // The cities database answers with up to a thousand places; the first few are what is wanted.
 constexpr std::size_t kShownRows = 10;
 constexpr const char* kStationsDisabledKey = "Weather_PWSDisabled";
+constexpr const char* kStationsChangedNotification = "CorvaneBarWeatherPWSChanged";
 
 // A screen reader announces the text inside an entry, which takes the focus, not the entry.
 void nameText(Gtk::Widget& entry, const std::string& label) {
@@ -32,9 +34,16 @@ WeatherPageView::WeatherPageView(WindowServices& services, WeatherController& co
     , services_(services)
     , controller_(controller) {
     append(locationGroup());
-    if (!services_.preferences.objectForKey(kStationsDisabledKey).boolValue())
-        append(stationRow());
+    append(stationRow());
     append(providerGroup());
+    // The application menu turns stations off and on while the page is open.
+    showStationRow();
+    stationsChanged_ = services_.distributed.addObserver(
+        kStationsChangedNotification, [this](const Notification&) {
+            // Another process may have written it: this one's cached read is stale.
+            services_.preferences.resetValueForKey(kStationsDisabledKey);
+            showStationRow();
+        });
     // Changes come from the network and the cities database; rows are rebuilt once the
     // handler that caused them has returned, as a click may have started it.
     listeners_ = std::make_shared<WeatherController::Listeners>();
@@ -60,8 +69,14 @@ Gtk::Widget& WeatherPageView::locationGroup() {
     return *locationGroup_;
 }
 
+void WeatherPageView::showStationRow() {
+    stationGroup_->set_visible(
+        !services_.preferences.objectForKey(kStationsDisabledKey).boolValue());
+}
+
 Gtk::Widget& WeatherPageView::stationRow() {
     auto& group = adw::group(services_.translate("Personal weather station"));
+    stationGroup_ = &group;
     auto* box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, 6);
     station_ = Gtk::make_managed<Gtk::Entry>();
     station_->set_width_chars(14);

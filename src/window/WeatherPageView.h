@@ -1,5 +1,6 @@
 #pragma once
 
+#include "foundation/NotificationCenter.h"
 #include "foundation/Value.h"
 #include "shell/WeatherController.h"
 #include "window/WindowServices.h"
@@ -20,6 +21,7 @@ public:
 private:
     Gtk::Widget& locationGroup();
     Gtk::Widget& stationRow();
+    void showStationRow();
     Gtk::Widget& providerGroup();
     // Rebuilt from the controller when its search or provider list changes.
     void showRows();
@@ -31,6 +33,8 @@ private:
     std::shared_ptr<WeatherController::Listeners> listeners_;
     Gtk::Widget* locationGroup_ = nullptr;
     Gtk::Widget* providerGroup_ = nullptr;
+    Gtk::Widget* stationGroup_ = nullptr;
+    Observation stationsChanged_;
     std::vector<Gtk::Widget*> rows_;
     Gtk::SearchEntry* search_ = nullptr;
     Gtk::Entry* station_ = nullptr;

@@ -354,6 +354,19 @@ TEST_F(WindowDisplayTest, TheTimePageFollowsTheClocksCommandAndRenames) {
     EXPECT_EQ(names[0]["name"].stringValue(), "Home");
 }
 
+// Turning personal weather stations off elsewhere, as the application menu or the command line
+// does, hides their row on the open page; turning them on shows it again.
+TEST_F(WindowDisplayTest, TheStationRowFollowsTheStationsSwitch) {
+    showSection("weather", "Weather");
+    Gtk::Widget* station = rowTitled(page().widget(), "Station ID");
+    ASSERT_NE(station, nullptr);
+    EXPECT_TRUE(station->get_mapped());
+    ASSERT_TRUE(runCommand({"prefs", "set", "Weather_PWSDisabled", "true"}));
+    EXPECT_TRUE(runUntil([&] { return !station->get_mapped(); }));
+    ASSERT_TRUE(runCommand({"prefs", "remove", "Weather_PWSDisabled"}));
+    EXPECT_TRUE(runUntil([&] { return station->get_mapped(); }));
+}
+
 // A drag moves a slider through many values; only the one it rests on is stored and posted.
 TEST_F(WindowDisplayTest, ASliderWritesOnceWhenItRests) {
     showSection("general", "General");
