@@ -26,6 +26,14 @@ std::string text(CVBPreferences& preferences, const std::string& key) {
     return HLVLocalizedString(applicationText(preferences), key, std::nullopt, "layout");
 }
 
+// The element's name, and its width where the user sets one, in the window's language.
+std::string description(CVBPreferences& preferences, const ExtraLayoutItem& item) {
+    if (!item.resizable)
+        return item.title;
+    return formattedString(formattedString(text(preferences, "%@, %@ points"), item.title),
+                           std::to_string(item.width()));
+}
+
 void setAccessibleName(Gtk::Widget& widget, const std::string& name) {
     gtk_accessible_update_property(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                    name.c_str(), -1);
@@ -157,7 +165,7 @@ Gtk::Widget& LayoutEditor::makeTile(const ExtraLayoutItem& item, Row row, std::s
     tile->set_tooltip_text(item.title);
     const std::string where = row == Row::Active ? "%@, in the panel" : "%@, available";
     setAccessibleName(*tile, formattedString(text(model_.preferences(), where),
-                                             LayoutEditorModel::itemDescription(item)));
+                                             description(model_.preferences(), item)));
     if (model_.editable())
         addDragSource(*tile, row, index, item.key);
     return *tile;
@@ -166,7 +174,7 @@ Gtk::Widget& LayoutEditor::makeTile(const ExtraLayoutItem& item, Row row, std::s
 Gtk::Widget& LayoutEditor::makeFace(const ExtraLayoutItem& item) {
     const auto first = picture(item, 1.0);
     if (!first)
-        return *Gtk::make_managed<Gtk::Label>(LayoutEditorModel::itemDescription(item));
+        return *Gtk::make_managed<Gtk::Label>(description(model_.preferences(), item));
     auto* area = Gtk::make_managed<Gtk::DrawingArea>();
     area->set_content_width(static_cast<int>(first->size().width));
     area->set_content_height(static_cast<int>(Surface::kStripHeight));
