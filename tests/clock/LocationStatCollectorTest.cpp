@@ -4,11 +4,10 @@
 #include "foundation/ManualMainQueue.h"
 #include "preferences/PreferenceDomain.h"
 #include "support/FakeDBusService.h"
+#include "support/MainContext.h"
 #include "support/TemporaryDirectory.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace corvane {
 namespace {
@@ -61,15 +60,6 @@ protected:
         geoclue.emitSignal("org.freedesktop.GeoClue2.Client", "LocationUpdated",
                            g_variant_new("(oo)", "/", kLocation));
     }
-    template <class Done>
-    void pump(Done done, std::chrono::milliseconds wait = std::chrono::seconds(3)) {
-        const auto give_up = std::chrono::steady_clock::now() + wait;
-        while (!done() && std::chrono::steady_clock::now() < give_up) {
-            while (g_main_context_iteration(nullptr, false)) {
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-    }
 
     GObjectRef<GDBusConnection> bus;
     test::TemporaryDirectory dir;
@@ -94,7 +84,7 @@ TEST_F(GeoClue, AnUpdateIsKeptAsTheLastLocationAndZeroZeroIsIgnored) {
     EXPECT_NE(set[2].find("uint32 100"), std::string::npos);
 
     report(47.56, -52.71, 1700000000);
-    pump([&] { return updates == 1; });
+    test::runMainContextUntil([&] { return updates == 1; });
     EXPECT_DOUBLE_EQ(location.latitude(), 47.56);
     EXPECT_DOUBLE_EQ(
         defaults.copyValue(LocationStatCollector::kLastLocationKey)["longitude"].doubleValue(),
@@ -102,7 +92,7 @@ TEST_F(GeoClue, AnUpdateIsKeptAsTheLastLocationAndZeroZeroIsIgnored) {
 
     report(0, 0, 1700000100);    // no fix yet, as a service reports it
     report(40, -74, 1600000000); // older than what is kept
-    pump([&] { return updates > 1; }, std::chrono::milliseconds(300));
+    test::runMainContextFor(0.3);
     EXPECT_EQ(updates, 1);
     EXPECT_DOUBLE_EQ(location.latitude(), 47.56);
 

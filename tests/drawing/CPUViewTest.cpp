@@ -1,5 +1,4 @@
 #include "DrawingFixture.h"
-#include "collectors/cpu/LoadStatCollector.h"
 #include "drawing/Artwork.h"
 #include "drawing/CVBCPUMenuExtraView.h"
 #include "drawing/ItemRenderer.h"
@@ -52,16 +51,6 @@ TEST(CPUModePlan, PerCoreModesExpandAsTheGroupingSays) {
         EXPECT_EQ(planOf(c.plan.entries(c.list, c.cores)), c.expected) << c.list.description();
 }
 
-// Load averages the test sets.
-class ScriptedLoad final : public LoadStatCollector {
-public:
-    using LoadStatCollector::LoadStatCollector;
-    std::optional<std::array<double, 3>> averages;
-
-protected:
-    std::optional<std::array<double, 3>> loadAverages() override { return averages; }
-};
-
 class CPUView : public DrawingFixture {
 protected:
     void SetUp() override {
@@ -100,7 +89,7 @@ protected:
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
     ScriptedProcessor cpu{context, 8, 4};
-    ScriptedLoad load{context};
+    test::ScriptedLoad load{context};
 };
 
 TEST_F(CPUView, WidthIsTheSumOfItsElementsLessTheLastGap) {

@@ -10,14 +10,6 @@
 
 namespace corvane::test {
 
-// An item's list of elements, by their codes.
-inline Value modes(std::initializer_list<int> codes) {
-    Value list = Value::array();
-    for (int code : codes)
-        list.append(Value::dict({{"key", code}}));
-    return list;
-}
-
 // How many pixels of `image` pass `test(x, y, colour)`.
 template <class Test>
 int countPixels(const Image& image, Test test) {

@@ -2,11 +2,10 @@
 
 #include "foundation/Log.h"
 #include "support/FakeDBusService.h"
+#include "support/MainContext.h"
 
-#include <chrono>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace corvane {
 namespace {
@@ -58,11 +57,7 @@ TEST(LogindSleepWakeSource, FollowsTheSignalOnABus) {
         const auto sendAndWait = [&](gboolean start, const int& counter) {
             manager.emitSignal("org.freedesktop.login1.Manager", "PrepareForSleep",
                                g_variant_new("(b)", start));
-            for (int i = 0; i < 500 && counter == 0; ++i) {
-                while (g_main_context_iteration(nullptr, FALSE)) {
-                }
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            }
+            test::runMainContextUntil([&] { return counter != 0; });
         };
         sendAndWait(TRUE, sleeps);
         sendAndWait(FALSE, wakes);

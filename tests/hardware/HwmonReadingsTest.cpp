@@ -1,18 +1,13 @@
 #include "hardware/HwmonReadings.h"
 
-#include "support/TemporaryDirectory.h"
+#include "support/RecordedMachine.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 
 using namespace corvane;
 namespace fs = std::filesystem;
 
 namespace {
-
-fs::path fixture(const char* name) {
-    return fs::path(CVB_FIXTURES_DIR) / "sysroot" / name;
-}
 
 std::vector<std::string> keysOf(const HwmonReadings& readings) {
     std::vector<std::string> keys;
@@ -24,9 +19,9 @@ std::vector<std::string> keysOf(const HwmonReadings& readings) {
 // The chips sit on PCI, on the platform bus, on I2C, or virtually, with and without a thermal
 // zone: each names its chip its own way.
 TEST(HwmonReadings, KeysNameTheDriverTheBusAddressAndTheChannelAndValuesAreInSIUnits) {
-    HwmonReadings readings{SysRoot(fixture("hw-amd-desktop"))};
+    HwmonReadings readings{test::recordedRoot("hw-amd-desktop")};
     EXPECT_EQ(
-        keysOf(HwmonReadings{SysRoot(fixture("hw-intel-laptop"))}),
+        keysOf(HwmonReadings{test::recordedRoot("hw-intel-laptop")}),
         (std::vector<std::string>{"acpitz-thermal_zone0/temp1", "coretemp.0/temp1",
                                   "coretemp.0/temp2", "coretemp.0/temp3", "lm75-i2c-0-48/temp1"}));
     EXPECT_EQ(keysOf(readings),
@@ -65,16 +60,14 @@ TEST(HwmonReadings, KeysNameTheDriverTheBusAddressAndTheChannelAndValuesAreInSIU
 }
 
 TEST(HwmonReadings, KeptDescriptorsSeeNewValues) {
-    test::TemporaryDirectory copy;
-    fs::copy(fixture("hw-intel-laptop"), copy.path(),
-             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    HwmonReadings readings{SysRoot(copy.path())};
-    const fs::path file = copy / "sys/devices/platform/coretemp.0/hwmon/hwmon3/temp2_input";
-    { std::ofstream(file) << "61500\n"; }
+    const test::RecordedMachine copy("hw-intel-laptop");
+    HwmonReadings readings{copy.root()};
+    const char* file = "/sys/devices/platform/coretemp.0/hwmon/hwmon3/temp2_input";
+    copy.write(file, "61500\n");
     readings.update();
     EXPECT_DOUBLE_EQ(readings.input("coretemp.0/temp2")->value.value_or(0), 61.5);
-    fs::remove(file);
-    { std::ofstream(file) << "garbage\n"; }
+    fs::remove(copy.root().path(file));
+    copy.write(file, "garbage\n");
     readings.update(); // the kept descriptor still reads the unlinked file
     EXPECT_DOUBLE_EQ(readings.input("coretemp.0/temp2")->value.value_or(0), 61.5);
 }

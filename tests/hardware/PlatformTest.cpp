@@ -3,6 +3,7 @@
 #include "hardware/MacSerial.h"
 #include "hardware/PlatformController.h"
 #include "hardware/PlatformLinux.h"
+#include "support/RecordedMachine.h"
 
 #include <gtest/gtest.h>
 #include <set>
@@ -11,12 +12,8 @@ using namespace corvane;
 
 namespace {
 
-SysRoot recorded(const char* name) {
-    return SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / name);
-}
-
 std::unique_ptr<PlatformMac> platformOf(const char* tree, bool fauxMac = false) {
-    const auto root = recorded(tree);
+    const auto root = test::recordedRoot(tree);
     auto smc = std::make_unique<SensorSMCController>(std::make_unique<AppleSMCSysfs>(root));
     return makePlatform(root, readPlatformInputs(root, smc.get()), fauxMac);
 }
@@ -33,7 +30,7 @@ std::unique_ptr<PlatformMac> macNamed(const std::string& identifier, std::string
     inputs.facts.sysVendor = "Apple Inc.";
     inputs.facts.productName = identifier;
     inputs.facts.serial = std::move(serial);
-    return makePlatform(recorded("hw-no-dmi"), std::move(inputs), false);
+    return makePlatform(test::recordedRoot("hw-no-dmi"), std::move(inputs), false);
 }
 
 constexpr const char* kRetina = "macbookpro-retina-display.png";

@@ -3,6 +3,7 @@
 #include "foundation/Log.h"
 #include "hardware/AppleSMCSysfs.h"
 #include "hardware/SMCValueCodec.h"
+#include "support/RecordedMachine.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -11,13 +12,9 @@ using namespace corvane;
 
 namespace {
 
-SysRoot recorded(const char* name) {
-    return SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / name);
-}
-
 // The recorded applesmc tree with its key table, served through the index cursor.
 std::unique_ptr<RecordedAppleSMC> recordedMac() {
-    const auto root = recorded("hw-macbookpro11-1");
+    const auto root = test::recordedRoot("hw-macbookpro11-1");
     const auto table = SysRoot(root.root().parent_path()).readFile("/hw-macbookpro11-1.smc-keys");
     EXPECT_TRUE(table.has_value());
     return std::make_unique<RecordedAppleSMC>(table.value_or(""), root);
@@ -145,7 +142,7 @@ TEST(SensorSMCController, TheDriverRefusesEveryKeyButTheFanKeysAndShortRawValues
 }
 
 TEST(AppleSMCSysfs, WithoutTheDriverOpenFailsAndReadsAreNeutral) {
-    SensorSMCController smc(std::make_unique<AppleSMCSysfs>(recorded("hw-no-dmi")));
+    SensorSMCController smc(std::make_unique<AppleSMCSysfs>(test::recordedRoot("hw-no-dmi")));
     EXPECT_EQ(smc.open(), kIOReturnNotFound);
     SMCResultData data;
     EXPECT_DOUBLE_EQ(valueForSMCKey(smc, "TC0P", data, false), -1.0);

@@ -17,22 +17,11 @@ namespace corvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using test::pumpUntil;
+using test::runMainContextFor;
+using test::runMainContextUntil;
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// A connection of its own, which the test can close as a client that goes away.
-GObjectRef<GDBusConnection> privateConnection() {
-    gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-    auto connection = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_for_address_sync(
-        address,
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-    g_free(address);
-    return connection;
 }
 
 struct Answer {
@@ -94,7 +83,7 @@ TEST_F(DaemonOnTheBus, AClientFindsARestartedDaemonAndIsToldOnce) {
     ASSERT_TRUE(daemon.start(bus.get())) << daemon.log();
     auto connection = client();
     connection->checkForExistance();
-    ASSERT_TRUE(pumpUntil([&] { return connection->exists(); }, 5));
+    ASSERT_TRUE(runMainContextUntil([&] { return connection->exists(); }, 5));
 
     // What `corvanebar daemon status` prints of it, up and down.
     const std::string running = daemonStatusLine(probeDaemon(bus.get(), 2000), "session");
@@ -102,16 +91,16 @@ TEST_F(DaemonOnTheBus, AClientFindsARestartedDaemonAndIsToldOnce) {
     EXPECT_TRUE(running.ends_with(" " + std::to_string(build::kBuildNumber))) << running;
 
     EXPECT_TRUE(WIFEXITED(daemon.stop()));
-    ASSERT_TRUE(pumpUntil([&] { return !connection->exists(); }, 5));
+    ASSERT_TRUE(runMainContextUntil([&] { return !connection->exists(); }, 5));
     EXPECT_FALSE(connection->isConnected());
     EXPECT_EQ(daemonStatusLine(probeDaemon(bus.get(), 2000), "session"),
               "not running: no answer on the session bus");
 
     ASSERT_TRUE(daemon.start(bus.get())) << daemon.log();
     const auto reappeared = Clock::now();
-    ASSERT_TRUE(pumpUntil([&] { return connection->exists(); }, 5));
+    ASSERT_TRUE(runMainContextUntil([&] { return connection->exists(); }, 5));
     EXPECT_LE(secondsSince(reappeared), 2.5);
-    pumpUntil([] { return false; }, 0.2);
+    runMainContextFor(0.2);
     EXPECT_EQ(statusChanges, 1);
 }
 
@@ -159,7 +148,7 @@ TEST_F(DaemonOnTheBus, ProcessesByCPUArriveEverySecondAndHoldThisProcess) {
     test::DaemonProcess daemon;
     ASSERT_TRUE(daemon.start(bus.get())) << daemon.log();
     // Another process on the bus listening for every answer of the daemon hears none of them.
-    auto bystander = privateConnection();
+    auto bystander = test::privateSessionConnection();
     std::atomic<int> overheard = 0;
     const guint subscription = g_dbus_connection_signal_subscribe(
         bystander.get(), nullptr, daemon::kInterface, daemon::kResponseSignal, nullptr, nullptr,
@@ -172,7 +161,7 @@ TEST_F(DaemonOnTheBus, ProcessesByCPUArriveEverySecondAndHoldThisProcess) {
     connection->addListener(&listener, daemon::kProcessesByCPU);
     connection->connectIfNeeded();
     connection->startProcessesWithKey(daemon::kProcessesByCPU);
-    ASSERT_TRUE(pumpUntil([&] { return listener.times.size() >= 3; }, 6)) << daemon.log();
+    ASSERT_TRUE(runMainContextUntil([&] { return listener.times.size() >= 3; }, 6)) << daemon.log();
     for (std::size_t i = 1; i < listener.times.size(); ++i) {
         const double gap =
             std::chrono::duration<double>(listener.times[i] - listener.times[i - 1]).count();
@@ -191,9 +180,9 @@ TEST_F(DaemonOnTheBus, ProcessesByCPUArriveEverySecondAndHoldThisProcess) {
     g_dbus_connection_signal_unsubscribe(bystander.get(), subscription);
 
     connection->stopProcessesWithKey(daemon::kProcessesByCPU);
-    pumpUntil([] { return false; }, 0.1);
+    runMainContextFor(0.1);
     const std::size_t heard = listener.times.size();
-    pumpUntil([] { return false; }, 1.2);
+    runMainContextFor(1.2);
     EXPECT_EQ(listener.times.size(), heard);
 }
 
@@ -235,14 +224,14 @@ TEST_F(DaemonOnTheBus, BadInputIsRefusedAndOthersAreStillServed) {
     }
     // A client that asks for answers and goes away at once.
     {
-        auto leaving = privateConnection();
+        auto leaving = test::privateSessionConnection();
         ASSERT_TRUE(leaving);
         callWithError(leaving.get(), "startRequestWithKey",
                       g_variant_new("(xx)", gint64{1}, gint64{1}));
         g_dbus_connection_close_sync(leaving.get(), nullptr, nullptr);
     }
-    EXPECT_TRUE(
-        pumpUntil([&] { return daemon.log().find("left; its requests") != std::string::npos; }, 3))
+    EXPECT_TRUE(runMainContextUntil(
+        [&] { return daemon.log().find("left; its requests") != std::string::npos; }, 3))
         << daemon.log();
     for (const Case& c : cases)
         EXPECT_NE(daemon.log().find(c.logged), std::string::npos) << c.logged;
@@ -361,14 +350,14 @@ TEST_F(DaemonOnTheBus, TheSessionClientsReachTheirServicesAndNoticeThemLeave) {
     statusClient.version([&](double number, long long) { version = number; });
     statusClient.deleteDatabase([&] { deleted = true; });
     agentClient.sendNotification(Value::dict({{"rule", Value("cpu")}}));
-    EXPECT_TRUE(pumpUntil([&] { return version == 6.5 && deleted; }, 3));
-    EXPECT_TRUE(pumpUntil([&] { return agent->calls("processNotification") == 1; }, 3));
+    EXPECT_TRUE(runMainContextUntil([&] { return version == 6.5 && deleted; }, 3));
+    EXPECT_TRUE(runMainContextUntil([&] { return agent->calls("processNotification") == 1; }, 3));
     EXPECT_NE(agent->arguments("processNotification")[0].find("'rule': <'cpu'>"),
               std::string::npos);
 
     LogCapture log;
     status->stop();
-    EXPECT_TRUE(pumpUntil([&] { return !statusClient.isConnected(); }, 3));
+    EXPECT_TRUE(runMainContextUntil([&] { return !statusClient.isConnected(); }, 3));
     EXPECT_TRUE(log.contains("interruptionHandler = com.halvorn.corvanebarstatus"));
     EXPECT_TRUE(agentClient.isConnected());
 }

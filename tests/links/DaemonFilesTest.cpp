@@ -36,7 +36,7 @@ public:
             ::_exit(127);
         }
         // The socket file comes a moment before the bus listens on it.
-        test::pumpUntil(
+        test::runMainContextUntil(
             [&] {
                 connection =
                     GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_for_address_sync(

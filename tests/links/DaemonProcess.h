@@ -1,13 +1,13 @@
 #pragma once
 
 #include "foundation/GLibHandles.h"
+#include "support/MainContext.h"
 #include "support/TemporaryDirectory.h"
 
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <string>
 #include <sys/wait.h>
@@ -15,23 +15,6 @@
 #include <vector>
 
 namespace corvane::test {
-
-// Runs the default main context until `done` or the time is up; true when done.
-inline bool pumpUntil(const std::function<bool()>& done, double seconds) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        GSource* tick = g_timeout_source_new(5);
-        g_source_set_callback(
-            tick, [](gpointer) { return G_SOURCE_REMOVE; }, nullptr, nullptr);
-        g_source_attach(tick, nullptr);
-        g_main_context_iteration(nullptr, TRUE);
-        g_source_destroy(tick);
-        g_source_unref(tick);
-    }
-    return true;
-}
 
 inline bool nameHasOwner(GDBusConnection* bus, const char* name) {
     VariantRef reply(g_dbus_connection_call_sync(

@@ -2,6 +2,7 @@
 
 #include "foundation/ManualMainQueue.h"
 #include "preferences/CVBPreferences.h"
+#include "preferences/SettingsFile.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,23 @@ namespace corvane::test {
 inline std::vector<std::string> wordsOf(const char* text) {
     std::istringstream in(text);
     return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
+}
+
+// Counts the restarts of the status items that it was asked for instead of doing them.
+struct RecordingRestarter final : StatusItemRestarter {
+    int restarts = 0;
+    void restartStatusItem() override { ++restarts; }
+};
+
+// An item's list of elements as stored: codes, or elements with settings of their own.
+inline Value modes(const std::vector<Value>& codes) {
+    Value list = Value::array();
+    for (const Value& code : codes)
+        list.append(code.isDictionary() ? code : Value::dict({{"key", code}}));
+    return list;
+}
+inline Value modes(std::initializer_list<int> codes) {
+    return modes(std::vector<Value>(codes.begin(), codes.end()));
 }
 
 // A desktop whose look the test sets.

@@ -13,11 +13,6 @@
 namespace corvane::test {
 namespace {
 
-struct RecordingRestarter final : StatusItemRestarter {
-    int restarts = 0;
-    void restartStatusItem() override { ++restarts; }
-};
-
 class SettingsFileTest : public PreferencesFixture {
 protected:
     // Start-up migration would store its markers and show up in every export.

@@ -133,11 +133,6 @@ struct RecordingVersionPeer final : Logged<VersionPeer> {
     }
 };
 
-struct RecordingRestarter final : StatusItemRestarter {
-    int restarts = 0;
-    void restartStatusItem() override { ++restarts; }
-};
-
 class AppDelegate : public test::MenuFixture {
 protected:
     void SetUp() override {
@@ -217,7 +212,8 @@ protected:
         std::make_shared<RecordingVersionPeer>(log, "statusItem");
     std::shared_ptr<test::RecordingRestart> launcher =
         std::make_shared<test::RecordingRestart>(log);
-    std::shared_ptr<RecordingRestarter> restarter = std::make_shared<RecordingRestarter>();
+    std::shared_ptr<test::RecordingRestarter> restarter =
+        std::make_shared<test::RecordingRestarter>();
     RecordingQueue timers{queue};
     std::unique_ptr<Corvane_BarAppDelegate> delegate;
 };

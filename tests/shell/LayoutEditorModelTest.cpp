@@ -13,13 +13,6 @@ namespace {
 using Model = LayoutEditorModel;
 using Outcome = Model::Outcome;
 
-Value modes(std::initializer_list<Value> codes) {
-    Value list = Value::array();
-    for (const Value& code : codes)
-        list.append(code.isDictionary() ? code : Value::dict({{"key", code}}));
-    return list;
-}
-
 // "100 6 101/4": codes in order, a spacer with its width.
 std::string codes(const GenericLayoutContainer& row) {
     std::string text;

@@ -1,15 +1,13 @@
 #pragma once
 
 #include "foundation/GVariantValue.h"
-#include "status/BusConnection.h"
+#include "foundation/Log.h"
 #include "status/PanelItem.h"
 #include "status/StatusNotifierItem.h"
 #include "support/FakeDBusService.h"
+#include "support/MainContext.h"
 
-#include <chrono>
-#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace corvane::test {
@@ -22,29 +20,11 @@ inline constexpr const char* kWatcherXml = R"xml(<node>
   </interface>
 </node>)xml";
 
-// Runs the main context, where the code under test gets its calls and replies, until the
-// condition holds or the time is up.
-inline bool waitUntil(const std::function<bool()>& condition, double seconds = 2.0) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        while (g_main_context_iteration(nullptr, FALSE)) {
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
-inline void settle(double seconds) {
-    waitUntil([] { return false; }, seconds);
-}
-
-// A client of its own on the session bus: the host side of the protocols.
-inline GObjectRef<GDBusConnection> clientConnection() {
-    std::string error;
-    const std::string address = sessionBusAddress(error);
-    return address.empty() ? GObjectRef<GDBusConnection>() : openPrivateConnection(address, error);
+// Whether `text` was logged exactly once: a fault that lasts is said when it starts.
+inline bool saidOnce(const LogCapture& log, const std::string& text) {
+    const std::string lines = log.lines();
+    const auto first = lines.find(text);
+    return first != std::string::npos && first == lines.rfind(text);
 }
 
 // A call answered by code that runs on this thread's main context, so it cannot block.
@@ -77,7 +57,7 @@ inline CallResult callAndWait(GDBusConnection* client, const std::string& destin
             s.done = true;
         },
         &state);
-    waitUntil([&] { return state.done; }, 3.0);
+    runMainContextUntil([&] { return state.done; }, 3.0);
     return std::move(state.result);
 }
 

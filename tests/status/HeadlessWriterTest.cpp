@@ -1,30 +1,25 @@
 #include "status/HeadlessWriter.h"
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Json.h"
+#include "support/TemporaryDirectory.h"
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 using namespace corvane;
 
 namespace {
 
 std::string contents(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return readFileContents(file).value_or("");
 }
 
 // A reader of the files sees a frame's time only where the item changed: an item that holds
 // still is not written again, which spares the disk a write a second for each quiet item.
 TEST(HeadlessWriter, WritesAnItemAgainOnlyWhenItChanged) {
-    const auto directory = std::filesystem::path(testing::TempDir()) / "headless-writes";
-    std::filesystem::remove_all(directory);
+    const test::TemporaryDirectory directory;
     double now = 100;
-    HeadlessWriter writer(directory, [&] { return now; });
+    HeadlessWriter writer(directory.path(), [&] { return now; });
     PanelItem item;
     item.id = "memory";
     item.label = "41%";
@@ -53,7 +48,6 @@ TEST(HeadlessWriter, WritesAnItemAgainOnlyWhenItChanged) {
     writer.show({item});
     EXPECT_EQ(timeWritten(), 103);
     EXPECT_NE(contents(png), firstPicture);
-    std::filesystem::remove_all(directory);
 }
 
 } // namespace

@@ -17,8 +17,8 @@ using test::sampleItem;
 class PanelServiceTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        program = test::clientConnection();
-        client = test::clientConnection();
+        program = test::privateSessionConnection();
+        client = test::privateSessionConnection();
         if (!program || !client)
             GTEST_SKIP() << "no session bus";
         name = g_dbus_connection_get_unique_name(program.get());
@@ -59,7 +59,7 @@ TEST_F(PanelServiceTest, SignalsOnlyForFrontEndsAndPicturesOnlyWhenTheBytesChang
     items[1].picture = test::filledPicture(30, 22, 0xff336698);
     service->show(items);
     ASSERT_EQ(reply("GetItems")[0].arrayItems().size(), 2u); // a round trip: signals are in
-    test::settle(0.05);
+    test::runMainContextFor(0.05);
     EXPECT_EQ(pictures.arguments, std::vector<std::string>{"('memory',)"});
     EXPECT_EQ(texts.arguments, std::vector<std::string>{"('cpu',)"});
     EXPECT_EQ(lists.count(), 0);
@@ -129,8 +129,8 @@ TEST_F(PanelServiceTest, FrontEndsSetTheStyleAndTheProgramHearsIt) {
 }
 
 TEST(StatusItemService, AnswersTheSettingsApplication) {
-    const auto program = test::clientConnection();
-    const auto client = test::clientConnection();
+    const auto program = test::privateSessionConnection();
+    const auto client = test::privateSessionConnection();
     if (!program || !client)
         GTEST_SKIP() << "no session bus";
     std::function<void()> finishDeleting;
@@ -142,7 +142,7 @@ TEST(StatusItemService, AnswersTheSettingsApplication) {
         return test::callAndWait(client.get(), name, "/com/halvorn/corvanebarstatus",
                                  "com.halvorn.corvanebarstatus", method);
     };
-    ASSERT_TRUE(test::waitUntil([&] { return service.ownsName(); }));
+    ASSERT_TRUE(test::runMainContextUntil([&] { return service.ownsName(); }, 2.0));
 
     LogCapture log;
     EXPECT_TRUE(call("requestCalendarAccess").error.empty());
@@ -160,11 +160,11 @@ TEST(StatusItemService, AnswersTheSettingsApplication) {
             *static_cast<bool*>(done) = static_cast<bool>(reply);
         },
         &answered);
-    ASSERT_TRUE(test::waitUntil([&] { return static_cast<bool>(finishDeleting); }));
-    test::settle(0.05);
+    ASSERT_TRUE(test::runMainContextUntil([&] { return static_cast<bool>(finishDeleting); }, 2.0));
+    test::runMainContextFor(0.05);
     EXPECT_FALSE(answered);
     finishDeleting();
-    EXPECT_TRUE(test::waitUntil([&] { return answered; }));
+    EXPECT_TRUE(test::runMainContextUntil([&] { return answered; }, 2.0));
 }
 
 } // namespace

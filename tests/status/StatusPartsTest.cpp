@@ -1,5 +1,5 @@
 #include "collectors/battery/BatteryStatCollectorLinux.h"
-#include "collectors/cpu/LoadStatCollector.h"
+#include "collectors/network/ScriptedNetwork.h"
 #include "collectors/sensors/SensorsStatCollectorLinux.h"
 #include "hardware/PlatformLinux.h"
 #include "preferences/PreferencesFixture.h"
@@ -8,6 +8,7 @@
 #include "status/InstanceLock.h"
 #include "status/ProcessTable.h"
 #include "status/StatusSections.h"
+#include "support/RecordedMachine.h"
 #include "support/ScriptedMemory.h"
 #include "support/ScriptedProcessor.h"
 
@@ -115,19 +116,13 @@ TEST_F(RecordedProcesses, CutNamesAreCompletedAndOneNameCanBeOneRow) {
     EXPECT_EQ(combined[1], (ProcessUsage{7, "preference_writer", 0.0, 600.0}));
 }
 
-class ScriptedLoad final : public LoadStatCollector {
-public:
-    using LoadStatCollector::LoadStatCollector;
-    std::optional<std::array<double, 3>> averages;
-
-protected:
-    std::optional<std::array<double, 3>> loadAverages() override { return averages; }
-};
-
+// The rows' texts, with the graph and its period button marked.
 std::vector<std::string> texts(const DropdownModel& model) {
     std::vector<std::string> rows;
     for (const auto& row : model.rows)
-        rows.push_back(row.text);
+        rows.push_back(row.action == kNextGraphPeriodAction ? "[next period]"
+                       : row.picture.empty()                ? row.text
+                                                            : "[picture]");
     return rows;
 }
 
@@ -142,25 +137,36 @@ protected:
         install();
         cpu.ticks.assign(2, {});
         cpu.setup();
+        network.addService("ETH", "eth0", "Ethernet");
+        network.addService("WIFI", "wlp2s0", "Wi-Fi");
+        network.start();
     }
     void TearDown() override {
         for (StatCollector* c :
-             std::initializer_list<StatCollector*>{&cpu, &load, &memory, &battery})
+             std::initializer_list<StatCollector*>{&cpu, &load, &memory, &battery, &network})
             c->cleanup();
         PreferencesFixture::TearDown();
     }
-    DropdownBuilders builders() {
-        return DropdownBuilders(
-            ItemSources{cpu, load, memory, battery, processes, SysRoot(procRoot.path())},
-            text.with(CVBPreferences::sharedPreferences()));
+    ItemSources sources() {
+        return {cpu, load, memory, battery, processes, SysRoot(procRoot.path()), nullptr, &network};
+    }
+    DropdownBuilders builders(ItemSources from) {
+        return DropdownBuilders(std::move(from), text.with(CVBPreferences::sharedPreferences()));
+    }
+    DropdownBuilders builders() { return builders(sources()); }
+    std::vector<std::string> networkRows(std::function<Value()> publicAddress = {},
+                                         const PanelPicture& graph = {}) {
+        ItemSources from = sources();
+        from.publicAddress = std::move(publicAddress);
+        return texts(builders(std::move(from)).dropdown("network", graph));
     }
 
     EngineContext context{queue, kSettingsTierCount, nullptr};
     test::ScriptedProcessor cpu{context, 2, 2};
-    ScriptedLoad load{context};
+    test::ScriptedLoad load{context};
     test::ScriptedMemory memory{context};
-    BatteryStatCollectorLinux battery{context, SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) /
-                                                       "sysroot" / "laptop-discharging")};
+    BatteryStatCollectorLinux battery{context, test::recordedRoot("laptop-discharging")};
+    test::ScriptedNetwork network{context};
     test::TemporaryDirectory procRoot;
     ProcessTable processes{SysRoot(procRoot.path()), 100, 4096};
     TextCaches text;
@@ -241,15 +247,14 @@ TEST_F(Dropdowns, EachPowerSourceWithItsChargeStateTimeAndHealth) {
 }
 
 TEST_F(Dropdowns, SensorsByHeadingWithLimitsAndTheExtremesSeen) {
-    const SysRoot root(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / "hw-intel-laptop");
+    const SysRoot root = test::recordedRoot("hw-intel-laptop");
     HwmonReadings readings(root);
     SensorsStatCollectorLinux sensors(
         context, root, std::make_unique<PlatformLinux>(PlatformInputs{}, readings.inputs()));
     sensors.loadSensors();
-    const DropdownBuilders withSensors(ItemSources{cpu, load, memory, battery, processes,
-                                                   SysRoot(procRoot.path()), nullptr, nullptr,
-                                                   &sensors},
-                                       text.with(CVBPreferences::sharedPreferences()));
+    ItemSources from = sources();
+    from.sensors = &sensors;
+    const DropdownBuilders withSensors = builders(from);
     const auto rows = texts(withSensors.dropdown("sensors"));
     ASSERT_GE(rows.size(), 6u);
     EXPECT_EQ(rows[0], "TEMPERATURE SENSORS");
@@ -258,6 +263,55 @@ TEST_F(Dropdowns, SensorsByHeadingWithLimitsAndTheExtremesSeen) {
     EXPECT_EQ(withSensors.summary("sensors").label, "48°");
     EXPECT_TRUE(has(texts(builders().dropdown("sensors")), "Quit")); // no collector, no rows
     sensors.cleanup();
+}
+
+TEST_F(Dropdowns, NetworkHiddenServicesAndInterfaceNames) {
+    auto shown = networkRows();
+    EXPECT_TRUE(has(shown, "Ethernet - eth0"));
+    EXPECT_TRUE(has(shown, "Wi-Fi - wlp2s0"));
+    CVBSetObjectForKey(Value::array({"WIFI"}), "FilteringNetwork");
+    CVBSetBoolForKey(true, "Network_ShowBSD");
+    shown = networkRows();
+    EXPECT_TRUE(has(shown, "Ethernet - eth0 (eth0)"));
+    EXPECT_FALSE(std::any_of(shown.begin(), shown.end(),
+                             [](const std::string& row) { return row.starts_with("Wi-Fi"); }));
+}
+
+// The address settings reach the rows, with the kinds told by the kernel's flags.
+TEST_F(Dropdowns, NetworkAddressSettingsShapeTheAddressRows) {
+    network.state("WIFI/IPv4", Value::dict({{"Addresses", Value::array({"192.168.1.20"})},
+                                            {"SubnetMasks", Value::array({"255.255.255.0"})}}));
+    network.state("WIFI/IPv6",
+                  Value::dict({{"Addresses", Value::array({"2001:db8:1::1000", "2001:db8::7"})}}));
+    network.facts.ipv6AddressFlags = {
+        {"2001:db8:1::1000", Value::dict({{"flags", 0x02}, {"scope", 0}, {"prefix", 128}})},
+        {"2001:db8::7", Value::dict({{"flags", 0x01}, {"scope", 0}, {"prefix", 64}})}};
+    network.updateInterfaces();
+    EXPECT_TRUE(has(networkRows(), "IPv6: 2001:db8:1::1000, 2001:db8::7"));
+    CVBSetObjectForKey(Value(1), "Network_IPV4AddressMode");
+    CVBSetObjectForKey(Value(1), "Network_IPV6Group");
+    CVBSetObjectForKey(Value(0), "Network_IPV6ShowDynamic");
+    const auto shown = networkRows();
+    EXPECT_TRUE(has(shown, "IPv4: 192.168.1.20/24"));
+    EXPECT_TRUE(has(shown, "IPv6 (Temporary): 2001:db8::7"));
+    EXPECT_FALSE(std::any_of(shown.begin(), shown.end(), [](const std::string& row) {
+        return row.starts_with("Subnet Mask") || row.find("1000") != std::string::npos;
+    }));
+}
+
+TEST_F(Dropdowns, NetworkPublicAddressWhileAskedAndShownThenTheRateGraph) {
+    const auto known = [] { return Value::dict({{"address", "203.0.113.45"}}); };
+    EXPECT_FALSE(has(networkRows(), "Public IP Address")) << "a program that does not ask";
+    EXPECT_TRUE(has(networkRows([] { return Value::dict(); }), "Unknown"));
+    const unsigned char pixels[4 * 2 * 2] = {};
+    auto shown = networkRows(known, PanelPicture::fromRows(pixels, 2, 2, 8));
+    const auto address = std::find(shown.begin(), shown.end(), "203.0.113.45");
+    const auto picture = std::find(shown.begin(), shown.end(), "[picture]");
+    ASSERT_LT(address, picture);
+    ASSERT_NE(picture, shown.end());
+    EXPECT_EQ(*(picture + 1), "[next period]");
+    CVBSetObjectForKey(Value("buttons,public-ip"), "Network_DropdownOrderDisabled");
+    EXPECT_FALSE(has(networkRows(known), "Public IP Address"));
 }
 
 } // namespace

@@ -1,35 +1,20 @@
 #pragma once
 
+#include "support/MainContext.h"
 #include "support/TemporaryDirectory.h"
 
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <glib.h>
 #include <optional>
 #include <string>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 namespace corvane::test {
-
-// Runs the default main context, where GDBus delivers, until `condition` holds or the time is up.
-inline bool runMainContextUntil(const std::function<bool()>& condition, double seconds) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        while (g_main_context_iteration(nullptr, FALSE)) {
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 // The built `corvanebar`, run as a user would, in English: HOME and the XDG folders are `home`
 // (by default a folder of its own), `environment` adds variables, and its standard output goes

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "collectors/cpu/CPUStatCollector.h"
+#include "collectors/cpu/LoadStatCollector.h"
 
+#include <array>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -40,6 +43,16 @@ protected:
 private:
     std::int64_t logical_;
     std::int64_t physical_;
+};
+
+// Load averages the test sets; none until it does.
+class ScriptedLoad final : public LoadStatCollector {
+public:
+    using LoadStatCollector::LoadStatCollector;
+    std::optional<std::array<double, 3>> averages;
+
+protected:
+    std::optional<std::array<double, 3>> loadAverages() override { return averages; }
 };
 
 } // namespace corvane::test

@@ -2,6 +2,7 @@
 
 #include "preferences/PreferencesFixture.h"
 #include "shell/SectionItems.h"
+#include "support/MainContext.h"
 #include "support/XvfbServer.h"
 
 #include <cstdlib>
@@ -64,13 +65,7 @@ protected:
 
     // Runs the toolkit until it has laid out and drawn what changed; a button pressed from
     // the keyboard shows itself pressed for a quarter of a second before it acts.
-    void settle(int rounds = 50) {
-        for (int round = 0; round < rounds; ++round) {
-            while (g_main_context_iteration(nullptr, FALSE)) {
-            }
-            g_usleep(2000);
-        }
-    }
+    void settle(int rounds = 50) { runMainContextFor(rounds * 0.002); }
 
     // A drop as the toolkit hands it to the row, with the text a tile's drag carries.
     bool drop(LayoutEditor::Row row, const std::string& carried, double x) {
@@ -85,12 +80,6 @@ protected:
     }
 
     Value stored() { return onDisk("CPU_MenubarMode"); }
-    static Value modes(std::initializer_list<int> codes) {
-        Value list = Value::array();
-        for (int code : codes)
-            list.append(Value::dict({{"key", code}}));
-        return list;
-    }
 
     static inline XvfbServer* display_ = nullptr;
     static inline std::string skipReason_;

@@ -9,11 +9,6 @@
 namespace corvane::test {
 namespace {
 
-struct CountingRestarter final : StatusItemRestarter {
-    void restartStatusItem() override { ++restarts; }
-    int restarts = 0;
-};
-
 struct BadImport {
     const char* name;
     const char* content;
@@ -25,7 +20,7 @@ class SettingsFileFlowTest : public PreferencesFixture,
 protected:
     void SetUp() override { install(); }
     DistributedNotificationCenter bus{nullptr}; // delivers in this process only
-    CountingRestarter restarter;
+    RecordingRestarter restarter;
 };
 
 // What the user picked is not a settings file: a message says so, and nothing of the settings

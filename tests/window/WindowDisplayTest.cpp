@@ -9,6 +9,7 @@
 #include "shell/SectionCommands.h"
 #include "shell/SectionController.h"
 #include "shell/SectionManager.h"
+#include "support/MainContext.h"
 #include "support/TemporaryDirectory.h"
 #include "support/XvfbServer.h"
 #include "window/MainWindow.h"
@@ -20,7 +21,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <memory>
@@ -44,21 +44,6 @@ Session& session() {
     return instance;
 }
 
-// Runs the main loop until `done` or until `limit` has passed; whether `done` came true.
-bool runUntil(const std::function<bool()>& done, milliseconds limit = milliseconds(3000)) {
-    const auto end = Clock::now() + limit;
-    // Wakes the loop every 10 ms, so that the clock is looked at.
-    const guint tick = g_timeout_add(
-        10, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    bool met = done();
-    while (!met && Clock::now() < end) {
-        g_main_context_iteration(nullptr, TRUE);
-        met = done();
-    }
-    g_source_remove(tick);
-    return met;
-}
-
 std::string pageShown() {
     MainWindow* window = session().application->mainWindow();
     WindowPage* page = window ? window->currentPage() : nullptr;
@@ -68,10 +53,11 @@ std::string pageShown() {
 // Shows a section's page and waits until it is on screen and drawn.
 void showSection(const std::string& name, const std::string& page) {
     session().application->showSection(name);
-    ASSERT_TRUE(runUntil([&] { return pageShown() == page; })) << name;
+    ASSERT_TRUE(runMainContextUntil([&] { return pageShown() == page; })) << name;
     Gtk::Widget& widget = session().application->mainWindow()->currentPage()->widget();
-    ASSERT_TRUE(runUntil([&] { return widget.get_mapped() && widget.get_width() > 0; })) << name;
-    runUntil([] { return false; }, milliseconds(50)); // the first frame of the page
+    ASSERT_TRUE(runMainContextUntil([&] { return widget.get_mapped() && widget.get_width() > 0; }))
+        << name;
+    runMainContextFor(0.05); // the first frame of the page
 }
 
 // Every widget under `root`, `root` first.
@@ -193,7 +179,7 @@ GStrv commandEnvironment() {
     std::optional<Clock::time_point> exited;
     if (auto started = startCommand(std::move(arguments), exited); !started)
         return started;
-    if (!runUntil([&] { return exited.has_value(); }, milliseconds(30000)))
+    if (!runMainContextUntil([&] { return exited.has_value(); }, 30))
         return ::testing::AssertionFailure() << "the command did not end";
     return ::testing::AssertionSuccess();
 }
@@ -252,8 +238,8 @@ TEST_F(WindowDisplayTest, OpenCommandSwitchesThePage) {
     showSection("cpu", "CPU");
     std::optional<Clock::time_point> exited;
     ASSERT_TRUE(startCommand({"open", "memory"}, exited));
-    ASSERT_TRUE(runUntil([&] { return exited.has_value(); }, milliseconds(30000)));
-    ASSERT_TRUE(runUntil([] { return pageShown() == "Memory"; }, milliseconds(1000)));
+    ASSERT_TRUE(runMainContextUntil([&] { return exited.has_value(); }, 30));
+    ASSERT_TRUE(runMainContextUntil([] { return pageShown() == "Memory"; }, 1));
     EXPECT_LE(Clock::now() - *exited, milliseconds(200));
 }
 
@@ -261,13 +247,7 @@ TEST_F(WindowDisplayTest, OpenCommandSwitchesThePage) {
 class BusListener {
 public:
     explicit BusListener(const std::string& notification) {
-        gchar* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-        connection_ = GObjectRef<GDBusConnection>::adopt(g_dbus_connection_new_for_address_sync(
-            address,
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, nullptr));
-        g_free(address);
+        connection_ = privateSessionConnection();
         center_ = std::make_unique<DistributedNotificationCenter>(connection_.get());
         observation_ = center_->addObserver(notification, [this](const Notification&) { ++heard; });
     }
@@ -311,9 +291,9 @@ TEST_F(WindowDisplayTest, AToggledSwitchWritesItsKeyAndTellsTheBus) {
     const bool before = toggle->get_active();
     toggle->activate();
     // The switch moves at the end of its animation.
-    EXPECT_TRUE(runUntil([&] { return toggle->get_active() != before; }));
+    EXPECT_TRUE(runMainContextUntil([&] { return toggle->get_active() != before; }));
     EXPECT_EQ(storedValue(key).boolValue(), !before);
-    EXPECT_TRUE(runUntil([&] { return bus.heard == 1; }));
+    EXPECT_TRUE(runMainContextUntil([&] { return bus.heard == 1; }));
 }
 
 // The row of the page titled `title`, or null.
@@ -332,9 +312,9 @@ TEST_F(WindowDisplayTest, TheTimePageFollowsTheClocksCommandAndRenames) {
     const char* london = "6471135418507388";
     ASSERT_NE(rowTitled(page().widget(), "Paris"), nullptr);
     ASSERT_TRUE(runCommand({"clocks", "rename", london, "Office"}));
-    EXPECT_TRUE(runUntil([&] { return rowTitled(page().widget(), "Office"); }));
+    EXPECT_TRUE(runMainContextUntil([&] { return rowTitled(page().widget(), "Office"); }));
     ASSERT_TRUE(runCommand({"clocks", "remove", "3966007305494433"}));
-    EXPECT_TRUE(runUntil([&] { return !rowTitled(page().widget(), "Paris"); }));
+    EXPECT_TRUE(runMainContextUntil([&] { return !rowTitled(page().widget(), "Paris"); }));
 
     Gtk::Widget* row = rowTitled(page().widget(), "Office");
     ASSERT_NE(row, nullptr);
@@ -347,7 +327,7 @@ TEST_F(WindowDisplayTest, TheTimePageFollowsTheClocksCommandAndRenames) {
     rename->popup();
     name->set_text("Home");
     g_signal_emit_by_name(name->gobj(), "activate");
-    EXPECT_TRUE(runUntil([&] { return rowTitled(page().widget(), "Home"); }));
+    EXPECT_TRUE(runMainContextUntil([&] { return rowTitled(page().widget(), "Home"); }));
     const Value names = storedValue("Time_CityNames");
     ASSERT_EQ(names.size(), 1u);
     EXPECT_EQ(names[0]["identifier"].stringValue(), london);
@@ -362,9 +342,9 @@ TEST_F(WindowDisplayTest, TheStationRowFollowsTheStationsSwitch) {
     ASSERT_NE(station, nullptr);
     EXPECT_TRUE(station->get_mapped());
     ASSERT_TRUE(runCommand({"prefs", "set", "Weather_PWSDisabled", "true"}));
-    EXPECT_TRUE(runUntil([&] { return !station->get_mapped(); }));
+    EXPECT_TRUE(runMainContextUntil([&] { return !station->get_mapped(); }));
     ASSERT_TRUE(runCommand({"prefs", "remove", "Weather_PWSDisabled"}));
-    EXPECT_TRUE(runUntil([&] { return station->get_mapped(); }));
+    EXPECT_TRUE(runMainContextUntil([&] { return station->get_mapped(); }));
 }
 
 // A drag moves a slider through many values; only the one it rests on is stored and posted.
@@ -379,8 +359,8 @@ TEST_F(WindowDisplayTest, ASliderWritesOnceWhenItRests) {
     for (const double value : {0.2, 0.3, 0.4, 0.45})
         slider->set_value(value);
     EXPECT_EQ(storedValue(key), before);
-    ASSERT_TRUE(runUntil([&] { return bus.heard > 0; }));
-    runUntil([] { return false; }, milliseconds(2 * ControlWidget::kSliderSettleMilliseconds));
+    ASSERT_TRUE(runMainContextUntil([&] { return bus.heard > 0; }));
+    runMainContextFor(2 * ControlWidget::kSliderSettleMilliseconds / 1000.0);
     EXPECT_EQ(bus.heard, 1);
     EXPECT_DOUBLE_EQ(storedValue(key).doubleValue(), 0.45);
 }

@@ -6,10 +6,9 @@
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "foundation/Json.h"
 #include "foundation/ManualMainQueue.h"
-#include "support/TemporaryDirectory.h"
+#include "support/RecordedMachine.h"
 
 #include <cmath>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -17,37 +16,8 @@ using namespace corvane;
 
 namespace {
 
-const std::filesystem::path kSysroots = std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot";
-
-// A recorded machine in a folder of its own, which moves on to its ".later" recording in place,
-// as the kernel's files do.
-class RecordedMachine {
-public:
-    explicit RecordedMachine(const std::string& name)
-        : later_(kSysroots / (name + ".later")) {
-        std::filesystem::copy(kSysroots / name, dir_.path(),
-                              std::filesystem::copy_options::recursive |
-                                  std::filesystem::copy_options::copy_symlinks);
-    }
-    SysRoot root() const { return SysRoot(dir_.path()); }
-    void write(const std::string& livePath, const std::string& text) const {
-        std::ofstream(dir_.path() / livePath.substr(1)) << text;
-    }
-    void advance() const {
-        if (!std::filesystem::exists(later_))
-            return;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(later_)) {
-            if (entry.is_regular_file())
-                std::filesystem::copy_file(entry.path(),
-                                           dir_.path() / entry.path().lexically_relative(later_),
-                                           std::filesystem::copy_options::overwrite_existing);
-        }
-    }
-
-private:
-    test::TemporaryDirectory dir_;
-    std::filesystem::path later_;
-};
+using test::kRecordedMachines;
+using test::RecordedMachine;
 
 struct Printed {
     int status = -1;
@@ -223,7 +193,7 @@ TEST(StatusWatch, PrintsOnlyWholeSecondsEachUnderItsOwnSecond) {
     const EngineContext context{early, kSettingsTierCount, nullptr};
     HalfBusyProcessor cpu(context, queue);
     cpu.setup();
-    LoadStatCollectorLinux load(context, SysRoot(kSysroots / "ht-4c8t"));
+    LoadStatCollectorLinux load(context, SysRoot(kRecordedMachines / "ht-4c8t"));
     std::ostringstream out;
     {
         StatusWatch watch(cpu, load, out, false, [] { FAIL() << "the output did not fail"; });

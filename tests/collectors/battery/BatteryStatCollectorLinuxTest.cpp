@@ -2,6 +2,7 @@
 
 #include "collectors/battery/BatteryStatus.h"
 #include "foundation/ManualMainQueue.h"
+#include "support/RecordedMachine.h"
 #include "support/TemporaryDirectory.h"
 
 #include <cctype>
@@ -14,10 +15,6 @@ using namespace corvane;
 using Item = BatteryStatCollectorItem;
 
 namespace {
-
-SysRoot recorded(const char* name) {
-    return SysRoot(std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot" / name);
-}
 
 // "BAT0/status=Full": the attribute's file and its line in uevent, where the tree has them.
 void setAttribute(const std::filesystem::path& root, const std::string& change) {
@@ -48,7 +45,7 @@ protected:
 // Its charge, state, time (30.78 Wh left at 10.26 W), health, cycles and the mouse's name and
 // charge are in the status program's dropdown, whose tests read this recording.
 TEST_F(PowerSupplies, ALaptopOnBatteryWithAWirelessMouse) {
-    BatteryStatCollectorLinux battery(context, recorded("laptop-discharging"));
+    BatteryStatCollectorLinux battery(context, test::recordedRoot("laptop-discharging"));
     battery.updateStats();
     ASSERT_EQ(battery.batteries().size(), 2u);
     const auto internal = battery.internalBattery();
@@ -106,7 +103,7 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         test::TemporaryDirectory copy;
-        std::filesystem::copy(recorded(c.tree).root(), copy.path(),
+        std::filesystem::copy(test::recordedRoot(c.tree).root(), copy.path(),
                               std::filesystem::copy_options::recursive);
         std::istringstream removed(c.removed);
         for (std::string name; removed >> name;)
@@ -130,7 +127,7 @@ TEST_F(PowerSupplies, TheInternalBatteryOfRecordedMachines) {
 
 TEST_F(PowerSupplies, AnEmptyBayIsNoSource) {
     test::TemporaryDirectory copy;
-    std::filesystem::copy(recorded("laptop-discharging").root(), copy.path(),
+    std::filesystem::copy(test::recordedRoot("laptop-discharging").root(), copy.path(),
                           std::filesystem::copy_options::recursive);
     setAttribute(copy.path(), "BAT0/present=0");
     BatteryStatCollectorLinux battery(context, SysRoot(copy.path()));
@@ -140,13 +137,13 @@ TEST_F(PowerSupplies, AnEmptyBayIsNoSource) {
 }
 
 TEST_F(PowerSupplies, AUsbCAdapterGivesItsWatts) {
-    BatteryStatCollectorLinux battery(context, recorded("laptop-charging"));
+    BatteryStatCollectorLinux battery(context, test::recordedRoot("laptop-charging"));
     battery.updateStats();
     EXPECT_EQ(battery.adapterWatts(), 65); // 20 V at 3.25 A
 }
 
 TEST_F(PowerSupplies, AFullUpsIsAPowerSourceNotABattery) {
-    BatteryStatCollectorLinux battery(context, recorded("desktop-ups"));
+    BatteryStatCollectorLinux battery(context, test::recordedRoot("desktop-ups"));
     battery.updateStats();
     ASSERT_EQ(battery.batteries().size(), 1u);
     EXPECT_FALSE(battery.hasInteralBattery());
@@ -161,7 +158,7 @@ TEST_F(PowerSupplies, AFullUpsIsAPowerSourceNotABattery) {
 // The driver gives the current negative while discharging; others give it positive.
 TEST_F(PowerSupplies, ACurrentIsNegativeWhileDischargingWhicheverSignTheDriverUses) {
     test::TemporaryDirectory dir;
-    std::filesystem::copy(recorded("laptop-charge-counter").root(), dir.path(),
+    std::filesystem::copy(test::recordedRoot("laptop-charge-counter").root(), dir.path(),
                           std::filesystem::copy_options::recursive);
     for (const char* current : {"-950000", "950000"}) {
         std::ofstream(dir.path() / "sys/class/power_supply/BAT1/current_now") << current << "\n";
@@ -178,7 +175,7 @@ TEST_F(PowerSupplies, ACurrentIsNegativeWhileDischargingWhicheverSignTheDriverUs
 
 // Three game pads: a level in words gives an approximate percentage, and "Unknown" gives none.
 TEST_F(PowerSupplies, ALevelInWordsGivesAnApproximatePercentageAndUnknownGivesNone) {
-    BatteryStatCollectorLinux battery(context, recorded("laptop-charge-counter"));
+    BatteryStatCollectorLinux battery(context, test::recordedRoot("laptop-charge-counter"));
     battery.updateStats();
     std::map<std::string, BatteryStatCollector::BatteryItem> sources;
     for (const auto& source : battery.batteries())

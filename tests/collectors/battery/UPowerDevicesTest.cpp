@@ -3,13 +3,13 @@
 #include "foundation/Log.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/FakeDBusService.h"
+#include "support/MainContext.h"
 
 #include <atomic>
 #include <chrono>
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <optional>
-#include <thread>
 #include <vector>
 
 using namespace corvane;
@@ -118,19 +118,12 @@ void deliverSignals(GDBusConnection* client) {
     }
 }
 
-// Runs the main context until UPower answered what `devices` asked, or gave up on it.
-void settle(const UPowerDevices& devices) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (devices.waiting() && std::chrono::steady_clock::now() < deadline)
-        if (!g_main_context_iteration(nullptr, FALSE))
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
-
 // One update, then the answers to what it asked, for the next one to take.
 std::vector<UPowerDevices::Peripheral> beat(UPowerDevices& devices,
                                             const std::vector<std::string>& known = {}) {
     auto sources = devices.peripheralBatteries(known);
-    settle(devices);
+    // Until UPower answered what it asked, or it gave up.
+    test::runMainContextUntil([&] { return !devices.waiting(); });
     return sources;
 }
 

@@ -5,7 +5,7 @@
 #include "foundation/Log.h"
 #include "foundation/ManualMainQueue.h"
 #include "foundation/TextParsing.h"
-#include "support/TemporaryDirectory.h"
+#include "support/RecordedMachine.h"
 
 #include <atomic>
 #include <cmath>
@@ -21,30 +21,8 @@ using corvane::test::TemporaryDirectory;
 
 namespace {
 
-const std::filesystem::path kSysroots = std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot";
-
-// A recorded machine in a scratch copy, so that a test can move its counters on.
-class RecordedMachine {
-public:
-    explicit RecordedMachine(const std::string& name)
-        : name_(name) {
-        std::filesystem::copy(kSysroots / name, dir_.path(),
-                              std::filesystem::copy_options::recursive |
-                                  std::filesystem::copy_options::copy_symlinks);
-    }
-    SysRoot root() const { return SysRoot(dir_.path()); }
-    // The counters recorded a few seconds later, with any lines given added.
-    void advance(const std::string& added = "") const {
-        std::filesystem::copy_file(kSysroots / (name_ + ".later") / "proc/stat",
-                                   dir_.path() / "proc/stat",
-                                   std::filesystem::copy_options::overwrite_existing);
-        std::ofstream(dir_.path() / "proc/stat", std::ios::app) << added;
-    }
-
-private:
-    std::string name_;
-    TemporaryDirectory dir_;
-};
+using test::kRecordedMachines;
+using test::RecordedMachine;
 
 // The ten kernel fields of each "cpu" line, read here without the collector's code.
 std::map<std::string, std::vector<double>> statFields(const std::filesystem::path& file) {
@@ -81,8 +59,8 @@ std::vector<double> fieldsOf(const std::filesystem::path& file, const std::strin
 // The shares as top shows them: the time of each state over all time but the guests, which
 // the kernel already counts within user and nice.
 Busy topShares(const std::string& name, const std::string& line) {
-    auto before = fieldsOf(kSysroots / name / "proc/stat", line);
-    auto after = fieldsOf(kSysroots / (name + ".later") / "proc/stat", line);
+    auto before = fieldsOf(kRecordedMachines / name / "proc/stat", line);
+    auto after = fieldsOf(kRecordedMachines / (name + ".later") / "proc/stat", line);
     std::vector<double> d(10, 0.0);
     for (std::size_t i = 0; i < 10; ++i)
         d[i] = after[i] - before[i];
@@ -137,7 +115,8 @@ TEST_F(LinuxProcessor, AnOfflineProcessorKeepsItsPlaceAndCountsFromItsReturn) {
     EXPECT_FALSE(cpu.hyperThreading());
     ASSERT_EQ(cpu.logicalCores().size(), 4u);
     // cpu2 comes back on line with the counters it gathered before it went off.
-    machine.advance("cpu2 20000 0 10000 9000000 0 0 0 0 0 0\n");
+    machine.advance();
+    machine.append("/proc/stat", "cpu2 20000 0 10000 9000000 0 0 0 0 0 0\n");
     cpu.updateStats();
 
     EXPECT_NEAR(cpu.sampleAtIndex(0, 0).values[CPUStatCollectorItem::User],

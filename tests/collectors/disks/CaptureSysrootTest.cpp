@@ -1,3 +1,4 @@
+#include "foundation/AtomicFile.h"
 #include "support/Spawn.h"
 #include "support/TemporaryDirectory.h"
 
@@ -5,7 +6,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
-#include <sstream>
 
 namespace corvane::test {
 namespace {
@@ -48,10 +48,7 @@ void makeTree(const fs::path& root) {
 }
 
 std::string contents(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return readFileContents(file).value_or("");
 }
 
 // Every entry of a recorded tree: a file's bytes, a link's target; links are not followed.

@@ -2,6 +2,7 @@
 
 #include "collectors/memory/MemoryStatCollectorLinux.h"
 #include "foundation/ManualMainQueue.h"
+#include "support/RecordedMachine.h"
 #include "support/ScriptedMemory.h"
 #include "support/TemporaryDirectory.h"
 
@@ -114,18 +115,10 @@ protected:
 //   wired     24683620 - 21387128 - 5864 - 2882788     407840
 // so that used without inactive, 407840 + 5864 = 413704, is `free`'s used, total - available.
 TEST_F(MemoryLinux, ARecordedPairGivesTheSlotsWorkedOutByHand) {
-    const std::filesystem::path recorded = std::filesystem::path(CVB_FIXTURES_DIR) / "sysroot";
-    test::TemporaryDirectory root;
-    std::filesystem::create_directories(root / "proc");
-    const auto take = [&](const char* machine) {
-        for (const char* file : {"meminfo", "vmstat"})
-            std::filesystem::copy_file(recorded / machine / "proc" / file, root / "proc" / file,
-                                       std::filesystem::copy_options::overwrite_existing);
-    };
-    MemoryStatCollectorLinux memory(context, SysRoot(root.path()), 4096);
-    take("memory-pair");
+    const test::RecordedMachine machine("memory-pair");
+    MemoryStatCollectorLinux memory(context, machine.root(), 4096);
     memory.updateStats();
-    take("memory-pair.later");
+    machine.advance();
     memory.updateStats();
 
     using Slot = MemoryStatCollector::Slot;

@@ -3,6 +3,7 @@
 #include "collectors/network/NetworkStatCollectorLinux.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/FakeDBusService.h"
+#include "support/MainContext.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -184,18 +185,10 @@ protected:
         if (net)
             net->removeDelegate(&listener);
     }
-    // Runs the main context until `done`, for at most `seconds`: a loaded machine is slow.
-    template <class Done>
-    void runUntil(Done done, double seconds = 5) {
-        const gint64 end = g_get_monotonic_time() + static_cast<gint64>(seconds * 1e6);
-        while (!done() && g_get_monotonic_time() < end)
-            if (!g_main_context_iteration(nullptr, FALSE))
-                g_usleep(5000);
-    }
     // Until the collector heard of a change made before.
     void deliverChange() {
         const int before = listener.children;
-        runUntil([&] { return listener.children != before; });
+        test::runMainContextUntil([&] { return listener.children != before; });
     }
     NetworkStatCollector::NetworkItem withName(const std::string& name) {
         for (const auto& item : net->services())
@@ -274,8 +267,8 @@ TEST_F(NetworkManager, AHungDaemonCostsOneCallAndAPrimaryChangeIsTakenOnceItAnsw
     const int before = fake.service.calls("GetAll");
     fake.service.setHung(true);
     fake.manager("/ac/2", "'/ac/2'");
-    runUntil([&] { return fake.service.calls("GetAll") > before; });
-    runUntil([] { return false; }, 1.5); // past the call's time limit: time to ask more
+    test::runMainContextUntil([&] { return fake.service.calls("GetAll") > before; });
+    test::runMainContextFor(1.5); // past the call's time limit: time to ask more
     EXPECT_EQ(fake.service.calls("GetAll") - before, 1); // the rest was not asked
     EXPECT_EQ(names(), (Strings{"Wired connection 1", "Home", "Lab VLAN", "Work VPN"}));
     EXPECT_EQ(net->primaryInterface(), "eth0");

@@ -5,6 +5,7 @@
 #include "collectors/network/RtnetlinkSource.h"
 #include "foundation/GLibMainQueue.h"
 #include "foundation/TextParsing.h"
+#include "support/MainContext.h"
 #include "support/Spawn.h"
 
 #include <arpa/inet.h>
@@ -42,17 +43,10 @@ class InsideNamespace : public ::testing::Test {
 protected:
     NetworkStatCollector::NetworkItem v0() const { return net.itemWithBsd("v0"); }
     // Runs the main context until `done` or two seconds passed; the seconds it took.
-    template <class Done>
-    double waitUntil(Done done) {
+    double waitUntil(const std::function<bool()>& done) {
         const auto start = std::chrono::steady_clock::now();
-        const auto elapsed = [&] {
-            return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        };
-        while (!done() && elapsed() < 2.0) {
-            if (!g_main_context_iteration(nullptr, FALSE))
-                g_usleep(1000);
-        }
-        return elapsed();
+        test::runMainContextUntil(done, 2.0);
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
     void beat() {
         net.setID(net.idForInterval(0) + 1, 0);

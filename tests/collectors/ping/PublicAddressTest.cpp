@@ -3,8 +3,8 @@
 #include "foundation/Log.h"
 #include "foundation/ManualMainQueue.h"
 #include "support/LocalTlsServer.h"
+#include "support/MainContext.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -24,9 +24,7 @@ protected:
     // Serves until the fetch in flight has ended.
     void settle() { settle(*fetcher); }
     static void settle(const PublicAddressFetcher& fetching) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (fetching.fetching() && std::chrono::steady_clock::now() < end)
-            g_main_context_iteration(nullptr, TRUE);
+        test::runMainContextUntil([&] { return !fetching.fetching(); });
     }
 
     test::LocalTlsServer server;

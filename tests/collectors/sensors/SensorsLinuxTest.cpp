@@ -7,7 +7,7 @@
 #include "hardware/PlatformLinux.h"
 #include "links/DaemonProbe.h"
 #include "preferences/PreferencesFixture.h"
-#include "support/TemporaryDirectory.h"
+#include "support/RecordedMachine.h"
 #include "text/CVBFormatters.h"
 #include "text/CVBTranslations.h"
 
@@ -21,11 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 
 fs::path fixture(const char* name) {
-    return fs::path(CVB_FIXTURES_DIR) / "sysroot" / name;
-}
-
-void copyTree(const char* name, const fs::path& to) {
-    fs::copy(fixture(name), to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    return test::kRecordedMachines / name;
 }
 
 void write(const fs::path& file, const std::string& text) {
@@ -160,8 +156,7 @@ TEST_F(Sensors, RecordedIntelMacThroughItsKeysReadHereAndByTheDaemon) {
 // The first Apple silicon Macs read sensors by name: the catalogue names the labelled hwmon
 // inputs it knows, averages stand in for their members, negative readings are left out.
 TEST_F(Sensors, RecordedFirstAppleSiliconMacByNameHereAndByTheDaemon) {
-    test::TemporaryDirectory copy;
-    copyTree("hw-macbookair10-1", copy.path());
+    const test::RecordedMachine copy("hw-macbookair10-1");
     const SysRoot root(copy.path());
     const std::map<std::string, std::pair<int, float>> expected{
         {"SOC MTR 0", {0, 41.25F}},   {"SOC MTR 1", {0, 42.75F}},
@@ -206,8 +201,7 @@ TEST_F(Sensors, RecordedFirstAppleSiliconMacByNameHereAndByTheDaemon) {
 
 // hwmonN follows probe order; the items must not.
 TEST_F(Sensors, KeysSurviveAPermutationOfTheHwmonNumbers) {
-    test::TemporaryDirectory copy;
-    copyTree("hw-amd-desktop", copy.path());
+    const test::RecordedMachine copy("hw-amd-desktop");
     const auto before = byKey(*hwmonCollector(copy.path()));
     const fs::path classDir = copy / "sys/class/hwmon";
     std::vector<std::pair<fs::path, fs::path>> links;
@@ -227,8 +221,7 @@ TEST_F(Sensors, KeysSurviveAPermutationOfTheHwmonNumbers) {
 
 // A removed USB device takes its chip away; when it returns, so does its item, same key.
 TEST_F(Sensors, AChipThatLeavesAndComesBack) {
-    test::TemporaryDirectory copy;
-    copyTree("hw-amd-desktop", copy.path());
+    const test::RecordedMachine copy("hw-amd-desktop");
     auto collector = hwmonCollector(copy.path());
     const std::size_t all = collector->sensors().size();
     const fs::path classDir = copy / "sys/class/hwmon";
@@ -271,8 +264,7 @@ TEST_F(Sensors, ImpossibleReadingsKeepTheLastGoodValue) {
         EXPECT_EQ(SensorsStatCollectorLinux::impossibleReading(*c.input, c.value), c.impossible)
             << c.value;
 
-    test::TemporaryDirectory copy;
-    copyTree("hw-intel-laptop", copy.path());
+    const test::RecordedMachine copy("hw-intel-laptop");
     auto collector = hwmonCollector(copy.path());
     const fs::path file = copy / "sys/devices/platform/coretemp.0/hwmon/hwmon3/temp2_input";
     const auto core = collector->sensorWithKey("coretemp.0/temp2");
@@ -288,8 +280,7 @@ TEST_F(Sensors, ImpossibleReadingsKeepTheLastGoodValue) {
 // Over 24 virtual seconds: updates on even beats; a drive, slow, is read on every twelfth
 // update and sampled without a read on every sixth.
 TEST_F(Sensors, CadenceOverTwentyFourSeconds) {
-    test::TemporaryDirectory copy;
-    copyTree("hw-amd-desktop", copy.path());
+    const test::RecordedMachine copy("hw-amd-desktop");
     auto collector = hwmonCollector(copy.path());
     const fs::path nvme =
         copy / "sys/devices/pci0000:00/0000:00:01.1/0000:01:00.0/nvme/nvme0/hwmon/hwmon1";
@@ -325,8 +316,7 @@ TEST_F(Sensors, CadenceOverTwentyFourSeconds) {
 }
 
 TEST_F(Sensors, IntelFrequenciesPerPackageAndTheirFreeze) {
-    test::TemporaryDirectory copy;
-    copyTree("hw-intel-laptop", copy.path());
+    const test::RecordedMachine copy("hw-intel-laptop");
     const fs::path cpus = copy / "sys/devices/system/cpu";
     int n = 0;
     for (const auto& entry : fs::directory_iterator(cpus)) {

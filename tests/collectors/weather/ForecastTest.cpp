@@ -9,8 +9,8 @@
 #include "foundation/ManualMainQueue.h"
 #include "preferences/PreferencesFixture.h"
 #include "support/LocalTlsServer.h"
+#include "support/MainContext.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <map>
 
@@ -202,9 +202,7 @@ protected:
     }
     // Serves until the fetch in flight has ended.
     void settle(const ForecastSource& fetching) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (fetching.fetching() && std::chrono::steady_clock::now() < end)
-            g_main_context_iteration(nullptr, TRUE);
+        test::runMainContextUntil([&] { return !fetching.fetching(); });
     }
     int requests() const { return server.requests("/v1/forecast"); }
     double temperature() const {

@@ -6,21 +6,12 @@
 #include "foundation/Log.h"
 #include "preferences/PreferencesFixture.h"
 #include "support/LocalTlsServer.h"
+#include "support/MainContext.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 
 namespace corvane::test {
 namespace {
-
-// Serves until `done` holds, for at most five seconds.
-template <class Condition>
-bool serveUntil(Condition done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (!done() && std::chrono::steady_clock::now() < end)
-        g_main_context_iteration(nullptr, FALSE);
-    return done();
-}
 
 class Providers : public PreferencesFixture {
 protected:
@@ -34,7 +25,7 @@ protected:
     }
     void update(ProviderList& list) {
         list.update();
-        ASSERT_TRUE(serveUntil([&] { return !list.fetching(); }));
+        ASSERT_TRUE(runMainContextUntil([&] { return !list.fetching(); }));
     }
 
     LocalTlsServer server;
@@ -101,7 +92,7 @@ protected:
     // Types `text` and serves until the server has had `frameCount` frames.
     void type(const std::string& text, std::size_t frameCount) {
         search->searchFieldChanged(text);
-        EXPECT_TRUE(serveUntil([&] { return frames.size() >= frameCount; })) << text;
+        EXPECT_TRUE(runMainContextUntil([&] { return frames.size() >= frameCount; })) << text;
     }
     // The service answers question `identifier`; the answer is handled on the main queue.
     void answer(const std::string& identifier, const char* name) {
@@ -115,7 +106,7 @@ protected:
     // Serves until the main queue has work, then does it.
     void settle() {
         const auto before = queue.pendingCount();
-        serveUntil([&] { return queue.pendingCount() > before; });
+        runMainContextUntil([&] { return queue.pendingCount() > before; });
         queue.runUntilIdle();
     }
     std::vector<std::string> titles() const {
@@ -135,7 +126,7 @@ TEST_F(PlaceSearch, LateAnswersAreDroppedAndShortTextShowsOnlyTheCurrentLocation
     // Typed before the socket is open: nothing is sent until it is, then only the latest.
     search->searchFieldChanged("Ber");
     type("Ber,  lin", 1);
-    ASSERT_TRUE(serveUntil([&] { return search->socketOpen(); }));
+    ASSERT_TRUE(runMainContextUntil([&] { return search->socketOpen(); }));
     ASSERT_EQ(frames.size(), 1u);
     EXPECT_EQ(frames[0]["query"].stringValue(), "Ber lin");
     const std::string first = frames[0]["identifier"].stringValue();
@@ -156,14 +147,14 @@ TEST_F(PlaceSearch, LateAnswersAreDroppedAndShortTextShowsOnlyTheCurrentLocation
 
 TEST_F(PlaceSearch, TheSocketClosesAfterAMinuteWithoutQuestions) {
     type("Paris", 1);
-    ASSERT_TRUE(serveUntil([&] { return search->socketOpen(); }));
+    ASSERT_TRUE(runMainContextUntil([&] { return search->socketOpen(); }));
     queue.advance(LocationSearch::kIdleClose - 1);
     type("Paris, France", 2);
     queue.advance(LocationSearch::kIdleClose - 1);
     EXPECT_TRUE(search->socketOpen()) << "each question restarts the minute";
     queue.advance(1);
     EXPECT_FALSE(search->hasSocket());
-    EXPECT_TRUE(serveUntil([&] { return server.openWebSockets() == 0; }));
+    EXPECT_TRUE(runMainContextUntil([&] { return server.openWebSockets() == 0; }));
     // The next question opens a new one.
     type("Paris", 3);
     EXPECT_TRUE(search->socketOpen());

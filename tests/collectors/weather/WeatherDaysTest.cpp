@@ -1,10 +1,8 @@
 #include "collectors/weather/WeatherDays.h"
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Json.h"
 #include "preferences/PreferencesFixture.h"
-
-#include <fstream>
-#include <sstream>
 
 namespace corvane {
 namespace {
@@ -15,10 +13,8 @@ constexpr double kNoon = kMidnight + 12 * 3600;
 constexpr double kEvening = kMidnight + 20 * 3600;
 
 Value recordedForecast() {
-    std::ifstream in(std::string(CVB_FIXTURES_DIR) + "/weather/forecast-record.json");
-    std::stringstream text;
-    text << in.rdbuf();
-    return parseJson(text.str(), "forecast record");
+    const auto file = std::filesystem::path(CVB_FIXTURES_DIR) / "weather/forecast-record.json";
+    return parseJson(readFileContents(file).value_or(""), "forecast record");
 }
 
 class WeatherDays : public test::PreferencesFixture {
