@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 #include <sys/mman.h>
-#include <utility>
 
 namespace corvane {
 
@@ -12,7 +11,14 @@ void SampleRing::allocate(std::int64_t count, std::int64_t valueCount) {
     // At least one double per record so that every `values` pointer is valid to hand out.
     const auto width = static_cast<std::size_t>(std::max<std::int64_t>(valueCount, 1));
     records_ = std::make_unique<statsample[]>(records);
-    values_ = ZeroedValues(records * width);
+    values_.reset();
+    if (const std::size_t bytes = records * width * sizeof(double); bytes > 0) {
+        void* pages =
+            mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (pages == MAP_FAILED)
+            throw std::bad_alloc();
+        values_ = {static_cast<double*>(pages), Unmap{bytes}};
+    }
     for (std::size_t i = 0; i < records; ++i) {
         statsample& record = records_[i];
         record.sampleID = 0;
@@ -24,33 +30,11 @@ void SampleRing::allocate(std::int64_t count, std::int64_t valueCount) {
 
 void SampleRing::release() {
     records_.reset();
-    values_ = ZeroedValues();
+    values_.reset();
 }
 
-SampleRing::ZeroedValues::ZeroedValues(std::size_t count)
-    : bytes_(count * sizeof(double)) {
-    void* pages = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED)
-        throw std::bad_alloc();
-    values_ = static_cast<double*>(pages);
-}
-
-SampleRing::ZeroedValues::ZeroedValues(ZeroedValues&& other) noexcept
-    : values_(std::exchange(other.values_, nullptr))
-    , bytes_(std::exchange(other.bytes_, 0)) {}
-
-SampleRing::ZeroedValues& SampleRing::ZeroedValues::operator=(ZeroedValues&& other) noexcept {
-    if (this != &other) {
-        this->~ZeroedValues();
-        values_ = std::exchange(other.values_, nullptr);
-        bytes_ = std::exchange(other.bytes_, 0);
-    }
-    return *this;
-}
-
-SampleRing::ZeroedValues::~ZeroedValues() {
-    if (values_)
-        munmap(values_, bytes_);
+void SampleRing::Unmap::operator()(double* values) const {
+    munmap(values, bytes);
 }
 
 } // namespace corvane

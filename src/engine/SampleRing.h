@@ -23,24 +23,15 @@ public:
     bool allocated() const { return records_ != nullptr; }
 
 private:
-    // Zeroed doubles in pages of their own, mapped but not touched: a tier that has not filled
-    // yet costs no memory, and a freed ring gives its pages back to the system.
-    class ZeroedValues {
-    public:
-        ZeroedValues() = default;
-        explicit ZeroedValues(std::size_t count);
-        ZeroedValues(ZeroedValues&& other) noexcept;
-        ZeroedValues& operator=(ZeroedValues&& other) noexcept;
-        ~ZeroedValues();
-        double* get() const { return values_; }
-
-    private:
-        double* values_ = nullptr;
-        std::size_t bytes_ = 0;
+    // The values live in zeroed pages of their own, mapped but not touched: a tier that has not
+    // filled yet costs no memory, and a freed ring gives its pages back to the system.
+    struct Unmap {
+        std::size_t bytes;
+        void operator()(double* values) const;
     };
 
     std::unique_ptr<statsample[]> records_;
-    ZeroedValues values_;
+    std::unique_ptr<double[], Unmap> values_;
 };
 
 } // namespace corvane

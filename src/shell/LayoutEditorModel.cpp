@@ -7,6 +7,7 @@
 #include "preferences/SectionNotifications.h"
 #include "preferences/SettingsFile.h"
 #include "shell/ApplicationText.h"
+#include "text/CVBTranslations.h"
 
 #include <algorithm>
 #include <cmath>
@@ -307,9 +308,10 @@ void LayoutEditorModel::notifyChanged() {
         changed_();
 }
 
-std::string LayoutEditorModel::itemDescription(const ExtraLayoutItem& item) {
+std::string LayoutEditorModel::itemDescription(const ExtraLayoutItem& item,
+                                               std::string_view widthFormat) {
     if (item.resizable)
-        return item.title + ", " + std::to_string(item.width()) + " points";
+        return item.title + ", " + formattedString(widthFormat, std::to_string(item.width()));
     return item.title;
 }
 

@@ -112,8 +112,10 @@ public:
     // Reads the rows anew from what is stored; tells the handler unless they show it already.
     void reload();
 
-    // "History Graph", "Spacer, 4 points": for lists and accessible names.
-    static std::string itemDescription(const ExtraLayoutItem& item);
+    // "History Graph", "Spacer, 4 points": for lists and accessible names; `widthFormat` is the
+    // width in the reader's language.
+    static std::string itemDescription(const ExtraLayoutItem& item,
+                                       std::string_view widthFormat = "%@ points");
 
 private:
     void updateLayoutItems();

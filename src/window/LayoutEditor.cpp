@@ -28,10 +28,7 @@ std::string text(CVBPreferences& preferences, const std::string& key) {
 
 // The element's name, and its width where the user sets one, in the window's language.
 std::string description(CVBPreferences& preferences, const ExtraLayoutItem& item) {
-    if (!item.resizable)
-        return item.title;
-    return formattedString(formattedString(text(preferences, "%@, %@ points"), item.title),
-                           std::to_string(item.width()));
+    return LayoutEditorModel::itemDescription(item, text(preferences, "%@ points"));
 }
 
 void setAccessibleName(Gtk::Widget& widget, const std::string& name) {
