@@ -132,6 +132,16 @@ struct Reader {
     }
 };
 
+// Both formats as libplist writes them keep whole seconds since 2001 in 32 bits: from 1933 to
+// 2069. A date outside that cannot be written.
+std::optional<int32_t> writableSeconds(const Date& date) {
+    const double s = std::round(date.secondsSince2001());
+    if (!std::isfinite(s) || s < std::numeric_limits<int32_t>::min() ||
+        s > std::numeric_limits<int32_t>::max())
+        return std::nullopt;
+    return static_cast<int32_t>(s);
+}
+
 plist_t toPlist(const Value& value, int depth) {
     if (depth > kMaximumDepth)
         return nullptr;
@@ -151,12 +161,8 @@ plist_t toPlist(const Value& value, int depth) {
         return plist_new_data(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }
     case Value::Kind::Date: {
-        // Both formats as libplist writes them keep whole seconds only.
-        const double s = std::round(value.date().secondsSince2001());
-        if (!std::isfinite(s) || s < std::numeric_limits<int32_t>::min() ||
-            s > std::numeric_limits<int32_t>::max())
-            return nullptr;
-        return plist_new_date(static_cast<int32_t>(s), 0);
+        const auto seconds = writableSeconds(value.date());
+        return seconds ? plist_new_date(*seconds, 0) : nullptr;
     }
     case Value::Kind::Array: {
         plist_t array = plist_new_array();
@@ -229,6 +235,9 @@ std::optional<std::string> valueProblem(const Value& value, const std::string& w
     if (value.isString()) {
         if (auto problem = propertyListTextProblem(value.string()))
             return at("text " + *problem);
+    } else if (value.isDate()) {
+        if (!writableSeconds(value.date()))
+            return at("a date outside 1933 to 2069");
     } else if (value.isArray()) {
         std::size_t index = 0;
         for (const Value& item : value.arrayItems()) {

@@ -192,6 +192,17 @@ TEST_P(Text, IsWrittenOnlyWhenEveryXmlReaderCanReadIt) {
     EXPECT_TRUE(propertyListValueProblem(Value::dict({{c.text, 1}}))) << "a key";
 }
 
+// Dates are written in 32-bit seconds since 2001; one beyond them is refused with its reason,
+// and the check that explains a refused write names it.
+TEST(PropertyListDates, BeyondThirtyTwoBitSecondsAreRefusedAndNamed) {
+    const Value far = Value::dict({{"when", Date::fromSecondsSince2001(3e9)}});
+    LogCapture log;
+    EXPECT_TRUE(writePropertyList(far, PropertyListFormat::XML).empty());
+    EXPECT_NE(propertyListValueProblem(far).value_or("").find("date"), std::string::npos);
+    EXPECT_FALSE(
+        propertyListValueProblem(Value::dict({{"when", Date::fromSecondsSince2001(2e9)}})));
+}
+
 INSTANTIATE_TEST_SUITE_P(Texts, Text,
                          testing::Values(TextCase{"tabNewlineReturn", "a\tb\nc\r\nd\r", nullptr},
                                          TextCase{"deleteAndC1", "\x7f\xc2\x85\xc2\x9f", nullptr},
